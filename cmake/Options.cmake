@@ -1,0 +1,30 @@
+# One interface target for the language level and the warnings; every target of ours links it.
+add_library(mk_options INTERFACE)
+target_compile_features(mk_options INTERFACE cxx_std_20)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+if(MSVC)
+  target_compile_options(mk_options INTERFACE /W4 /WX /utf-8)
+else()
+  target_compile_options(mk_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wold-style-cast -Wnon-virtual-dtor -Werror)
+endif()
+if(MARROWKIT_SANITIZE)
+  target_compile_options(mk_options INTERFACE
+    -fsanitize=${MARROWKIT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(mk_options INTERFACE -fsanitize=${MARROWKIT_SANITIZE})
+endif()
+if(MARROWKIT_COVERAGE)
+  target_compile_options(mk_options INTERFACE --coverage)
+  target_link_options(mk_options INTERFACE --coverage)
+endif()
+
+# Building again after a checkout is quick where ccache is installed; nothing depends on it.
+find_program(MK_CCACHE ccache)
+if(MK_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${MK_CCACHE})
+endif()
+find_program(MK_LLD ld.lld)
+if(MK_LLD AND NOT MSVC AND NOT APPLE)
+  add_link_options(-fuse-ld=lld)
+endif()

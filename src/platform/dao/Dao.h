@@ -1,0 +1,110 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/jet/format/Format.h"
+#include "platform/jet/format/Value.h"
+
+namespace marrowkit::dao {
+
+using jet::Value;
+
+class Database;
+class Recordset;
+
+/// The numbers are DAO's own.
+enum class RecordsetType : int { Table = 1, Dynaset = 2, Snapshot = 4 };
+
+/// One column of a recordset's current record (or of the record being added or edited). A view into the
+/// recordset: use it while the recordset lives.
+class Field {
+public:
+    const std::string& Name() const;
+    jet::ColumnType Type() const;
+    /// Throws 3021 without a current record, 3167 when it was deleted.
+    jet::Value Value() const;
+    /// Throws 3020 without AddNew or Edit, 3421 when the value cannot be converted to the column's type.
+    void SetValue(jet::Value value);
+
+private:
+    friend class Recordset;
+    Field(Recordset* recordset, std::size_t column) : recordset_(recordset), column_(column) {}
+    Recordset* recordset_;
+    std::size_t column_;
+};
+
+/// Records of a table or a SELECT, one of them current. A table and a dynaset read through to the database
+/// and see changes; a snapshot keeps what it saw when it was opened and cannot be changed (3251).
+class Recordset {
+public:
+    ~Recordset();
+    Recordset(Recordset&&) noexcept;
+    Recordset& operator=(Recordset&&) noexcept;
+
+    bool BOF() const;
+    bool EOF_() const;  ///< EOF is a macro of the C library
+    void MoveFirst();
+    void MoveLast();
+    void MoveNext();
+    void MovePrevious();
+    /// Records visited so far (all of them after MoveLast); all of them at once for type Table.
+    std::int32_t RecordCount() const;
+
+    /// By name, ignoring case (3265 when unknown), or by position.
+    Field Fields(std::string_view name);
+    Field Fields(std::size_t position);
+    std::size_t FieldCount() const;
+
+    /// The new record's AutoNumber can be read before Update.
+    void AddNew();
+    void Edit();
+    void Update();
+    void CancelUpdate();
+    void Delete();
+    void Close();
+
+    struct State;
+
+private:
+    friend class Database;
+    friend class Field;
+    explicit Recordset(std::unique_ptr<State> state);
+    std::unique_ptr<State> state_;
+};
+
+/// An open connection. Text of statements is UTF-8.
+class Database {
+public:
+    ~Database();
+    Database(Database&&) noexcept;
+    Database& operator=(Database&&) noexcept;
+
+    /// Runs one statement that returns no records. All or nothing, and durable on return.
+    void Execute(std::string_view sql);
+    /// Records that the last Execute inserted, changed or deleted.
+    std::int32_t RecordsAffected() const;
+    /// `source` is a SELECT or the name of a table.
+    Recordset OpenRecordset(std::string_view source, RecordsetType type = RecordsetType::Dynaset);
+    void Close();
+
+    struct State;
+
+private:
+    friend class DBEngine;
+    explicit Database(std::unique_ptr<State> state);
+    std::unique_ptr<State> state_;
+};
+
+/// The database engine object. Paths are the program's Windows path texts, or host paths.
+class DBEngine {
+public:
+    Database OpenDatabase(std::string_view path);
+    void CompactDatabase(std::string_view source, std::string_view destination);
+    Database CreateDatabase(std::string_view path, jet::JetVersion version = jet::JetVersion::Jet4);
+};
+
+}  // namespace marrowkit::dao

@@ -1,0 +1,137 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "platform/jet/format/Bytes.h"
+#include "platform/jet/format/DatabaseHeader.h"
+#include "platform/jet/format/Format.h"
+#include "platform/jet/storage/Storage.h"
+
+namespace marrowkit::jet {
+
+class Pager;
+
+/// One cached page, pinned for as long as this lives. Movable, not copyable.
+class PageRef {
+public:
+    PageRef() = default;
+    PageRef(PageRef&& other) noexcept;
+    PageRef& operator=(PageRef&& other) noexcept;
+    PageRef(const PageRef&) = delete;
+    PageRef& operator=(const PageRef&) = delete;
+    ~PageRef();
+
+    PageNumber Number() const;
+    PageType Type() const;
+    ByteView Bytes() const;
+    explicit operator bool() const { return frame_ != nullptr; }
+
+protected:
+    friend class Pager;
+    struct Frame;
+    PageRef(Pager* pager, Frame* frame) : pager_(pager), frame_(frame) {}
+    Pager* pager_ = nullptr;
+    Frame* frame_ = nullptr;
+};
+
+/// A pinned page that may be changed. Only inside a unit.
+class PageEdit : public PageRef {
+public:
+    MutableByteView Mutable() const;
+
+private:
+    friend class Pager;
+    using PageRef::PageRef;
+};
+
+struct PagerOptions {
+    bool readOnly = false;
+    /// Nobody else may have the file open (compaction's target, creation).
+    bool exclusive = false;
+    std::size_t cacheBytes = std::size_t{64} << 20;
+};
+
+/// A database file seen as numbered pages: cache, page encoding, allocation, atomic units, sharing.
+///
+/// **Units.** All changes happen between BeginUnit and CommitUnit; RollbackUnit restores what every page held
+/// at BeginUnit. Units nest (a statement inside a transaction); an inner rollback undoes the inner unit only.
+/// A committed unit is durable after the next Flush. Flush happens when asked for, when the last reference to
+/// the pager goes, when another process waits for its turn to write, and when too many changed pages have
+/// piled up; so a crash loses whole units at most, from the last backwards, and never a part of one.
+///
+/// **Journal.** Before a page changes for the first time since the last flush, what it held goes to
+/// `<file>.mkjournal`; the journal is on disk before the first changed page is, and removed after the last
+/// one is. Opening a file that has a journal puts those pages back, if the journal belongs to this very state
+/// of the file (it says which pages the interrupted flush could have touched and how the others looked); a
+/// journal that does not fit is never replayed and set aside.
+///
+/// **Sharing.** Opening the same file twice in one process gives the same pager (see Open). Other processes
+/// are noticed through the .ldb file; a unit takes the file's write lock, looks whether the file changed
+/// since, and drops stale pages. An open file that a stranger to this scheme uses as well is read, not
+/// written (3045).
+///
+/// Damage (a page beyond the end, a read error) raises 3049 / 3040 with the page number.
+class Pager : public std::enable_shared_from_this<Pager> {
+public:
+    /// The process's pager of this file, opened when it is not yet. Throws 3024, 3044, 3051, 3343 (not Jet
+    /// 3/4), 3031 (has a password), 3045/3356/3704 (used by others), 3049 (too short, not whole pages).
+    static std::shared_ptr<Pager> Open(Storage& storage, const std::string& path,
+                                       const PagerOptions& options = {});
+    /// A new file: page 0 from the header and page 1 with the global map; nothing else. Exclusive. Throws
+    /// 3204 when the file exists.
+    static std::shared_ptr<Pager> Create(Storage& storage, const std::string& path,
+                                         const DatabaseHeader& header, const PagerOptions& options = {});
+    virtual ~Pager() = default;
+
+    virtual const std::string& Path() const = 0;
+    virtual const DatabaseHeader& Header() const = 0;
+    const Geometry& PageGeometry() const { return Header().PageGeometry(); }
+    virtual bool IsReadOnly() const = 0;
+    virtual PageNumber PageCount() const = 0;
+
+    virtual PageRef Read(PageNumber page) = 0;
+    /// REQUIRES: a unit is open. Throws 3027 on a read-only database.
+    virtual PageEdit Edit(PageNumber page) = 0;
+
+    /// A zeroed page, taken from the free pages of the global map or added at the end of the file. Throws
+    /// 3036 when the file may not grow any more, 3026 when the disk is full. REQUIRES: a unit is open.
+    virtual PageEdit Allocate() = 0;
+    /// Gives a page back to the global map. Its owner must have dropped it from its own maps.
+    virtual void Release(PageNumber page) = 0;
+    /// Whether the global map says the page is free.
+    virtual bool IsFree(PageNumber page) = 0;
+
+    virtual void BeginUnit() = 0;
+    virtual void CommitUnit() = 0;
+    virtual void RollbackUnit() noexcept = 0;
+    /// 0 outside of units.
+    virtual int UnitDepth() const = 0;
+    /// Everything committed becomes durable and visible to other processes. REQUIRES: no unit is open.
+    virtual void Flush() = 0;
+    /// Grows whenever pages may have changed under cached knowledge of them: a rollback, another process's
+    /// write. Whoever keeps something derived from pages (catalog, definitions) compares and reads again.
+    virtual std::uint64_t Generation() const = 0;
+};
+
+/// Begins a unit, and rolls it back unless Commit() was called.
+class Unit {
+public:
+    explicit Unit(Pager& pager) : pager_(&pager) { pager.BeginUnit(); }
+    Unit(const Unit&) = delete;
+    Unit& operator=(const Unit&) = delete;
+    ~Unit() {
+        if (pager_) pager_->RollbackUnit();
+    }
+    void Commit() {
+        pager_->CommitUnit();
+        pager_ = nullptr;
+    }
+
+private:
+    Pager* pager_;
+};
+
+}  // namespace marrowkit::jet

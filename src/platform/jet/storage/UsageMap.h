@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "platform/jet/storage/Pager.h"
+
+namespace marrowkit::jet {
+
+/// A set of page numbers, stored as a row on a map page and named by that row's pointer. The global map (bits
+/// mean "free") belongs to the pager; all others (bits mean "member") are handled here.
+class UsageMap {
+public:
+    UsageMap(Pager& pager, RowId where) : pager_(&pager), where_(where) {}
+
+    bool Contains(PageNumber page) const;
+    /// The smallest member >= `from`.
+    std::optional<PageNumber> Next(PageNumber from) const;
+    /// All members, ascending. Bits beyond the end of the file are left out.
+    std::vector<PageNumber> Members() const;
+
+    // REQUIRES: a unit is open. Adding may turn an inline map into a reference map (which allocates pages).
+    void Add(PageNumber page);
+    void Remove(PageNumber page);
+    /// Makes the set empty and releases its bitmap pages.
+    void Clear();
+
+    /// The bitmap pages of a reference map (none for an inline one).
+    std::vector<PageNumber> BitmapPages() const;
+
+    /// Makes `count` new, empty inline maps; several share a map page (owner 0) while it has room.
+    static std::vector<RowId> CreateMaps(Pager& pager, std::size_t count);
+    /// Empties the map and marks its row deleted; a map page with no live row left is released.
+    static void Destroy(Pager& pager, RowId where);
+
+private:
+    Pager* pager_;
+    RowId where_;
+};
+
+}  // namespace marrowkit::jet
