@@ -1,0 +1,61 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that building, testing or measuring Marrowkit needs.
+#
+#   scripts/setup.sh [build] [tests] [benchmarks]     default: build
+#
+# Asks for nothing, says nothing when nothing is missing, and needs root or sudo only when something is.
+set -euo pipefail
+
+build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev qt6-base-dev libgl1-mesa-dev)
+tests=(libgtest-dev libgmock-dev libsqlite3-dev mdbtools python3 procps)
+benchmarks=(libbenchmark-dev libsqlite3-dev libdeflate-dev zlib1g-dev mdbtools rhash sqlite3)
+
+packages=("${build[@]}")
+for what in "$@"; do
+    case $what in
+        build) ;;
+        tests) packages+=("${tests[@]}") ;;
+        benchmarks) packages+=("${benchmarks[@]}") ;;
+        *)
+            echo "setup.sh: unknown part '$what' (build, tests, benchmarks)" >&2
+            exit 2
+            ;;
+    esac
+done
+# One of the readers that check our files comes from npm; a Node.js that is there already will do.
+if [[ " $* " == *" tests "* ]] && ! command -v npm >/dev/null; then
+    packages+=(nodejs npm)
+fi
+
+if ! command -v dpkg-query >/dev/null; then
+    echo "setup.sh: this is no Debian system. Please install the counterparts of: ${packages[*]}" >&2
+    exit 0
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+    status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
+    [[ $status == installed ]] || missing+=("$package")
+done
+if ((${#missing[@]} == 0)); then
+    exit 0
+fi
+
+root=()
+if ((EUID != 0)); then
+    command -v sudo >/dev/null || {
+        echo "setup.sh: please install as root: apt-get install ${missing[*]}" >&2
+        exit 1
+    }
+    root=(sudo)
+fi
+
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+echo "Installing ${missing[*]} ..."
+export DEBIAN_FRONTEND=noninteractive
+if ! { "${root[@]}" apt-get update && "${root[@]}" apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+    tail -n 20 "$log" >&2
+    echo "setup.sh: the packages could not be installed; the lines above say why." >&2
+    exit 1
+fi
