@@ -65,6 +65,9 @@ std::string_view RuntimeErrorText(int number);
 /// value, on Windows one of GetLastError. The number is the one that opening or reading a file raises.
 [[noreturn]] void RaiseSystemError(int systemCode);
 
+/// The number that RaiseSystemError raises for a system code; 57 (device I/O error) for one it does not know.
+RuntimeErrorNumber RuntimeErrorOfSystemCode(int systemCode);
+
 /// errno (GetLastError on Windows) of the system call that failed last in our own calls; 0 if none has since
 /// the program or ClearLastPlatformErrorCode().
 int LastPlatformErrorCode();
