@@ -1,0 +1,10 @@
+#include "import/ImportSettings.h"
+
+namespace marrowkit {
+
+ImportSettings& GlobalImportSettings() {
+    static ImportSettings settings;
+    return settings;
+}
+
+}  // namespace marrowkit
