@@ -1,0 +1,126 @@
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#ifndef _WIN32
+#include <unistd.h>
+
+#include <sys/stat.h>
+#endif
+
+#include "checksum/clsCRC.h"
+#include "platform/errors/RuntimeError.h"
+#include "support/TemporaryFolder.h"
+
+namespace marrowkit {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string RandomText(std::size_t bytes) {
+    std::mt19937 random(static_cast<unsigned>(bytes));
+    std::string text(bytes, '\0');
+    for (char& c : text) c = static_cast<char>(random());
+    return text;
+}
+
+std::span<const std::uint8_t> BytesOf(const std::string& text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+int ErrorOf(const fs::path& file) {
+    clsCRC crc;
+    try {
+        crc.CalculateHostFile(file.c_str());
+    } catch (const RuntimeError& error) {
+        return error.number;
+    }
+    return 0;
+}
+
+TEST(CalculateFile, GivesNothingForAnEmptyFileAndKeepsTheRunningValues) {
+    const test::TemporaryFolder folder;
+    test::WriteFile(folder / "empty.bin", "");
+    clsCRC crc;
+    crc.AddString("123456789");
+    EXPECT_EQ(crc.CalculateHostFile((folder / "empty.bin").c_str()), std::nullopt);
+    EXPECT_EQ(crc.Value(), -873187034);
+}
+
+TEST(CalculateFile, GivesNothingForAFolder) {
+    const test::TemporaryFolder folder;
+    clsCRC crc;
+    EXPECT_EQ(crc.CalculateHostFile(folder.Path().c_str()), std::nullopt);
+}
+
+TEST(CalculateFile, SumsTheWholeFileWhateverItsLength) {
+    const test::TemporaryFolder folder;
+    clsCRC crc;
+    clsCRC expected;
+    constexpr std::size_t kBlock = 256u << 10;
+    for (const std::size_t bytes : {std::size_t{1}, std::size_t{100}, std::size_t{16384}, kBlock - 1, kBlock,
+                                    kBlock + 1, 3 * kBlock + 12345}) {
+        const std::string content = RandomText(bytes);
+        test::WriteFile(folder / "rom.bin", content);
+        for (const int algorithm : {1, 0}) {
+            crc.SetAlgorithm(algorithm);
+            expected.SetAlgorithm(algorithm);
+            crc.AddString("left over from before");
+            EXPECT_EQ(crc.CalculateHostFile((folder / "rom.bin").c_str()),
+                      expected.CalculateBytes(BytesOf(content)))
+                << bytes << " bytes, algorithm " << algorithm;
+            EXPECT_EQ(crc.Value(), expected.Value());
+        }
+    }
+}
+
+TEST(CalculateFile, RaisesFileNotFoundForAMissingFile) {
+    const test::TemporaryFolder folder;
+    EXPECT_EQ(ErrorOf(folder / "nothing.bin"), 53);
+}
+
+TEST(CalculateFile, KeepsTheRunningValuesWhenItFails) {
+    const test::TemporaryFolder folder;
+    clsCRC crc;
+    crc.AddString("123456789");
+    EXPECT_THROW(crc.CalculateHostFile((folder / "nothing.bin").c_str()), RuntimeError);
+    EXPECT_EQ(crc.Value(), -873187034);
+}
+
+#ifndef _WIN32
+TEST(CalculateFile, RaisesAnAccessErrorForAFileThatCannotBeRead) {
+    if (::geteuid() == 0) GTEST_SKIP() << "the system's administrator may read everything";
+    const test::TemporaryFolder folder;
+    test::WriteFile(folder / "secret.bin", "content");
+    fs::permissions(folder / "secret.bin", fs::perms::none);
+    EXPECT_EQ(ErrorOf(folder / "secret.bin"), 75);
+}
+
+// The length is known without opening the file.
+TEST(CalculateFile, GivesNothingForAnEmptyFileThatCannotBeRead) {
+    const test::TemporaryFolder folder;
+    test::WriteFile(folder / "secret.bin", "");
+    fs::permissions(folder / "secret.bin", fs::perms::none);
+    EXPECT_EQ(ErrorOf(folder / "secret.bin"), 0);
+}
+
+TEST(CalculateFile, DoesNotWaitForAPipe) {
+    const test::TemporaryFolder folder;
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    clsCRC crc;
+    EXPECT_EQ(crc.CalculateHostFile((folder / "pipe").c_str()), std::nullopt);
+}
+
+#ifdef __linux__
+// Files of the kernel have content but no length, and the length decides.
+TEST(CalculateFile, GivesNothingForAFileThatTellsNoLength) {
+    EXPECT_FALSE(test::ReadFile("/proc/self/status").empty());
+    clsCRC crc;
+    EXPECT_EQ(crc.CalculateHostFile("/proc/self/status"), std::nullopt);
+}
+#endif
+#endif
+
+}  // namespace
+}  // namespace marrowkit
