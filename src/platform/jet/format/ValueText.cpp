@@ -1,0 +1,190 @@
+#include "platform/jet/format/ValueText.h"
+
+#include <charconv>
+#include <limits>
+
+#include "platform/jet/format/DateParts.h"
+
+namespace marrowkit::jet {
+namespace {
+
+constexpr std::size_t kLongestDouble = 400;  // 5e-324 in plain decimal has 326 characters
+
+template <typename Float>
+std::string FloatText(Float value) {
+    char buffer[kLongestDouble];
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
+    return {buffer, end.ptr};
+}
+
+void AppendPadded(int number, std::size_t digits, std::string& text) {
+    const std::string plain = std::to_string(number);
+    text.append(digits > plain.size() ? digits - plain.size() : 0, '0').append(plain);
+}
+
+void AppendHex(std::uint8_t byte, std::string& text) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    text.push_back(kDigits[byte >> 4U]);
+    text.push_back(kDigits[byte & 0xFU]);
+}
+
+std::optional<unsigned> HexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return std::nullopt;
+}
+
+/// Takes a number of exactly `digits` digits off the front, and the separator before it.
+class FieldReader {
+public:
+    explicit FieldReader(std::string_view text) : text_(text) {}
+
+    bool Number(std::size_t digits, int& number) {
+        if (text_.size() < digits) return false;
+        number = 0;
+        for (const char c : text_.substr(0, digits)) {
+            if (c < '0' || c > '9') return false;
+            number = number * 10 + (c - '0');
+        }
+        text_.remove_prefix(digits);
+        return true;
+    }
+    bool Separator(std::string_view anyOf) {
+        if (text_.empty() || anyOf.find(text_.front()) == std::string_view::npos) return false;
+        text_.remove_prefix(1);
+        return true;
+    }
+    bool AtEnd() const { return text_.empty(); }
+
+private:
+    std::string_view text_;
+};
+
+// Bytes of a GUID in the order its text shows them: the first three fields are little-endian in memory.
+constexpr std::size_t kGuidOrder[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
+
+bool HyphenBefore(std::size_t guidByte) {
+    return guidByte == 4 || guidByte == 6 || guidByte == 8 || guidByte == 10;
+}
+
+struct TextOf {
+    std::string operator()(Null) const { return {}; }
+    std::string operator()(bool value) const { return value ? "True" : "False"; }
+    std::string operator()(std::uint8_t value) const { return std::to_string(value); }
+    std::string operator()(std::int16_t value) const { return std::to_string(value); }
+    std::string operator()(std::int32_t value) const { return std::to_string(value); }
+    std::string operator()(Currency value) const { return CurrencyText(value); }
+    std::string operator()(float value) const { return SingleText(value); }
+    std::string operator()(double value) const { return DoubleText(value); }
+    std::string operator()(DateTime value) const { return DateTimeText(value); }
+    std::string operator()(const std::string& value) const { return value; }
+    std::string operator()(const Binary& value) const { return HexText(value); }
+    std::string operator()(const Guid& value) const { return GuidText(value); }
+    std::string operator()(const Numeric& value) const { return NumericText(value); }
+};
+
+}  // namespace
+
+std::string ValueText(const Value& value) {
+    return std::visit(TextOf{}, value);
+}
+
+std::string SingleText(float value) {
+    return FloatText(value);
+}
+
+std::string DoubleText(double value) {
+    return FloatText(value);
+}
+
+std::string HexText(const Binary& value) {
+    std::string text;
+    text.reserve(value.size() * 2);
+    for (const std::uint8_t byte : value) AppendHex(byte, text);
+    return text;
+}
+
+std::string CurrencyText(Currency value) {
+    const bool negative = value.tenThousandths < 0;
+    const auto bits = static_cast<std::uint64_t>(value.tenThousandths);
+    const std::uint64_t magnitude = negative ? 0 - bits : bits;
+    std::string text = negative ? "-" : "";
+    text += std::to_string(magnitude / 10000);
+    if (const auto fraction = static_cast<int>(magnitude % 10000); fraction != 0) {
+        text.push_back('.');
+        AppendPadded(fraction, 4, text);
+        while (text.back() == '0') text.pop_back();
+    }
+    return text;
+}
+
+std::optional<Currency> CurrencyFromText(std::string_view text) {
+    const auto exact = NumericFromText(text);
+    if (!exact || exact->scale > 4) return std::nullopt;
+    const auto scaled = RescaleNumeric(*exact, 4);
+    if (!scaled || scaled->magnitude[0] != 0 || scaled->magnitude[1] != 0) return std::nullopt;
+    const std::uint64_t magnitude =
+        static_cast<std::uint64_t>(scaled->magnitude[2]) << 32U | scaled->magnitude[3];
+    const std::uint64_t largest = std::numeric_limits<std::int64_t>::max();
+    if (magnitude > largest + (scaled->negative ? 1 : 0)) return std::nullopt;
+    return Currency{static_cast<std::int64_t>(scaled->negative ? 0 - magnitude : magnitude)};
+}
+
+std::string DateTimeText(DateTime value) {
+    const auto parts = ToDateParts(value);
+    if (!parts) return DoubleText(value.days);
+    std::string text;
+    AppendPadded(parts->year, 4, text);
+    AppendPadded(parts->month, 2, text.append("-"));
+    AppendPadded(parts->day, 2, text.append("-"));
+    AppendPadded(parts->hour, 2, text.append("T"));
+    AppendPadded(parts->minute, 2, text.append(":"));
+    AppendPadded(parts->second, 2, text.append(":"));
+    if (parts->millisecond != 0) AppendPadded(parts->millisecond, 3, text.append("."));
+    return text;
+}
+
+std::optional<DateTime> DateTimeFromText(std::string_view text) {
+    FieldReader reader(text);
+    DateParts parts;
+    if (!reader.Number(4, parts.year) || !reader.Separator("-") || !reader.Number(2, parts.month) ||
+        !reader.Separator("-") || !reader.Number(2, parts.day)) {
+        return std::nullopt;
+    }
+    if (!reader.AtEnd()) {
+        if (!reader.Separator("T ") || !reader.Number(2, parts.hour) || !reader.Separator(":") ||
+            !reader.Number(2, parts.minute) || !reader.Separator(":") || !reader.Number(2, parts.second)) {
+            return std::nullopt;
+        }
+        if (reader.Separator(".") && !reader.Number(3, parts.millisecond)) return std::nullopt;
+    }
+    if (!reader.AtEnd()) return std::nullopt;
+    return FromDateParts(parts);
+}
+
+std::string GuidText(const Guid& value) {
+    std::string text = "{";
+    for (std::size_t i = 0; i < 16; ++i) {
+        if (HyphenBefore(i)) text.push_back('-');
+        AppendHex(value.bytes[kGuidOrder[i]], text);
+    }
+    return text + "}";
+}
+
+std::optional<Guid> GuidFromText(std::string_view text) {
+    if (text.size() == 38 && text.front() == '{' && text.back() == '}') text = text.substr(1, 36);
+    if (text.size() != 36) return std::nullopt;
+    Guid value;
+    std::size_t at = 0;
+    for (std::size_t i = 0; i < 16; ++i) {
+        if (HyphenBefore(i) && text[at++] != '-') return std::nullopt;
+        const auto high = HexDigit(text[at++]);
+        const auto low = HexDigit(text[at++]);
+        if (!high || !low) return std::nullopt;
+        value.bytes[kGuidOrder[i]] = static_cast<std::uint8_t>(*high << 4U | *low);
+    }
+    return value;
+}
+
+}  // namespace marrowkit::jet
