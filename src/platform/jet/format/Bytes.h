@@ -3,8 +3,10 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <span>
-#include <stdexcept>
+#include <string>
+#include <utility>
 
 namespace marrowkit::jet {
 
@@ -13,6 +15,16 @@ namespace marrowkit::jet {
 /// 3049.
 struct OutOfBounds : std::exception {
     const char* what() const noexcept override { return "a structure reaches beyond its page"; }
+};
+
+/// Within its bounds, but nothing that can be: a column number given twice, an index on a column that is not
+/// there.
+struct BadStructure : OutOfBounds {
+    explicit BadStructure(std::string what) : what_(std::move(what)) {}
+    const char* what() const noexcept override { return what_.c_str(); }
+
+private:
+    std::string what_;
 };
 
 /// A bounds-checked, little-endian view of bytes that someone else owns.

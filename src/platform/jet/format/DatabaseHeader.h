@@ -2,7 +2,9 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/jet/format/Bytes.h"
@@ -36,6 +38,10 @@ std::vector<std::uint8_t> SerializeDatabaseHeader(const DatabaseHeader& header);
 /// A header for a new database with today's date, no password, plain pages.
 DatabaseHeader NewDatabaseHeader(JetVersion version, double creationDate);
 
+/// The RC4 key that Owner and SID values are scrambled with in Jet 4. It depends on password, build, sort
+/// order and creation date: whoever changes one of them must code those values anew.
+std::array<std::uint8_t, 4> SidKeyOf(const DatabaseHeader& header);
+
 /// XORs the bytes with the RC4 key stream of `key`; the same call encodes and decodes.
 void ApplyRc4(std::span<const std::uint8_t> key, std::span<std::uint8_t> bytes);
 
@@ -49,6 +55,7 @@ inline constexpr std::array<std::uint8_t, 2> kAdmin{0x03, 0x01};
 inline constexpr std::array<std::uint8_t, 2> kUsers{0x02, 0x01};
 inline constexpr std::array<std::uint8_t, 2> kCreator{0x02, 0x04};
 }  // namespace sid
+/// The stored form of a SID; the same call turns it back.
 std::vector<std::uint8_t> ScrambleSid(const DatabaseHeader& header, std::span<const std::uint8_t> plain);
 
 }  // namespace marrowkit::jet

@@ -25,13 +25,24 @@ public:
     Value Decode(const ColumnDefinition& column) const;
 
 private:
+    /// Whether the row has an offset table: it has not when it is older than every variable column.
+    static bool HasOffsets(const TableDefinition& table, std::uint32_t columnCount);
+    std::uint32_t VariableOffset(std::uint32_t index) const;
+    ByteView FixedBytes(const ColumnDefinition& column) const;
+    ByteView VariableBytes(const ColumnDefinition& column) const;
+    bool MaskBit(std::uint32_t column) const {
+        return (row_.Data()[maskStart_ + column / 8] >> (column % 8) & 1U) != 0;
+    }
+
     ByteView row_;
     const Geometry* geometry_;
-    ByteView mask_;
-    std::uint32_t columnCount_ = 0;
+    std::uint32_t columnCount_ = 0;  ///< the table's column numbers when the row was written
     std::uint32_t variableCount_ = 0;
     std::uint32_t fixedStart_ = 0;
-    std::vector<std::uint16_t> variableOffsets_;  ///< Jet 3: decoded jump table; variableCount_ + 1 entries
+    std::uint32_t dataEnd_ = 0;      ///< end of fixed and variable data: where the offset table starts
+    std::uint32_t offsetsFrom_ = 0;  ///< entry of variable column 0; the table runs downwards from here
+    std::uint32_t jumpCount_ = 0;    ///< Jet 3: entries of the jump table, which lies right behind
+    std::uint32_t maskStart_ = 0;
 };
 
 /// A column's stored bytes for a row about to be written; nullopt is Null. A Boolean is given as one byte, 0
@@ -43,11 +54,15 @@ using StoredColumn = std::optional<std::vector<std::uint8_t>>;
 std::vector<std::uint8_t> EncodeRow(const Geometry& geometry, const TableDefinition& table,
                                     std::span<const StoredColumn> columns);
 
-/// A value as the column stores it (long values excepted: their text or bytes come out of EncodeText and the
-/// long-value store). Throws 3163 when a text or binary is too long for the column, 3421 when the value is
-/// not of the column's type (convert first), 3349 when a Numeric overflows its precision.
+/// A value as the column stores it; for Memo and OLE the whole long value, which the long-value store turns
+/// into what the row holds. A fixed-length text is padded with blanks, a fixed-length binary with zeros.
+/// Throws 3163 when a text or binary is too long for the column, 3421 when the value is not of the column's
+/// type (convert first), 3349 when a Numeric overflows its precision.
 std::vector<std::uint8_t> EncodeValue(const Geometry& geometry, const ColumnDefinition& column,
                                       const Value& value);
+
+/// Width of a value in the fixed area; 0 for a Boolean, whose value is its bit in the null mask.
+std::uint32_t FixedWidth(const ColumnDefinition& column);
 
 /// Decodes a value's stored bytes; for Memo and OLE the whole long value.
 Value DecodeValue(const Geometry& geometry, const ColumnDefinition& column, ByteView bytes);

@@ -1,0 +1,127 @@
+#include "platform/jet/format/TextCodec.h"
+
+#include <cstring>
+#include <span>
+
+#include "platform/text/CodePage1252.h"
+#include "platform/text/Utf16.h"
+#include "platform/text/Utf8.h"
+
+namespace marrowkit::jet {
+namespace {
+
+constexpr std::uint8_t kMark[] = {0xFF, 0xFE};  ///< in front of a compressed text
+
+constexpr std::uint64_t kHighBits = 0x8080808080808080;
+constexpr std::uint64_t kLowSevenBits = 0x7F7F7F7F7F7F7F7F;
+
+/// Length of the leading run of characters U+0001..U+007F, as far as eight at a time show it (the rest is
+/// looked at one by one).
+std::size_t PlainRun(const std::uint8_t* bytes, std::size_t count) {
+    std::size_t at = 0;
+    for (; at + 8 <= count; at += 8) {
+        std::uint64_t eight;
+        std::memcpy(&eight, bytes + at, 8);
+        // Adding 7F sets the high bit of every byte but 00; bytes with the high bit set already fail.
+        if (((eight + kLowSevenBits) & ~eight & kHighBits) != kHighBits) break;
+    }
+    while (at < count && bytes[at] != 0 && bytes[at] < 0x80) ++at;
+    return at;
+}
+
+std::string DecodeCompressed(std::span<const std::uint8_t> bytes) {
+    if (PlainRun(bytes.data(), bytes.size()) == bytes.size()) return {bytes.begin(), bytes.end()};
+    std::u16string units;
+    units.reserve(bytes.size());
+    bool compressed = true;
+    for (std::size_t at = 0; at < bytes.size();) {
+        if (bytes[at] == 0) {
+            compressed = !compressed;
+            ++at;
+        } else if (compressed) {
+            units.push_back(bytes[at++]);
+        } else {
+            if (at + 2 > bytes.size()) break;  // half a character belongs to none
+            units.push_back(static_cast<char16_t>(bytes[at] | bytes[at + 1] << 8U));
+            at += 2;
+        }
+    }
+    return Utf16ToUtf8(units);
+}
+
+bool IsPlainAscii(std::string_view utf8) {
+    return PlainRun(reinterpret_cast<const std::uint8_t*>(utf8.data()), utf8.size()) == utf8.size();
+}
+
+std::vector<std::uint8_t> CompressAscii(std::string_view utf8) {
+    std::vector<std::uint8_t> stored(utf8.size() + 2);
+    std::memcpy(stored.data(), kMark, 2);
+    std::memcpy(stored.data() + 2, utf8.data(), utf8.size());
+    return stored;
+}
+
+bool IsCompressible(const std::u16string& units) {
+    if (units.size() < 3) return false;
+    for (const char16_t unit : units) {
+        if (unit == 0 || unit > 0xFF) return false;
+    }
+    return true;
+}
+
+void AppendUnits(std::u16string_view units, std::vector<std::uint8_t>& stored) {
+    const std::size_t old = stored.size();
+    stored.resize(old + units.size() * 2);
+    if (!units.empty()) std::memcpy(stored.data() + old, units.data(), units.size() * 2);
+}
+
+/// A text that begins with U+FEFF would be taken for a compressed one: it is stored as one, switched to two
+/// bytes a character at once. Where that mode cannot hold the rest (a character whose low byte is 00 ends
+/// it), the invisible U+FEFF is given up for the characters that show.
+std::vector<std::uint8_t> EncodeBehindMark(std::u16string_view units) {
+    bool fits = true;
+    for (const char16_t unit : units) fits = fits && (unit & 0xFF) != 0;
+    std::vector<std::uint8_t> stored;
+    if (fits) {
+        stored = {kMark[0], kMark[1], 0};
+    } else {
+        while (!units.empty() && units.front() == 0xFEFF) units.remove_prefix(1);
+    }
+    AppendUnits(units, stored);
+    return stored;
+}
+
+}  // namespace
+
+std::string DecodeText(JetVersion version, ByteView stored) {
+    const std::span<const std::uint8_t> bytes = stored.All();
+    if (version == JetVersion::Jet3) return Cp1252ToUtf8(bytes);
+    if (bytes.size() >= 2 && bytes[0] == kMark[0] && bytes[1] == kMark[1]) {
+        return DecodeCompressed(bytes.subspan(2));
+    }
+    return Utf16LeToUtf8(bytes);
+}
+
+std::vector<std::uint8_t> EncodeText(JetVersion version, std::string_view utf8, bool compress) {
+    if (version == JetVersion::Jet3) {
+        const std::string bytes = Utf8ToCp1252(utf8);
+        return {bytes.begin(), bytes.end()};
+    }
+    if (compress && utf8.size() >= 3 && IsPlainAscii(utf8)) return CompressAscii(utf8);
+    const std::u16string units = Utf8ToUtf16(utf8);
+    std::vector<std::uint8_t> stored;
+    if (compress && IsCompressible(units)) {
+        stored.reserve(units.size() + 2);
+        stored.assign(kMark, kMark + 2);
+        for (const char16_t unit : units) stored.push_back(static_cast<std::uint8_t>(unit));
+        return stored;
+    }
+    if (!units.empty() && units.front() == 0xFEFF) return EncodeBehindMark(units);
+    AppendUnits(units, stored);
+    return stored;
+}
+
+std::size_t TextLength(JetVersion version, std::string_view utf8) {
+    return version == JetVersion::Jet4 ? Utf16Length(utf8) : CharacterCount(utf8);
+}
+
+}  // namespace marrowkit::jet
