@@ -1,0 +1,111 @@
+#include "platform/files/FolderSearch.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include "platform/files/HostFiles.h"
+#include "platform/files/HostPath.h"
+#include "platform/files/Paths.h"
+#include "platform/text/Text.h"
+
+namespace marrowkit {
+
+namespace {
+
+std::uint32_t ToAttributes(std::string_view name, const HostStatus& status) {
+    std::uint32_t attributes = status.kind == HostKind::Folder ? kAttributeDirectory : kAttributeArchive;
+    if (!status.writable) attributes |= kAttributeReadOnly;
+    if (name.starts_with('.')) attributes |= kAttributeHidden;
+    return attributes;
+}
+
+/// The folder and all above it, the way its path goes.
+std::vector<HostStatus> FoldersUpwards(const std::string& hostFolder) {
+    std::vector<HostStatus> folders;
+    for (std::size_t end = hostFolder.size(); end != std::string::npos && end > 0;
+         end = hostFolder.find_last_of('/', end - 1)) {
+        if (const auto status = StatusOf(hostFolder.substr(0, end))) folders.push_back(*status);
+    }
+    if (const auto root = StatusOf("/")) folders.push_back(*root);
+    return folders;
+}
+
+}  // namespace
+
+class FileSearch::Source {
+public:
+    Source(std::string hostFolder, std::string_view pattern)
+        : hostFolder_(std::move(hostFolder)), reader_(hostFolder_), pattern_(pattern) {}
+
+    bool Next(FoundFile& found) {
+        while (const char* name = reader_.NextName()) {
+            if (!pattern_.Fits(name) || !IsWindowsFileName(name)) continue;
+            const auto status = reader_.Status();
+            if (!status || (status->kind == HostKind::Folder && LeadsBackUp(*status))) continue;
+            found.name = name;
+            found.attributes = ToAttributes(found.name, *status);
+            const std::uint64_t size = status->kind == HostKind::File ? status->size : 0;
+            found.sizeLow = static_cast<std::uint32_t>(size);
+            found.sizeHigh = static_cast<std::uint32_t>(size >> 32U);
+            return true;
+        }
+        return false;
+    }
+
+private:
+    bool LeadsBackUp(const HostStatus& folder) {
+        if (upwards_.empty()) upwards_ = FoldersUpwards(hostFolder_);
+        return std::any_of(upwards_.begin(), upwards_.end(),
+                           [&folder](const HostStatus& above) { return above.SameFileAs(folder); });
+    }
+
+    std::string hostFolder_;
+    HostFolderReader reader_;
+    Wildcards pattern_;
+    std::vector<HostStatus> upwards_;  // found out when the first folder comes up
+};
+
+FileSearch::FileSearch(std::string_view pathWithPattern) {
+    const SplitPathParts parts = SplitPath(pathWithPattern);
+    const auto hostFolder = TryHostPath(parts.folder.empty() ? "." : parts.folder);
+    if (!hostFolder) return;
+    source_ = std::make_unique<Source>(*hostFolder, parts.fileName);
+    Next();
+}
+
+FileSearch::~FileSearch() = default;
+
+bool FileSearch::Next() {
+    found_ = source_ != nullptr && source_->Next(current_);
+    return found_;
+}
+
+std::uint32_t AttributesOf(std::string_view path) {
+    const auto host = TryHostPath(path);
+    const auto status = host ? StatusOf(*host) : std::nullopt;
+    return status ? ToAttributes(FileNameOf(WithoutFinalBackslash(path)), *status) : kAttributesInvalid;
+}
+
+std::vector<FoundFile> ListFolder(std::string_view folder) {
+    std::vector<FoundFile> files;
+    for (FileSearch search(WithFinalBackslash(folder) + "*"); search.Found(); search.Next()) {
+        files.push_back(search.Current());
+    }
+    return files;
+}
+
+std::vector<std::string> ListFilesByPattern(std::string_view folder, std::string_view pattern) {
+    std::vector<std::string> names;
+    for (FileSearch search(WithFinalBackslash(folder).append(pattern)); search.Found(); search.Next()) {
+        const FoundFile& file = search.Current();
+        if ((file.attributes & (kAttributeDirectory | kAttributeHidden)) == 0) names.push_back(file.name);
+    }
+    std::sort(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
+        const int order = CompareNoCase(a, b);
+        return order != 0 ? order < 0 : a < b;
+    });
+    return names;
+}
+
+}  // namespace marrowkit

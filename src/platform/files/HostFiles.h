@@ -1,0 +1,113 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace marrowkit {
+
+// The operating system's files, by host path. Everything above speaks Windows paths and comes here through
+// HostPath(). Failures raise RuntimeError with the runtime's number (platform/errors/RuntimeError.h).
+
+enum class HostKind { File, Folder, Other };
+
+struct HostStatus {
+    HostKind kind = HostKind::Other;
+    bool isLink = false;    // only LinkStatusOf: the entry itself is a symbolic link
+    bool writable = false;  // somebody has write permission
+    std::uint64_t size = 0;
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::int64_t modifiedNanoseconds = 0;  // since 1970
+
+    bool SameFileAs(const HostStatus& other) const { return device == other.device && inode == other.inode; }
+};
+
+/// nullopt when there is nothing of that name, or no way to look. Links are followed.
+std::optional<HostStatus> StatusOf(const std::string& hostPath);
+/// The same for the entry itself, a link as a link.
+std::optional<HostStatus> LinkStatusOf(const std::string& hostPath);
+
+/// Raises what a failed call on a path means; "not found" becomes 76 when even the folder is missing.
+[[noreturn]] void RaiseForHostPath(int systemCode, const std::string& hostPath);
+
+/// An open file, closed at the end.
+class HostFile {
+public:
+    enum class Mode { Read, Write };
+    /// Write: an existing file is emptied, a missing one made. Raises 53, 76, 75 (also for a folder) ...
+    HostFile(std::string hostPath, Mode mode);
+    HostFile(const HostFile&) = delete;
+    HostFile& operator=(const HostFile&) = delete;
+    ~HostFile();
+
+    std::uint64_t Size() const;
+    /// Number of bytes read, 0 at the end of the file.
+    std::size_t Read(std::span<char> buffer);
+    /// All of it. A full disk raises 61.
+    void Write(std::string_view bytes);
+    /// Writes the rest out; errors that show only now are raised. The destructor keeps them to itself.
+    void Close();
+
+private:
+    std::string path_;
+    int handle_ = -1;
+};
+
+/// The whole file. Raises 7 for one that does not fit into memory.
+std::string ReadHostFile(const std::string& hostPath);
+/// In place: an existing file is emptied first.
+void WriteHostFile(const std::string& hostPath, std::string_view bytes);
+
+/// The file has either its old or the new content at every moment, also when the machine stops: written
+/// beside it, flushed, renamed over it. Keeps the old permissions; a link stays a link.
+void ReplaceHostFile(const std::string& hostPath, std::string_view bytes);
+
+/// A byte copy with the permissions and the time of change of the source. The target appears complete or not
+/// at all. REQUIRES: the two are not the same file.
+void CopyHostFile(const std::string& from, const std::string& to);
+
+/// Raises 75 when something of that name exists, 76 without the parent folder.
+void MakeHostFolder(const std::string& hostPath);
+
+/// Raises 58 when the new name exists, 74 across file systems.
+void RenameHostEntry(const std::string& from, const std::string& to);
+
+/// Removes a file, a link (never what it leads to) or a folder with everything in it. Nothing there is fine.
+/// Raises 70 for an entry that cannot be removed, 75 for a folder.
+void RemoveHostTree(const std::string& hostPath);
+
+/// Calls `visit` with each name in a folder, "." and ".." left out, in the file system's order, until it
+/// returns false. False when the folder cannot be read.
+bool ForEachHostName(const std::string& hostFolder, const std::function<bool(const char*)>& visit);
+
+/// Reads a folder entry by entry, each with its status, without resolving a path per entry.
+class HostFolderReader {
+public:
+    explicit HostFolderReader(const std::string& hostFolder);
+    HostFolderReader(const HostFolderReader&) = delete;
+    HostFolderReader& operator=(const HostFolderReader&) = delete;
+    ~HostFolderReader();
+
+    bool IsOpen() const { return stream_ != nullptr; }
+    /// The next name; nullptr at the end. "." and ".." are left out. Valid until the next call.
+    const char* NextName();
+    /// Status of the entry that NextName gave last, links followed; nullopt for a dangling link.
+    std::optional<HostStatus> Status() const;
+
+private:
+    void* stream_;
+    const char* name_ = nullptr;
+};
+
+/// Absolute, without "." and "..", links resolved as far as the path exists.
+std::string CanonicalHostPath(const std::string& hostPath);
+std::string CurrentHostFolder();
+/// The folder that holds the running program's file.
+std::string ProgramHostFolder();
+
+}  // namespace marrowkit
