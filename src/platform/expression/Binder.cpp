@@ -32,7 +32,9 @@ void CheckComparable(const Node& left, const Node& right) {
     if (!left.type || !right.type) return;
     const ValueClass a = ClassOf(*left.type);
     const ValueClass b = ClassOf(*right.type);
-    const auto counts = [](ValueClass kind) { return kind == ValueClass::Number || kind == ValueClass::Date; };
+    const auto counts = [](ValueClass kind) {
+        return kind == ValueClass::Number || kind == ValueClass::Date;
+    };
     const auto writes = [](ValueClass kind) { return kind == ValueClass::Guid || kind == ValueClass::Text; };
     if (a == b || (counts(a) && counts(b)) || (writes(a) && writes(b))) return;
     RaiseTypeMismatch();
@@ -129,8 +131,8 @@ private:
         const std::string full = node.qualifier.empty() ? node.name : node.qualifier + "." + node.name;
         if (!binding_->unknownNames) jet::RaiseJet(jet::JetError::UnknownExpressionName, {full});
         auto& names = *binding_->unknownNames;
-        const bool known =
-            std::any_of(names.begin(), names.end(), [&](const std::string& name) { return SameName(name, full); });
+        const bool known = std::any_of(names.begin(), names.end(),
+                                       [&](const std::string& name) { return SameName(name, full); });
         if (!known) names.push_back(full);
         // Stands for the parameter's value, which nobody gives.
         node.kind = NodeKind::Literal;
@@ -143,14 +145,17 @@ private:
             node.kind = NodeKind::Choose;
             const Node& yes = *node.children[1];
             const Node& no = *node.children[2];
-            if (yes.type == no.type || IsNullLiteral(no)) node.type = yes.type;
-            else if (IsNullLiteral(yes)) node.type = no.type;
+            if (yes.type == no.type || IsNullLiteral(no))
+                node.type = yes.type;
+            else if (IsNullLiteral(yes))
+                node.type = no.type;
             return;
         }
         node.function = FindFunction(node.name);
         if (!node.function) jet::RaiseJet(jet::JetError::UndefinedFunction, {node.name});
         const std::size_t count = node.children.size();
-        if (count < node.function->fewest || count > node.function->most || node.star) RaiseArgumentCount(node);
+        if (count < node.function->fewest || count > node.function->most || node.star)
+            RaiseArgumentCount(node);
         node.type = node.function->type;
     }
 
@@ -186,9 +191,8 @@ private:
     /// never come: IIf(True, 1, 1/0).
     NodePtr Fold(NodePtr node) const {
         const bool pure = node->kind != NodeKind::Call || (node->function && node->function->pure);
-        if (!pure || !std::all_of(node->children.begin(), node->children.end(), [](const NodePtr& child) {
-                return child->kind == NodeKind::Literal;
-            }))
+        if (!pure || !std::all_of(node->children.begin(), node->children.end(),
+                                  [](const NodePtr& child) { return child->kind == NodeKind::Literal; }))
             return node;
         try {
             jet::Value scratch;

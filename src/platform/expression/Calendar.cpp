@@ -18,8 +18,9 @@ constexpr std::int64_t kEpochShiftDays = 25569;
 constexpr std::int64_t kFirstDay = -657434;  ///< 100-01-01
 constexpr std::int64_t kLastDay = 2958465;   ///< 9999-12-31
 
-constexpr std::array<std::string_view, 12> kMonths{"January", "February", "March",     "April",   "May",      "June",
-                                                   "July",    "August",   "September", "October", "November", "December"};
+constexpr std::array<std::string_view, 12> kMonths{"January",   "February", "March",    "April",
+                                                   "May",       "June",     "July",     "August",
+                                                   "September", "October",  "November", "December"};
 constexpr std::array<std::string_view, 7> kWeekdays{"Sunday",   "Monday", "Tuesday", "Wednesday",
                                                     "Thursday", "Friday", "Saturday"};
 
@@ -37,8 +38,7 @@ void CivilFromDays(std::int64_t days, CalendarTime& time) {
     days += 719468;
     const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
     const std::int64_t dayOfEra = days - era * 146097;
-    const std::int64_t yearOfEra =
-        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const std::int64_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
     const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
     const std::int64_t shifted = (5 * dayOfYear + 2) / 153;
     time.day = static_cast<int>(dayOfYear - (153 * shifted + 2) / 5 + 1);

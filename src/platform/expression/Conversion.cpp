@@ -64,7 +64,8 @@ std::string LayOutNumber(double number, int digits) {
         text += exponent < 0 ? "E-" : "E+";
         return text + (size < 10 ? "0" : "") + std::to_string(size);
     }
-    if (exponent < 0) return text + "0." + std::string(static_cast<std::size_t>(-exponent - 1), '0') + figures;
+    if (exponent < 0)
+        return text + "0." + std::string(static_cast<std::size_t>(-exponent - 1), '0') + figures;
     const auto whole = static_cast<std::size_t>(exponent) + 1;
     if (figures.size() <= whole) return text + figures + std::string(whole - figures.size(), '0');
     return text + figures.substr(0, whole) + "." + figures.substr(whole);
@@ -107,9 +108,10 @@ ValueClass ClassOf(const jet::Value& value) {
 
 jet::ColumnType TypeOf(const jet::Value& value) {
     static constexpr std::array<jet::ColumnType, 13> kTypes{
-        jet::ColumnType::Text,     jet::ColumnType::Boolean, jet::ColumnType::Byte,   jet::ColumnType::Integer,
-        jet::ColumnType::Long,     jet::ColumnType::Currency, jet::ColumnType::Single, jet::ColumnType::Double,
-        jet::ColumnType::DateTime, jet::ColumnType::Text,    jet::ColumnType::Binary, jet::ColumnType::Guid,
+        jet::ColumnType::Text,    jet::ColumnType::Boolean, jet::ColumnType::Byte,
+        jet::ColumnType::Integer, jet::ColumnType::Long,    jet::ColumnType::Currency,
+        jet::ColumnType::Single,  jet::ColumnType::Double,  jet::ColumnType::DateTime,
+        jet::ColumnType::Text,    jet::ColumnType::Binary,  jet::ColumnType::Guid,
         jet::ColumnType::Numeric};
     return kTypes.at(value.index());
 }
@@ -192,8 +194,8 @@ std::int64_t ToWhole(const jet::Value& value, std::int64_t lowest, std::int64_t 
 
 std::int32_t ToLong(const jet::Value& value) {
     if (const auto* number = std::get_if<std::int32_t>(&value)) return *number;
-    return static_cast<std::int32_t>(ToWhole(value, std::numeric_limits<std::int32_t>::min(),
-                                             std::numeric_limits<std::int32_t>::max()));
+    return static_cast<std::int32_t>(
+        ToWhole(value, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()));
 }
 
 bool ToBoolean(const jet::Value& value) {
@@ -244,7 +246,8 @@ std::string CurrencyToText(jet::Currency amount) {
 std::string NumericToText(const jet::Numeric& number) {
     std::array<std::uint32_t, 4> words = number.magnitude;
     std::string figures;
-    while (words != std::array<std::uint32_t, 4>{}) figures.insert(figures.begin(), static_cast<char>('0' + DivideByTen(words)));
+    while (words != std::array<std::uint32_t, 4>{})
+        figures.insert(figures.begin(), static_cast<char>('0' + DivideByTen(words)));
     while (figures.size() <= number.scale) figures.insert(figures.begin(), '0');
     const bool zero = figures.find_first_not_of('0') == std::string::npos;
     if (number.scale > 0) {
@@ -280,7 +283,8 @@ std::optional<jet::Guid> ParseGuid(std::string_view text) {
             if (text[at++] != '-') return std::nullopt;
         }
         const char* first = text.data() + at;
-        const auto [end, error] = std::from_chars(first, first + 2, guid.bytes.at(static_cast<std::size_t>(position)), 16);
+        const auto [end, error] =
+            std::from_chars(first, first + 2, guid.bytes.at(static_cast<std::size_t>(position)), 16);
         if (error != std::errc{} || end != first + 2) return std::nullopt;
         at += 2;
     }

@@ -46,9 +46,9 @@ std::optional<jet::Guid> ParseGuid(std::string_view text);
 /// Rounds halves to even.
 double RoundHalfEven(double number);
 
-[[noreturn]] void RaiseTypeMismatch();      // 3464
-[[noreturn]] void RaiseOverflow();          // 6
-[[noreturn]] void RaiseDivisionByZero();    // 11
-[[noreturn]] void RaiseInvalidArgument();   // 5
+[[noreturn]] void RaiseTypeMismatch();     // 3464
+[[noreturn]] void RaiseOverflow();         // 6
+[[noreturn]] void RaiseDivisionByZero();   // 11
+[[noreturn]] void RaiseInvalidArgument();  // 5
 
 }  // namespace marrowkit::expression

@@ -10,6 +10,7 @@
 #include "platform/expression/Conversion.h"
 #include "platform/expression/Format.h"
 #include "platform/expression/Functions.h"
+#include "platform/text/Numbers.h"
 
 namespace marrowkit::expression {
 namespace {
@@ -49,39 +50,8 @@ Value CBool(const Arguments& a) {
     return ToBoolean(a[0]);
 }
 
-/// The number a text begins with; blanks are skipped wherever they stand.
 Value Val(const Arguments& a) {
-    std::string text;
-    for (const char c : ToText(a[0]))
-        if (c != ' ' && c != '\t' && c != '\n') text += c;
-    if (text.size() > 2 && text[0] == '&')
-        if (const auto radix = ParseNumber(text)) return *radix;
-    std::size_t length = 0;
-    bool point = false;
-    bool digit = false;
-    std::string plain;
-    for (; length < text.size(); ++length) {
-        const char c = text[length];
-        const bool sign = (c == '+' || c == '-') && length == 0;
-        if (!IsAsciiDigit(c) && !sign && (c != '.' || point)) break;
-        point |= c == '.';
-        digit |= IsAsciiDigit(c);
-        if (c != '+') plain += c;
-    }
-    if (!digit) return 0.0;
-    std::string exponent;
-    if (length < text.size() && std::string_view("eEdD").find(text[length]) != std::string_view::npos) {
-        std::size_t at = length + 1;
-        if (at < text.size() && (text[at] == '+' || text[at] == '-')) exponent = text[at++] == '-' ? "-" : "";
-        const std::size_t digits = at;
-        while (at < text.size() && IsAsciiDigit(text[at])) exponent += text[at++];
-        exponent = at > digits ? "e" + exponent : "";
-    }
-    plain += exponent;
-    double number = 0;
-    const auto result = std::from_chars(plain.data(), plain.data() + plain.size(), number);
-    if (result.ec == std::errc::result_out_of_range) RaiseOverflow();
-    return number;
+    return marrowkit::Val(ToText(a[0]));
 }
 
 /// Positive numbers have a blank where the minus would stand.
@@ -97,7 +67,8 @@ std::string ToRadix(const Value& value, int radix) {
     const std::int32_t number = ToLong(value);
     // Negative Integers keep their sixteen bits.
     const bool narrow = std::holds_alternative<std::int16_t>(value) && number < 0;
-    const std::uint32_t bits = narrow ? static_cast<std::uint32_t>(number) & 0xFFFF : static_cast<std::uint32_t>(number);
+    const std::uint32_t bits =
+        narrow ? static_cast<std::uint32_t>(number) & 0xFFFF : static_cast<std::uint32_t>(number);
     std::array<char, 16> buffer{};
     const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), bits, radix).ptr;
     std::string text(buffer.data(), end);
@@ -171,9 +142,7 @@ std::span<const Function> ConversionFunctions() {
         Function{"CDate", 1, 1, CDate, ColumnType::DateTime},
         Function{"CVDate", 1, 1, CDate, ColumnType::DateTime},
         Function{"DateValue", 1, 1,
-                 [](const Arguments& a) -> Value {
-                     return jet::DateTime{std::trunc(ToDate(a[0]).days)};
-                 },
+                 [](const Arguments& a) -> Value { return jet::DateTime{std::trunc(ToDate(a[0]).days)}; },
                  ColumnType::DateTime},
         Function{"TimeValue", 1, 1,
                  [](const Arguments& a) -> Value {

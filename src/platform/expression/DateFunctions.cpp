@@ -25,9 +25,9 @@ Interval ReadInterval(const Value& value) {
         Interval interval;
     };
     static constexpr std::array kWords{
-        Word{"yyyy", Interval::Year}, Word{"q", Interval::Quarter},   Word{"m", Interval::Month},
+        Word{"yyyy", Interval::Year},   Word{"q", Interval::Quarter}, Word{"m", Interval::Month},
         Word{"y", Interval::DayOfYear}, Word{"d", Interval::Day},     Word{"w", Interval::Weekday},
-        Word{"ww", Interval::Week},   Word{"h", Interval::Hour},      Word{"n", Interval::Minute},
+        Word{"ww", Interval::Week},     Word{"h", Interval::Hour},    Word{"n", Interval::Minute},
         Word{"s", Interval::Second},
     };
     const std::string text = ToText(value);
@@ -65,7 +65,7 @@ Value Time(const Arguments&) {
     return jet::DateTime{days - std::trunc(days)};
 }
 
-template <int CalendarTime::* Member>
+template <int CalendarTime::*Member>
 Value Part(const Arguments& a) {
     return static_cast<std::int32_t>(TakeApart(ToDate(a[0])).*Member);
 }
@@ -123,7 +123,8 @@ Value DateAdd(const Arguments& a) {
         case Interval::Hour:
         case Interval::Minute:
         case Interval::Second: {
-            const std::int64_t unit = interval == Interval::Hour ? 3600 : (interval == Interval::Minute ? 60 : 1);
+            const std::int64_t unit =
+                interval == Interval::Hour ? 3600 : (interval == Interval::Minute ? 60 : 1);
             const std::int64_t seconds = SecondsOf(moment) + count * unit;
             return Checked(FromContinuousDays(static_cast<double>(seconds) / kSecondsPerDay));
         }
@@ -200,7 +201,8 @@ Value DatePart(const Arguments& a) {
         case Interval::Weekday:
             return std::int32_t{WeekdayFrom(DayOf(moment), FirstDayArgument(a, 2))};
         case Interval::Week:
-            return static_cast<std::int32_t>((dayOfYear + WeekdayFrom(newYear, FirstDayArgument(a, 2)) - 2) / 7 + 1);
+            return static_cast<std::int32_t>(
+                (dayOfYear + WeekdayFrom(newYear, FirstDayArgument(a, 2)) - 2) / 7 + 1);
         case Interval::Hour:
             return std::int32_t{time.hour};
         case Interval::Minute:

@@ -20,7 +20,8 @@ struct BoundName {
 
 /// Finds a name; the qualifier (a table's name or alias) is empty for none. nullopt: no such name. May raise
 /// an error of its own (3079 for a name that two tables have).
-using NameResolver = std::function<std::optional<BoundName>(std::string_view qualifier, std::string_view name)>;
+using NameResolver =
+    std::function<std::optional<BoundName>(std::string_view qualifier, std::string_view name)>;
 
 /// How the values of names are found, and what happens with those that are not.
 struct Binding {

@@ -10,6 +10,8 @@
 #include "platform/expression/Calendar.h"
 #include "platform/expression/Characters.h"
 #include "platform/expression/Conversion.h"
+#include "platform/text/CaseMapping.h"
+#include "platform/text/Utf8.h"
 
 namespace marrowkit::expression {
 namespace {
@@ -20,8 +22,9 @@ struct NamedFormat {
 };
 
 constexpr std::array kNamedNumbers{
-    NamedFormat{"Fixed", "0.00"},    NamedFormat{"Standard", "#,##0.00"}, NamedFormat{"Percent", "0.00%"},
-    NamedFormat{"Currency", "$#,##0.00;($#,##0.00)"}, NamedFormat{"Scientific", "0.00E+00"},
+    NamedFormat{"Fixed", "0.00"},          NamedFormat{"Standard", "#,##0.00"},
+    NamedFormat{"Percent", "0.00%"},       NamedFormat{"Currency", "$#,##0.00;($#,##0.00)"},
+    NamedFormat{"Scientific", "0.00E+00"},
 };
 constexpr std::array kNamedDates{
     NamedFormat{"Long Date", "dddd, mmmm dd, yyyy"}, NamedFormat{"Medium Date", "dd-mmm-yy"},
@@ -43,7 +46,8 @@ std::vector<std::string_view> Sections(std::string_view pattern) {
     bool quoted = false;
     for (std::size_t i = 0; i < pattern.size(); ++i) {
         if (pattern[i] == '"') quoted = !quoted;
-        if (pattern[i] == '\\') ++i;
+        if (pattern[i] == '\\')
+            ++i;
         else if (pattern[i] == ';' && !quoted) {
             sections.push_back(pattern.substr(start, i - start));
             start = i + 1;
@@ -56,8 +60,8 @@ std::vector<std::string_view> Sections(std::string_view pattern) {
 /// What a number picture asks for.
 struct Picture {
     int wholeDigits = 0;
-    int places = 0;      ///< 0 and # behind the point
-    int fixedPlaces = 0; ///< 0 behind the point
+    int places = 0;       ///< 0 and # behind the point
+    int fixedPlaces = 0;  ///< 0 behind the point
     int percents = 0;
     int exponentDigits = 0;
     bool thousands = false;
@@ -78,12 +82,15 @@ Picture Measure(std::string_view section) {
             ++picture.percents;
         } else if (c == ',') {
             picture.thousands |= !behind;
-        } else if ((c == 'E' || c == 'e') && i + 1 < section.size() && (section[i + 1] == '+' || section[i + 1] == '-')) {
+        } else if ((c == 'E' || c == 'e') && i + 1 < section.size() &&
+                   (section[i + 1] == '+' || section[i + 1] == '-')) {
             for (i += 2; i < section.size() && section[i] == '0'; ++i) ++picture.exponentDigits;
             --i;
         } else if (c == '0' || c == '#') {
-            if (!behind) picture.wholeDigits += c == '0' ? 1 : 0;
-            else ++picture.places;
+            if (!behind)
+                picture.wholeDigits += c == '0' ? 1 : 0;
+            else
+                ++picture.places;
             if (behind && c == '0') picture.fixedPlaces = picture.places;
         }
     }
@@ -94,7 +101,8 @@ Picture Measure(std::string_view section) {
 void CutDigits(double size, const Picture& picture, std::string& whole, std::string& places) {
     std::array<char, 400> buffer{};
     const double scale = std::pow(10.0, picture.places);
-    const double rounded = size < 9e15 / scale ? std::floor(size * scale + 0.5 + size * scale * 1e-16) / scale : size;
+    const double rounded =
+        size < 9e15 / scale ? std::floor(size * scale + 0.5 + size * scale * 1e-16) / scale : size;
     std::snprintf(buffer.data(), buffer.size(), "%.*f", std::min(picture.places, 30), rounded);
     const std::string text(buffer.data());
     const std::size_t point = text.find('.');
@@ -104,7 +112,8 @@ void CutDigits(double size, const Picture& picture, std::string& whole, std::str
     if (whole == "0") whole.clear();
     while (static_cast<int>(whole.size()) < picture.wholeDigits) whole.insert(whole.begin(), '0');
     if (!picture.thousands) return;
-    for (auto at = static_cast<int>(whole.size()) - 3; at > 0; at -= 3) whole.insert(static_cast<std::size_t>(at), ",");
+    for (auto at = static_cast<int>(whole.size()) - 3; at > 0; at -= 3)
+        whole.insert(static_cast<std::size_t>(at), ",");
 }
 
 std::string FormatNumber(double number, std::string_view section, bool showMinus) {
@@ -129,11 +138,15 @@ std::string FormatNumber(double number, std::string_view section, bool showMinus
         } else if (c == '\\') {
             if (++i < section.size()) text += section[i];
         } else if (c == '0' || c == '#' || c == '.' || c == ',') {
-            if (!digitsDone) text += whole + (picture.places > 0 || section.find('.') != std::string_view::npos ? "." : "") + places;
+            if (!digitsDone)
+                text += whole +
+                        (picture.places > 0 || section.find('.') != std::string_view::npos ? "." : "") +
+                        places;
             digitsDone = true;
         } else if ((c == 'E' || c == 'e') && picture.exponentDigits > 0 && i + 1 < section.size()) {
             std::string digits = std::to_string(std::abs(exponent));
-            while (static_cast<int>(digits.size()) < picture.exponentDigits) digits.insert(digits.begin(), '0');
+            while (static_cast<int>(digits.size()) < picture.exponentDigits)
+                digits.insert(digits.begin(), '0');
             text += c;
             if (exponent < 0 || section[i + 1] == '+') text += exponent < 0 ? '-' : '+';
             text += digits;
@@ -191,12 +204,18 @@ std::string FormatDate(jet::DateTime moment, std::string_view pattern) {
         }
         if (c == 'D') text += DayText(time, width);
         // An m right behind hours means minutes.
-        else if (c == 'M') text += afterHour ? Padded(time.minute, width) : MonthText(time, width);
-        else if (c == 'Y') text += width > 2 ? Padded(time.year, 4) : Padded(time.year % 100, 2);
-        else if (c == 'H') text += Padded(halves ? (time.hour + 11) % 12 + 1 : time.hour, std::min<std::size_t>(width, 2));
-        else if (c == 'N') text += Padded(time.minute, std::min<std::size_t>(width, 2));
-        else if (c == 'S') text += Padded(time.second, std::min<std::size_t>(width, 2));
-        else text += pattern.substr(i, width);
+        else if (c == 'M')
+            text += afterHour ? Padded(time.minute, width) : MonthText(time, width);
+        else if (c == 'Y')
+            text += width > 2 ? Padded(time.year, 4) : Padded(time.year % 100, 2);
+        else if (c == 'H')
+            text += Padded(halves ? (time.hour + 11) % 12 + 1 : time.hour, std::min<std::size_t>(width, 2));
+        else if (c == 'N')
+            text += Padded(time.minute, std::min<std::size_t>(width, 2));
+        else if (c == 'S')
+            text += Padded(time.second, std::min<std::size_t>(width, 2));
+        else
+            text += pattern.substr(i, width);
         if (IsAsciiLetter(c)) afterHour = c == 'H';
         i += width;
     }
@@ -214,7 +233,7 @@ std::string FormatText(const std::string& text, std::string_view pattern) {
     std::string mapped;
     if (pattern == "<" || pattern == ">") {
         for (const char32_t point : ToCodePoints(text))
-            AppendCodePoint(pattern == "<" ? ToLower(point) : ToUpper(point), mapped);
+            AppendUtf8(mapped, pattern == "<" ? ToLower(point) : ToUpper(point));
         return mapped;
     }
     return text;
@@ -239,7 +258,8 @@ std::string FormatValue(const jet::Value& value, std::string_view pattern) {
         return FormatDate(ToDate(value), pattern);
     const auto sections = Sections(named ? *named : pattern);
     if (number == 0 && sections.size() > 2) return FormatNumber(0, sections[2], false);
-    if (number < 0 && sections.size() > 1 && !sections[1].empty()) return FormatNumber(number, sections[1], false);
+    if (number < 0 && sections.size() > 1 && !sections[1].empty())
+        return FormatNumber(number, sections[1], false);
     return FormatNumber(number, sections[0], true);
 }
 

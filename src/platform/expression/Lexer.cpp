@@ -165,7 +165,8 @@ private:
     }
 
     void ScanSymbol(Token& token) {
-        static constexpr std::array<std::string_view, 7> kTwoCharacters{"<=", ">=", "<>", "=<", "=>", "><", "!="};
+        static constexpr std::array<std::string_view, 7> kTwoCharacters{"<=", ">=", "<>", "=<",
+                                                                        "=>", "><", "!="};
         token.kind = TokenKind::Symbol;
         const std::string_view two = source_.substr(at_, 2);
         for (const std::string_view symbol : kTwoCharacters) {

@@ -5,6 +5,7 @@
 #include "platform/expression/Characters.h"
 #include "platform/expression/Conversion.h"
 #include "platform/jet/format/Collation.h"
+#include "platform/text/CaseMapping.h"
 
 namespace marrowkit::expression {
 namespace {
@@ -38,7 +39,8 @@ Element MatchList(jet::JetVersion version, std::u32string_view pattern, char32_t
     bool found = false;
     for (std::size_t i = 0; i < list.size(); ++i) {
         if (i + 2 < list.size() && list[i + 1] == U'-') {
-            found |= CompareCharacters(version, c, list[i]) >= 0 && CompareCharacters(version, c, list[i + 2]) <= 0;
+            found |= CompareCharacters(version, c, list[i]) >= 0 &&
+                     CompareCharacters(version, c, list[i + 2]) <= 0;
             i += 2;
         } else {
             found |= CompareCharacters(version, c, list[i]) == 0;
@@ -66,7 +68,8 @@ bool MatchesPattern(jet::JetVersion version, std::string_view text, std::string_
     const std::u32string subject = ToCodePoints(text);
     std::u32string wanted = ToCodePoints(pattern);
     // An empty list stands for nothing at all.
-    for (std::size_t at = wanted.find(U"[]"); at != std::u32string::npos; at = wanted.find(U"[]", at)) wanted.erase(at, 2);
+    for (std::size_t at = wanted.find(U"[]"); at != std::u32string::npos; at = wanted.find(U"[]", at))
+        wanted.erase(at, 2);
     const std::u32string_view elements = wanted;
     std::size_t s = 0;
     std::size_t p = 0;

@@ -44,7 +44,8 @@ bool SameExpression(const Node& left, const Node& right) {
         left.star != right.star || left.value != right.value || left.slot != right.slot)
         return false;
     if (!SameName(left.name, right.name) || !SameName(left.qualifier, right.qualifier)) return false;
-    return std::equal(left.children.begin(), left.children.end(), right.children.begin(), right.children.end(),
+    return std::equal(left.children.begin(), left.children.end(), right.children.begin(),
+                      right.children.end(),
                       [](const NodePtr& a, const NodePtr& b) { return SameExpression(*a, *b); });
 }
 

@@ -60,7 +60,8 @@ int CompareNumbers(const jet::Value& left, const jet::Value& right) {
     if (const auto* a = std::get_if<std::int32_t>(&left))
         if (const auto* b = std::get_if<std::int32_t>(&right)) return Order(*a, *b);
     if (const auto* a = std::get_if<jet::Currency>(&left))
-        if (const auto* b = std::get_if<jet::Currency>(&right)) return Order(a->tenThousandths, b->tenThousandths);
+        if (const auto* b = std::get_if<jet::Currency>(&right))
+            return Order(a->tenThousandths, b->tenThousandths);
     if (const auto* a = std::get_if<jet::Numeric>(&left))
         if (const auto* b = std::get_if<jet::Numeric>(&right)) return CompareNumerics(*a, *b);
     return Order(AsComparable(left), AsComparable(right));
@@ -76,7 +77,8 @@ bool IsWhole(const jet::Value& value) {
 }
 
 jet::Value FromWhole(std::int64_t number) {
-    if (number >= std::numeric_limits<std::int32_t>::min() && number <= std::numeric_limits<std::int32_t>::max())
+    if (number >= std::numeric_limits<std::int32_t>::min() &&
+        number <= std::numeric_limits<std::int32_t>::max())
         return static_cast<std::int32_t>(number);
     return static_cast<double>(number);
 }
@@ -117,7 +119,8 @@ jet::Value AddOrMultiply(Operator op, const jet::Value& left, const jet::Value& 
         if (op == Operator::Add) return FromWhole(a + b);
         return FromWhole(op == Operator::Subtract ? a - b : a * b);
     }
-    const bool money = (IsMoney(left) && (IsMoney(right) || IsWhole(right))) || (IsMoney(right) && IsWhole(left));
+    const bool money =
+        (IsMoney(left) && (IsMoney(right) || IsWhole(right))) || (IsMoney(right) && IsWhole(left));
     if (money && op == Operator::Multiply) return ToCurrency(jet::Value(ToDouble(left) * ToDouble(right)));
     if (money) return AddMoney(ToCurrency(left), ToCurrency(right), op == Operator::Subtract);
     const double a = ToDouble(left);
@@ -188,7 +191,8 @@ void AppendValueKey(jet::JetVersion version, const jet::Value& value, std::strin
             break;
     }
     if (const auto* amount = std::get_if<jet::Currency>(&value))
-        return AppendBigEndian(static_cast<std::uint64_t>(amount->tenThousandths) ^ std::uint64_t{1} << 63, key);
+        return AppendBigEndian(static_cast<std::uint64_t>(amount->tenThousandths) ^ std::uint64_t{1} << 63,
+                               key);
     if (const auto* number = std::get_if<jet::Numeric>(&value)) return AppendNumericKey(*number, key);
     AppendNumberKey(AsComparable(value), key);
 }
@@ -269,7 +273,8 @@ jet::Value Calculate(Operator op, const jet::Value& left, const jet::Value& righ
 
 jet::Value Negate(const jet::Value& value) {
     if (jet::IsNull(value)) return value;
-    if (const auto* moment = std::get_if<jet::DateTime>(&value)) return FromContinuousDays(-ToContinuousDays(*moment));
+    if (const auto* moment = std::get_if<jet::DateTime>(&value))
+        return FromContinuousDays(-ToContinuousDays(*moment));
     if (const auto* number = std::get_if<jet::Numeric>(&value)) {
         jet::Numeric negated = *number;
         negated.negative = !negated.negative;

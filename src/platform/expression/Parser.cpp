@@ -46,11 +46,11 @@ constexpr std::array kInfixes{
     Infix{"^", Operator::Power, 14},
 };
 
-/// Words that end an expression. Left and Right end it only in front of a join's other words, where no operand
-/// is expected, so the functions of these names are not in the way.
+/// Words that end an expression. Left and Right end it only in front of a join's other words, where no
+/// operand is expected, so the functions of these names are not in the way.
 constexpr std::array<std::string_view, 20> kClauseWords{
-    "AS",   "FROM",  "INTO",  "WHERE", "GROUP", "HAVING", "ORDER", "ASC",  "DESC",   "INNER",
-    "LEFT", "RIGHT", "JOIN",  "ON",    "SET",   "VALUES", "UNION", "WITH", "SELECT", "BY"};
+    "AS",   "FROM",  "INTO", "WHERE", "GROUP", "HAVING", "ORDER", "ASC",  "DESC",   "INNER",
+    "LEFT", "RIGHT", "JOIN", "ON",    "SET",   "VALUES", "UNION", "WITH", "SELECT", "BY"};
 
 const Infix* FindInfix(const Token& token) {
     if (token.kind != TokenKind::Name && token.kind != TokenKind::Symbol) return nullptr;
@@ -140,7 +140,8 @@ void Parser::CheckEnd() const {
     switch (next.kind) {
         case TokenKind::End:
         case TokenKind::Symbol:
-            if (next.kind == TokenKind::End || std::string_view(",);").find(next.text) != std::string_view::npos)
+            if (next.kind == TokenKind::End ||
+                std::string_view(",);").find(next.text) != std::string_view::npos)
                 return;
             Fail("Syntax error (missing operator)");
         case TokenKind::Name:
@@ -390,7 +391,8 @@ void Parser::FailHere() const {
             Fail("Syntax error in number");
         case TokenKind::BadBracket:
             throw RuntimeError(3126, "Invalid bracketing of name '" +
-                                         tokens_->Source().substr(token.start, token.end - token.start) + "'.");
+                                         tokens_->Source().substr(token.start, token.end - token.start) +
+                                         "'.");
         case TokenKind::BadCharacter:
             Fail("Syntax error");
         default:
@@ -430,8 +432,9 @@ void Parser::Fail(std::string_view message, std::size_t expressionPosition) cons
     if (style_ == ErrorStyle::Plain)
         throw RuntimeError(static_cast<int>(jet::JetError::ExpressionSyntaxNoText),
                            std::string(message) + " in expression.");
-    throw RuntimeError(static_cast<int>(jet::JetError::ExpressionSyntax),
-                       std::string(message) + " in query expression '" + ClauseText(expressionPosition) + "'.");
+    throw RuntimeError(
+        static_cast<int>(jet::JetError::ExpressionSyntax),
+        std::string(message) + " in query expression '" + ClauseText(expressionPosition) + "'.");
 }
 
 }  // namespace marrowkit::expression

@@ -39,14 +39,16 @@ enum class ErrorStyle { Query, Plain };
 
 /// Reads one expression from a stream.
 ///
-/// From weak to strong: Imp, Eqv, Xor, Or, And, Not, comparisons (with Like, Between, In, Is), &, + and -, Mod,
+/// From weak to strong: Imp, Eqv, Xor, Or, And, Not, comparisons (with Like, Between, In, Is), &, + and -,
+/// Mod,
 /// \, * and /, unary minus, ^. Raises 3075 (3077) on anything malformed, 3071 when nested too deeply.
 class Parser {
 public:
-    explicit Parser(TokenStream& tokens, ErrorStyle style = ErrorStyle::Query) : tokens_(&tokens), style_(style) {}
+    explicit Parser(TokenStream& tokens, ErrorStyle style = ErrorStyle::Query)
+        : tokens_(&tokens), style_(style) {}
 
-    /// Stops in front of whatever cannot belong to an expression: a keyword of a statement, a comma, a closing
-    /// parenthesis, a semicolon, the end.
+    /// Stops in front of whatever cannot belong to an expression: a keyword of a statement, a comma, a
+    /// closing parenthesis, a semicolon, the end.
     NodePtr ParseExpression();
     /// The same where a comparison may lack its left side, which is the column of a validation rule.
     NodePtr ParseRule();

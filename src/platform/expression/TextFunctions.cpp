@@ -7,6 +7,8 @@
 #include "platform/expression/Conversion.h"
 #include "platform/expression/Functions.h"
 #include "platform/jet/format/Collation.h"
+#include "platform/text/CaseMapping.h"
+#include "platform/text/Utf8.h"
 
 namespace marrowkit::expression {
 namespace {
@@ -106,7 +108,7 @@ Value Chr(const Arguments& a) {
     const std::int32_t code = ToLong(a[0]);
     if (code < 0 || code > 0xFFFF) RaiseInvalidArgument();
     std::string text;
-    AppendCodePoint(static_cast<char32_t>(code), text);
+    AppendUtf8(text, static_cast<char32_t>(code));
     return text;
 }
 
