@@ -10,6 +10,8 @@
 #include "platform/expression/Calendar.h"
 #include "platform/expression/Characters.h"
 #include "platform/jet/format/JetErrors.h"
+#include "platform/jet/format/NumericValue.h"
+#include "platform/jet/format/ValueText.h"
 
 namespace marrowkit::expression {
 namespace {
@@ -69,17 +71,6 @@ std::string LayOutNumber(double number, int digits) {
     const auto whole = static_cast<std::size_t>(exponent) + 1;
     if (figures.size() <= whole) return text + figures + std::string(whole - figures.size(), '0');
     return text + figures.substr(0, whole) + "." + figures.substr(whole);
-}
-
-/// Divides the 128-bit magnitude by ten in place and gives the remainder.
-std::uint32_t DivideByTen(std::array<std::uint32_t, 4>& words) {
-    std::uint64_t rest = 0;
-    for (std::uint32_t& word : words) {
-        const std::uint64_t part = rest << 32 | word;
-        word = static_cast<std::uint32_t>(part / 10);
-        rest = part % 10;
-    }
-    return static_cast<std::uint32_t>(rest);
 }
 
 }  // namespace
@@ -152,13 +143,6 @@ std::optional<double> ParseNumber(std::string_view text) {
     return number;
 }
 
-double NumericToDouble(const jet::Numeric& number) {
-    long double magnitude = 0;
-    for (const std::uint32_t word : number.magnitude) magnitude = magnitude * 4294967296.0L + word;
-    magnitude /= std::pow(10.0L, static_cast<long double>(number.scale));
-    return static_cast<double>(number.negative ? -magnitude : magnitude);
-}
-
 double ToDouble(const jet::Value& value) {
     return std::visit(
         Overloaded{
@@ -172,7 +156,7 @@ double ToDouble(const jet::Value& value) {
             },
             [](const jet::Binary&) -> double { RaiseTypeMismatch(); },
             [](const jet::Guid&) -> double { RaiseTypeMismatch(); },
-            [](const jet::Numeric& number) { return NumericToDouble(number); },
+            [](const jet::Numeric& number) { return jet::NumericToDouble(number); },
             [](auto number) { return static_cast<double>(number); },
         },
         value);
@@ -233,76 +217,18 @@ std::string NumberToText(float number) {
     return LayOutNumber(static_cast<double>(number), 7);
 }
 
-std::string CurrencyToText(jet::Currency amount) {
-    const bool negative = amount.tenThousandths < 0;
-    const std::uint64_t size = negative ? 0 - static_cast<std::uint64_t>(amount.tenThousandths)
-                                        : static_cast<std::uint64_t>(amount.tenThousandths);
-    std::string text = (negative ? "-" : "") + std::to_string(size / 10000);
-    std::string places = std::to_string(10000 + size % 10000).substr(1);
-    while (!places.empty() && places.back() == '0') places.pop_back();
-    return places.empty() ? text : text + "." + places;
-}
-
-std::string NumericToText(const jet::Numeric& number) {
-    std::array<std::uint32_t, 4> words = number.magnitude;
-    std::string figures;
-    while (words != std::array<std::uint32_t, 4>{})
-        figures.insert(figures.begin(), static_cast<char>('0' + DivideByTen(words)));
-    while (figures.size() <= number.scale) figures.insert(figures.begin(), '0');
-    const bool zero = figures.find_first_not_of('0') == std::string::npos;
-    if (number.scale > 0) {
-        figures.insert(figures.size() - number.scale, ".");
-        while (figures.back() == '0') figures.pop_back();
-        if (figures.back() == '.') figures.pop_back();
-    }
-    return number.negative && !zero ? "-" + figures : figures;
-}
-
-std::string GuidToText(const jet::Guid& guid) {
-    static constexpr std::array<int, 16> kOrder{3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
-    static constexpr std::string_view kFigures = "0123456789ABCDEF";
-    std::string text = "{";
-    for (std::size_t i = 0; i < kOrder.size(); ++i) {
-        if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-        const std::uint8_t byte = guid.bytes.at(static_cast<std::size_t>(kOrder.at(i)));
-        text += kFigures[byte >> 4];
-        text += kFigures[byte & 15];
-    }
-    return text + "}";
-}
-
-std::optional<jet::Guid> ParseGuid(std::string_view text) {
-    static constexpr std::array<int, 16> kOrder{3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
-    if (text.starts_with("{guid ") && text.ends_with("}")) text = text.substr(6, text.size() - 7);
-    if (text.starts_with("{") && text.ends_with("}")) text = text.substr(1, text.size() - 2);
-    if (text.size() != 36) return std::nullopt;
-    jet::Guid guid;
-    std::size_t at = 0;
-    for (const int position : kOrder) {
-        if (at == 8 || at == 13 || at == 18 || at == 23) {
-            if (text[at++] != '-') return std::nullopt;
-        }
-        const char* first = text.data() + at;
-        const auto [end, error] =
-            std::from_chars(first, first + 2, guid.bytes.at(static_cast<std::size_t>(position)), 16);
-        if (error != std::errc{} || end != first + 2) return std::nullopt;
-        at += 2;
-    }
-    return guid;
-}
-
 std::string ToText(const jet::Value& value) {
     return std::visit(Overloaded{
                           [](jet::Null) -> std::string { RaiseTypeMismatch(); },
                           [](bool truth) -> std::string { return truth ? "-1" : "0"; },
-                          [](jet::Currency amount) { return CurrencyToText(amount); },
+                          [](jet::Currency amount) { return jet::CurrencyText(amount); },
                           [](float number) { return NumberToText(number); },
                           [](double number) { return NumberToText(number); },
                           [](jet::DateTime moment) { return DateToText(moment); },
                           [](const std::string& text) { return text; },
                           [](const jet::Binary&) -> std::string { RaiseTypeMismatch(); },
-                          [](const jet::Guid& guid) { return GuidToText(guid); },
-                          [](const jet::Numeric& number) { return NumericToText(number); },
+                          [](const jet::Guid& guid) { return jet::GuidText(guid); },
+                          [](const jet::Numeric& number) { return jet::NumericText(number); },
                           [](auto number) { return std::to_string(number); },
                       },
                       value);

@@ -36,12 +36,6 @@ std::string ToText(const jet::Value& value);
 /// 15 (7) significant digits, scientific from 1E+15 (1E+7) and below 0.0001.
 std::string NumberToText(double number);
 std::string NumberToText(float number);
-std::string CurrencyToText(jet::Currency amount);
-std::string NumericToText(const jet::Numeric& number);
-double NumericToDouble(const jet::Numeric& number);
-/// "{12345678-9ABC-DEF0-1234-56789ABCDEF0}".
-std::string GuidToText(const jet::Guid& guid);
-std::optional<jet::Guid> ParseGuid(std::string_view text);
 
 /// Rounds halves to even.
 double RoundHalfEven(double number);

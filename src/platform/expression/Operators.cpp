@@ -5,11 +5,13 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include "platform/expression/Calendar.h"
 #include "platform/expression/Conversion.h"
 #include "platform/jet/format/Collation.h"
+#include "platform/jet/format/ValueText.h"
 
 namespace marrowkit::expression {
 namespace {
@@ -65,6 +67,14 @@ int CompareNumbers(const jet::Value& left, const jet::Value& right) {
     if (const auto* a = std::get_if<jet::Numeric>(&left))
         if (const auto* b = std::get_if<jet::Numeric>(&right)) return CompareNumerics(*a, *b);
     return Order(AsComparable(left), AsComparable(right));
+}
+
+/// GUIDs in statements are texts: "{guid {01020304-...}}", or without the outer part.
+std::optional<jet::Guid> GuidOfLiteral(std::string_view text) {
+    constexpr std::string_view kOpening = "{guid ";
+    if (text.starts_with(kOpening) && text.ends_with('}'))
+        text = text.substr(kOpening.size(), text.size() - kOpening.size() - 1);
+    return jet::GuidFromText(text);
 }
 
 bool IsCounting(ValueClass kind) {
@@ -185,7 +195,7 @@ void AppendValueKey(jet::JetVersion version, const jet::Value& value, std::strin
         case ValueClass::Binary:
             return AppendEscaped(std::get<jet::Binary>(value), key);
         case ValueClass::Guid:
-            key += GuidToText(std::get<jet::Guid>(value));
+            key += jet::GuidText(std::get<jet::Guid>(value));
             return;
         default:
             break;
@@ -212,11 +222,10 @@ int Compare(jet::JetVersion version, const jet::Value& left, const jet::Value& r
     if (a == ValueClass::Binary && b == ValueClass::Binary)
         return Order(std::get<jet::Binary>(left), std::get<jet::Binary>(right));
     const auto asGuid = [](const jet::Value& value) -> std::string {
-        if (const auto* guid = std::get_if<jet::Guid>(&value)) return GuidToText(*guid);
-        const auto* text = std::get_if<std::string>(&value);
-        const auto guid = text ? ParseGuid(*text) : std::nullopt;
-        if (!guid) RaiseTypeMismatch();
-        return GuidToText(*guid);
+        if (const auto* guid = std::get_if<jet::Guid>(&value)) return jet::GuidText(*guid);
+        if (const auto* text = std::get_if<std::string>(&value))
+            if (const auto guid = GuidOfLiteral(*text)) return jet::GuidText(*guid);
+        RaiseTypeMismatch();
     };
     if (a == ValueClass::Guid || b == ValueClass::Guid) return Order(asGuid(left), asGuid(right));
     RaiseTypeMismatch();

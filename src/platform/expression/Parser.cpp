@@ -398,9 +398,8 @@ void Parser::FailHere() const {
         default:
             break;
     }
-    if (nesting_ > 1 && (token.kind == TokenKind::End || token.text == ";")) {
-        const std::size_t from = start_;
-        const std::string text = ClauseText(from);
+    if (token.kind == TokenKind::End || token.text == ";") {
+        const std::string text = ClauseText(start_);
         const auto open = std::count(text.begin(), text.end(), '(');
         if (open > std::count(text.begin(), text.end(), ')')) Fail("Missing ), ], or Item");
     }

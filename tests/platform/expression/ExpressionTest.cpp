@@ -406,7 +406,7 @@ TEST(Conversion, DecimalsKeepTheirDigits) {
     number.magnitude = {0, 0, 0, 12345};
     number.scale = 2;
     number.negative = true;
-    EXPECT_EQ(NumericToText(number), "-123.45");
+    EXPECT_EQ(ToText(number), "-123.45");
     jet::Numeric same;
     same.magnitude = {0, 0, 0, 1234500};
     same.scale = 4;
