@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "checksum/Crc32Loops.h"
-#include "checksum/HostFile.h"
 
 namespace marrowkit {
 
@@ -38,12 +37,13 @@ public:
     /// Clear, then AddString.
     std::int32_t CalculateString(std::string_view text);
 
-    /// The checksum of a file's whole content, by its Windows path text. Nothing at all when the length is 0,
+    /// The checksum of a file's whole content, by its Windows path. Nothing at all when the length is 0,
     /// as that of a folder is; the running values are then left as they are. Throws RuntimeError: 53 for a
-    /// missing file, 70 or 75 for one that cannot be read, 57 when reading fails.
+    /// missing file (76 when its folder is missing), 70 or 75 for one that cannot be read, 57 when reading
+    /// fails.
     std::optional<std::int32_t> CalculateFile(std::string_view path);
     /// The same by the host's own, zero-terminated path, for callers that walk the disk themselves.
-    std::optional<std::int32_t> CalculateHostFile(HostFile::PathText hostPath);
+    std::optional<std::int32_t> CalculateHostFile(const char* hostPath);
 
     /// CRC-32: the running value inverted. CRC-16: the running value's low 16 bits.
     std::int32_t Value() const;

@@ -11,6 +11,7 @@
 
 #include "checksum/clsCRC.h"
 #include "platform/errors/RuntimeError.h"
+#include "platform/files/HostPath.h"
 #include "support/TemporaryFolder.h"
 
 namespace marrowkit {
@@ -78,6 +79,14 @@ TEST(CalculateFile, SumsTheWholeFileWhateverItsLength) {
 TEST(CalculateFile, RaisesFileNotFoundForAMissingFile) {
     const test::TemporaryFolder folder;
     EXPECT_EQ(ErrorOf(folder / "nothing.bin"), 53);
+}
+
+TEST(CalculateFile, FindsAFileByItsWindowsPathInAnyCase) {
+    const test::TemporaryFolder folder;
+    test::WriteFile(folder / "Nimbus.d64", "123456789");
+    clsCRC crc;
+    EXPECT_EQ(crc.CalculateFile(WindowsPath((folder / "nimbus.D64").string())), -873187034);
+    EXPECT_THROW(crc.CalculateFile(WindowsPath((folder / "nothing").string())), RuntimeError);
 }
 
 TEST(CalculateFile, KeepsTheRunningValuesWhenItFails) {

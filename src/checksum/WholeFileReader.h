@@ -1,24 +1,21 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <span>
 
 namespace marrowkit {
 
 /// A file opened for being read once from its start to its end, in as few system calls as there can be. Only
 /// for the checksum folder.
-class HostFile {
+class WholeFileReader {
 public:
-    /// A zero-terminated path of the host.
-    using PathText = const std::filesystem::path::value_type*;
-
     /// A file that cannot be opened but has no content (or is no file) counts as one of length 0, because the
     /// length is asked for before the file is opened. Throws RuntimeError when the opening fails otherwise.
-    explicit HostFile(PathText path);
-    HostFile(const HostFile&) = delete;
-    HostFile& operator=(const HostFile&) = delete;
-    ~HostFile();
+    explicit WholeFileReader(const char* hostPath);
+    WholeFileReader(const WholeFileReader&) = delete;
+    WholeFileReader& operator=(const WholeFileReader&) = delete;
+    ~WholeFileReader();
 
     /// In bytes, when it was opened. 0 for a folder and for everything else that is not a regular file.
     std::uint64_t Length() const { return length_; }

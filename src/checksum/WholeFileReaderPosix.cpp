@@ -1,0 +1,63 @@
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <sys/stat.h>
+
+#include "checksum/WholeFileReader.h"
+#include "platform/errors/RuntimeError.h"
+#include "platform/files/HostFiles.h"
+
+namespace marrowkit {
+
+namespace {
+
+std::uint64_t LengthOf(const struct stat& status) {
+    return S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+}  // namespace
+
+WholeFileReader::WholeFileReader(const char* hostPath) {
+    struct stat status;
+    // O_NONBLOCK: a pipe without a writer must not stop the scan. It means nothing for files.
+    descriptor_ = ::open(hostPath, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor_ < 0) {
+        const int code = errno;
+        if (::stat(hostPath, &status) == 0 && LengthOf(status) == 0) return;
+        RaiseForHostPath(code, hostPath);
+    }
+    if (::fstat(descriptor_, &status) != 0) {
+        const int code = errno;
+        ::close(descriptor_);
+        RaiseSystemError(code);
+    }
+    length_ = LengthOf(status);
+}
+
+WholeFileReader::~WholeFileReader() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+void WholeFileReader::ExpectWholeRead() {
+#if defined(POSIX_FADV_SEQUENTIAL)
+    // Only advice: nothing is lost when the system does not take it.
+    static_cast<void>(::posix_fadvise(descriptor_, 0, 0, POSIX_FADV_SEQUENTIAL));
+#endif
+}
+
+std::size_t WholeFileReader::Read(std::span<std::uint8_t> into) {
+    std::size_t done = 0;
+    while (done < into.size()) {
+        const ssize_t count = ::read(descriptor_, into.data() + done, into.size() - done);
+        if (count == 0) break;
+        if (count > 0) {
+            done += static_cast<std::size_t>(count);
+        } else if (errno != EINTR) {
+            RaiseSystemError(errno);
+        }
+    }
+    return done;
+}
+
+}  // namespace marrowkit

@@ -1,0 +1,19 @@
+#include "cli/Commands.h"
+
+namespace marrowkit::cli {
+
+namespace {
+
+using AddCommand = void (*)(CLI::App&, Session&);
+
+constexpr AddCommand kCommands[] = {
+    AddCrcCommand,
+};
+
+}  // namespace
+
+void AddCommands(CLI::App& app, Session& session) {
+    for (const AddCommand add : kCommands) add(app, session);
+}
+
+}  // namespace marrowkit::cli

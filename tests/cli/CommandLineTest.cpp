@@ -1,0 +1,74 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cli/CommandLineTester.h"
+#include "support/TemporaryFolder.h"
+
+namespace marrowkit::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+TEST(CommandLine, ExplainsItself) {
+    const CommandLineRun run = RunCli({"--help"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(run.err, IsEmpty());
+    for (const char* text : {"--library", "--json", "--quiet", "--yes", "--version", "crc", "Exit codes"}) {
+        EXPECT_THAT(run.out, HasSubstr(text));
+    }
+}
+
+TEST(CommandLine, ExplainsACommandWithExamples) {
+    const CommandLineRun run = RunCli({"crc", "--help"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(run.out, HasSubstr("Examples:\n  marrowkit-cli crc"));
+}
+
+TEST(CommandLine, TellsItsVersion) {
+    const CommandLineRun run = RunCli({"--version"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, "Marrowkit 1.1\n");
+}
+
+TEST(CommandLine, EndsWith2ForWrongUsage) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{}, {"nonsense"}, {"crc"}, {"crc", "--nonsense", "x"}, {"--library"}}) {
+        const CommandLineRun run = RunCli(arguments);
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_THAT(run.err, HasSubstr("--help"));
+        EXPECT_THAT(run.out, IsEmpty());
+    }
+}
+
+TEST(CommandLine, TakesGlobalOptionsBeforeAndBehindTheCommand) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "a", "123456789");
+    const std::string file = (folder / "a").string();
+    const CommandLineRun before = RunCli({"--json", "crc", file});
+    const CommandLineRun behind = RunCli({"crc", file, "--json"});
+    EXPECT_EQ(before.exitCode, 0);
+    EXPECT_THAT(before.out, testing::StartsWith("["));
+    EXPECT_EQ(before.out, behind.out);
+}
+
+TEST(CommandLine, EndsWithTheFatalErrorReportForAnErrorNobodyExpected) {
+    const CommandLineRun run = RunCli({"crc", "x", "--library", "Q:\\nowhere"});
+    EXPECT_EQ(run.exitCode, 70);
+    EXPECT_EQ(run.err, "Run-time error '68':\n\nDevice unavailable\n");
+    EXPECT_THAT(run.out, IsEmpty());
+}
+
+TEST(CommandLine, FailsWhenTheResultsCannotBeWritten) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "a", "123456789");
+    std::istringstream in;
+    std::ostringstream out;
+    std::ostringstream err;
+    out.setstate(std::ios::badbit);
+    EXPECT_EQ(cli::RunCommandLine({"crc", (folder / "a").string()}, {in, out, err}), 1);
+    EXPECT_EQ(err.str(), "The results could not be written.\n");
+}
+
+}  // namespace
+}  // namespace marrowkit::test
