@@ -6,6 +6,7 @@
 #include "platform/files/HostFiles.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/IniText.h"
+#include "platform/text/ByteOrderMark.h"
 #include "platform/text/CodePage1252.h"
 #include "platform/text/Text.h"
 #include "platform/text/Utf8.h"
@@ -20,9 +21,9 @@ bool HasLineEnd(std::string_view text) {
 
 std::optional<std::string> FindValueInFile(const std::string& bytes, std::string_view section,
                                            std::string_view key) {
-    const IniEncoding encoding = IniEncodingOf(bytes);
-    if (encoding != IniEncoding::CodePage1252) {
-        return FindIniValue(DecodeIni(bytes, encoding), section, key);
+    const FileEncoding encoding = FileEncodingOf(bytes);
+    if (encoding != FileEncoding::CodePage1252) {
+        return FindIniValue(DecodeMarked(bytes, encoding), section, key);
     }
     const auto value = FindIniValue(bytes, Utf8ToCp1252(section), Utf8ToCp1252(key));
     if (!value) return std::nullopt;
@@ -50,12 +51,12 @@ void WriteIniValue(std::string_view section, std::string_view key, std::string_v
     }
     const std::string host = HostPath(iniPath);
     const std::string old = StatusOf(host) ? ReadHostFile(host) : std::string();
-    const IniEncoding encoding = IniEncodingOf(old);
-    const bool unicode = encoding != IniEncoding::CodePage1252;
+    const FileEncoding encoding = FileEncodingOf(old);
+    const bool unicode = encoding != FileEncoding::CodePage1252;
     const std::string text =
-        unicode ? WithIniValue(DecodeIni(old, encoding), section, key, value)
+        unicode ? WithIniValue(DecodeMarked(old, encoding), section, key, value)
                 : WithIniValue(old, Utf8ToCp1252(section), Utf8ToCp1252(key), Utf8ToCp1252(value));
-    ReplaceHostFile(host, EncodeIni(text, encoding));
+    ReplaceHostFile(host, EncodeMarked(text, encoding));
 }
 
 }  // namespace marrowkit

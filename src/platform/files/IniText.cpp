@@ -1,12 +1,7 @@
 #include "platform/files/IniText.h"
 
-#include <cstdint>
-#include <span>
-#include <vector>
-
 #include "platform/text/CodePage1252.h"
 #include "platform/text/Text.h"
-#include "platform/text/Utf16.h"
 
 namespace marrowkit {
 
@@ -15,9 +10,6 @@ namespace {
 constexpr std::string_view kBlanks = "\x09\x0A\x0B\x0C\x0D\x1A\x20";
 constexpr std::string_view kBlanksButSpace = "\x09\x0A\x0B\x0C\x0D\x1A";
 constexpr std::string_view kLineEnds = "\r\n";
-constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-constexpr std::string_view kUtf16LittleMark = "\xFF\xFE";
-constexpr std::string_view kUtf16BigMark = "\xFE\xFF";
 
 std::string_view TrimLeft(std::string_view text) {
     const std::size_t first = text.find_first_not_of(kBlanks);
@@ -107,24 +99,6 @@ std::string_view LineEndOf(std::string_view bytes) {
     return bytes.substr(end, bytes.substr(end, 2) == "\r\n" ? 2 : 1);
 }
 
-std::vector<std::uint8_t> SwapPairs(std::string_view bytes) {
-    std::vector<std::uint8_t> swapped;
-    swapped.reserve(bytes.size());
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        swapped.push_back(static_cast<std::uint8_t>(bytes[i + 1]));
-        swapped.push_back(static_cast<std::uint8_t>(bytes[i]));
-    }
-    return swapped;
-}
-
-std::string_view AsText(std::span<const std::uint8_t> bytes) {
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-std::span<const std::uint8_t> AsBytes(std::string_view text) {
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
 }  // namespace
 
 std::optional<std::string> FindIniValue(std::string_view bytes, std::string_view section,
@@ -155,41 +129,6 @@ std::string WithIniValue(std::string_view bytes, std::string_view section, std::
     if (!place.inSection) result.append("[").append(section).append("]").append(lineEnd);
     result.append(key).append("=").append(value).append(lineEnd);
     return result.append(bytes.substr(at));
-}
-
-IniEncoding IniEncodingOf(std::string_view bytes) {
-    if (bytes.starts_with(kUtf8Mark)) return IniEncoding::Utf8;
-    if (bytes.starts_with(kUtf16LittleMark)) return IniEncoding::Utf16LittleEndian;
-    if (bytes.starts_with(kUtf16BigMark)) return IniEncoding::Utf16BigEndian;
-    return IniEncoding::CodePage1252;
-}
-
-std::string DecodeIni(std::string_view bytes, IniEncoding encoding) {
-    switch (encoding) {
-        case IniEncoding::Utf8:
-            return std::string(bytes.substr(kUtf8Mark.size()));
-        case IniEncoding::Utf16LittleEndian:
-            return Utf16LeToUtf8(AsBytes(bytes.substr(kUtf16LittleMark.size())));
-        case IniEncoding::Utf16BigEndian:
-            return Utf16LeToUtf8(SwapPairs(bytes.substr(kUtf16BigMark.size())));
-        case IniEncoding::CodePage1252:
-            break;
-    }
-    return std::string(bytes);
-}
-
-std::string EncodeIni(std::string_view text, IniEncoding encoding) {
-    switch (encoding) {
-        case IniEncoding::Utf8:
-            return std::string(kUtf8Mark).append(text);
-        case IniEncoding::Utf16LittleEndian:
-            return std::string(kUtf16LittleMark).append(AsText(Utf8ToUtf16Le(text)));
-        case IniEncoding::Utf16BigEndian:
-            return std::string(kUtf16BigMark).append(AsText(SwapPairs(AsText(Utf8ToUtf16Le(text)))));
-        case IniEncoding::CodePage1252:
-            break;
-    }
-    return std::string(text);
 }
 
 }  // namespace marrowkit

@@ -26,11 +26,4 @@ std::optional<std::string> FindIniValue(std::string_view bytes, std::string_view
 std::string WithIniValue(std::string_view bytes, std::string_view section, std::string_view key,
                          std::string_view value);
 
-/// Files that begin with a byte order mark: UTF-16 (either order) and UTF-8.
-enum class IniEncoding { CodePage1252, Utf8, Utf16LittleEndian, Utf16BigEndian };
-IniEncoding IniEncodingOf(std::string_view bytes);
-/// The text behind the mark as UTF-8, and back with the mark. Code page 1252 passes unchanged.
-std::string DecodeIni(std::string_view bytes, IniEncoding encoding);
-std::string EncodeIni(std::string_view text, IniEncoding encoding);
-
 }  // namespace marrowkit
