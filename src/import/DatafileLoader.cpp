@@ -1,0 +1,95 @@
+#include "import/DatafileLoader.h"
+
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+
+#include "platform/errors/RuntimeError.h"
+#include "platform/files/TextFiles.h"
+#include "platform/text/CodePage1252.h"
+#include "platform/text/Numbers.h"
+#include "platform/text/Text.h"
+
+namespace marrowkit {
+
+namespace {
+
+constexpr std::size_t kCrcColumn = 6;
+constexpr std::size_t kSizeColumn = 7;
+constexpr std::size_t kMergeColumn = 9;  // holds the size where the size column says "N"
+constexpr std::string_view kSizeElsewhere = "N";
+
+constexpr std::string_view kMisreportedVersionHint =
+    "\r\n\r\nThis may not be a valid v2.00 datafile, it may be a misreported v1.92 datafile!";
+
+/// CLng, with a short way for plain digits, which is what nearly every line has.
+std::int32_t SizeOf(std::string_view text) {
+    constexpr std::size_t kDigitsThatAlwaysFit = 9;
+    if (text.empty() || text.size() > kDigitsThatAlwaysFit) return CLng(text);
+    std::int32_t size = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9') return CLng(text);
+        size = size * 10 + (c - '0');
+    }
+    return size;
+}
+
+std::string_view Column(const GamesLine& fields, std::int32_t column) {
+    return fields.at(static_cast<std::size_t>(column));
+}
+
+enum class Duplicates { Load, Skip };
+
+std::string Load(const ImportSettings& settings, ImportTables& tables, ImportProgress& progress,
+                 Duplicates duplicates) {
+    tables.Entries.clear();
+    const std::string bytes = ReadWholeFile(settings.DatafilePath);
+    // The names as bytes of the file: the code page maps bytes and characters one to one.
+    std::unordered_set<std::string_view> names;
+
+    DatafileLines lines(bytes);
+    std::string_view line;
+    GamesLine fields;
+    while (lines.Next(line)) {
+        if (!SplitGamesLine(line, fields)) continue;
+        if (duplicates == Duplicates::Skip && names.contains(Column(fields, settings.NameColumn))) continue;
+        tables.Entries.push_back(MakeDatafileEntry(fields, settings));
+        if (duplicates == Duplicates::Skip) names.insert(Column(fields, settings.NameColumn));
+        progress.SetStatus(std::to_string(tables.EntryCount()));
+        progress.LetEventsRun();
+        if (progress.Cancelled()) return {};
+    }
+    return tables.Entries.empty() ? std::string(kNoGamesText) : std::string();
+}
+
+}  // namespace
+
+DatafileEntry MakeDatafileEntry(const GamesLine& fields, const ImportSettings& settings) {
+    DatafileEntry entry;
+    const std::string_view size = fields[kSizeColumn];
+    entry.Size = SizeOf(size == kSizeElsewhere ? fields[kMergeColumn] : size);
+    entry.Crc = UCase(Cp1252ToUtf8(fields[kCrcColumn]));
+    entry.FileName = Cp1252ToUtf8(Column(fields, settings.FileColumn));
+    if (settings.AddZipExtension) entry.FileName += ".zip";
+    entry.Name = Cp1252ToUtf8(Column(fields, settings.NameColumn));
+    return entry;
+}
+
+std::string LoadDatafile(const ImportSettings& settings, ImportTables& tables, ImportProgress& progress) {
+    return Load(settings, tables, progress, Duplicates::Load);
+}
+
+std::string LoadDatafileSkippingDuplicates(const ImportSettings& settings, ImportTables& tables,
+                                           ImportProgress& progress) {
+    try {
+        return Load(settings, tables, progress, Duplicates::Skip);
+    } catch (const RuntimeError& error) {
+        std::string text = ErrorText(error);
+        if (error.number == static_cast<int>(RuntimeErrorNumber::TypeMismatch)) {
+            text += kMisreportedVersionHint;
+        }
+        return text;
+    }
+}
+
+}  // namespace marrowkit

@@ -1,0 +1,95 @@
+#include "import/RomMatch.h"
+
+#include <cstdint>
+#include <string_view>
+#include <unordered_map>
+
+#include "checksum/clsCRC.h"
+#include "import/RomExtensions.h"
+#include "platform/errors/RuntimeError.h"
+#include "platform/text/Numbers.h"
+#include "platform/text/Utf8.h"
+
+namespace marrowkit {
+
+namespace {
+
+struct FileKey {
+    std::string_view crc;
+    std::int32_t size;
+    bool operator==(const FileKey&) const = default;
+};
+
+struct FileKeyHash {
+    std::size_t operator()(const FileKey& key) const {
+        constexpr std::size_t kSpread = 0x9E3779B97F4A7C15ULL;  // 2^64 divided by the golden ratio
+        return std::hash<std::string_view>()(key.crc) ^ (static_cast<std::uint32_t>(key.size) * kSpread);
+    }
+};
+
+/// Of files that are alike, the one listed first.
+using FileMap = std::unordered_map<FileKey, const ScannedFile*, FileKeyHash>;
+
+FileMap MapFiles(const std::vector<ScannedFile>& files) {
+    FileMap map;
+    map.reserve(files.size());
+    for (const ScannedFile& file : files) map.try_emplace({file.Crc, file.Size}, &file);
+    return map;
+}
+
+/// False when cancelled.
+bool ChecksumFiles(ImportTables& tables, ImportProgress& progress) {
+    progress.SetPrompt("Grabbing CRC-32 values for " + std::to_string(tables.FileCount()) + " files...");
+    progress.LetEventsRun();
+    progress.SetBarRange(0, tables.FileUpper());
+    clsCRC crc;
+    std::int32_t index = 0;
+    for (ScannedFile& file : tables.Files) {
+        // An empty file and a folder have no checksum.
+        file.Crc = Hex(crc.CalculateFile(file.Path).value_or(0));
+        progress.SetBarValue(index++);
+        progress.LetEventsRun();
+        if (progress.Cancelled()) return false;
+    }
+    return true;
+}
+
+void MatchEntries(const ImportSettings& settings, ImportTables& tables, ImportProgress& progress) {
+    progress.SetPrompt("CRC-32/Size Matches found:");
+    progress.SetStatus("0");
+    progress.LetEventsRun();
+    progress.SetBarRange(0, tables.EntryUpper());
+    const FileMap files = MapFiles(tables.Files);
+    const std::size_t romPathCharacters = CharacterCount(settings.RomPathSlash);
+    RomExtensions extensions;
+    std::int32_t matches = 0;
+    std::int32_t index = 0;
+    for (DatafileEntry& entry : tables.Entries) {
+        if (!settings.MatchExtensionsOnly) extensions.Add(entry.FileName);
+        const auto found = files.find({entry.Crc, entry.Size});
+        if (found != files.end()) {
+            const std::string& path = found->second->Path;
+            entry.Matched = true;
+            entry.MatchedFile = path.substr(CharacterOffset(path, romPathCharacters));
+            progress.SetStatus(std::to_string(++matches));
+        }
+        progress.SetBarValue(index++);
+        progress.LetEventsRun();
+        if (progress.Cancelled()) break;
+    }
+    if (!settings.MatchExtensionsOnly) tables.RomExtensionList = extensions.List();
+}
+
+}  // namespace
+
+std::string MatchByCrcAndSize(const ImportSettings& settings, ImportTables& tables,
+                              ImportProgress& progress) {
+    try {
+        if (ChecksumFiles(tables, progress)) MatchEntries(settings, tables, progress);
+        return {};
+    } catch (const RuntimeError& error) {
+        return ErrorText(error);
+    }
+}
+
+}  // namespace marrowkit

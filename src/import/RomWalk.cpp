@@ -1,0 +1,102 @@
+#include "import/RomWalk.h"
+
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "platform/errors/RuntimeError.h"
+#include "platform/files/FolderSearch.h"
+#include "platform/files/Paths.h"
+#include "platform/files/Wildcards.h"
+
+namespace marrowkit {
+
+namespace {
+
+/// The low word less the high word, both signed: the size of every file below 2 GiB, negative from there to
+/// 4 GiB.
+std::int32_t SizeOf(const FoundFile& file) {
+    const std::int64_t size =
+        std::int64_t{static_cast<std::int32_t>(file.sizeLow)} - static_cast<std::int32_t>(file.sizeHigh);
+    if (size < std::numeric_limits<std::int32_t>::min() || size > std::numeric_limits<std::int32_t>::max()) {
+        Raise(RuntimeErrorNumber::Overflow);
+    }
+    return static_cast<std::int32_t>(size);
+}
+
+class Walk {
+public:
+    Walk(const ImportSettings& settings, ImportTables& tables, ImportProgress& progress)
+        : tables_(tables), progress_(progress) {
+        if (!settings.MatchExtensionsOnly) {
+            patterns_.emplace_back("*.*");
+            return;
+        }
+        for (const std::string& type : tables.FileTypes) patterns_.emplace_back("*" + type);
+        filtered_ = true;
+    }
+
+    void Folder(const std::string& path) {
+        const std::string folder = WithFinalBackslash(path);
+        std::vector<std::string> subfolders;
+        {
+            // Read once for the subfolders and for every pattern.
+            const std::vector<FoundFile> found = ListFolder(folder);
+            FindSubfolders(found, subfolders);
+            FindFiles(folder, found);
+        }
+        for (const std::string& name : subfolders) {
+            if (progress_.Cancelled()) return;
+            Folder(folder + name);
+            progress_.LetEventsRun();
+        }
+    }
+
+private:
+    bool StopAfterEvents() {
+        progress_.LetEventsRun();
+        return progress_.Cancelled();
+    }
+
+    void FindSubfolders(const std::vector<FoundFile>& found, std::vector<std::string>& subfolders) {
+        // They are counted in 16 bits.
+        constexpr std::size_t kMostSubfolders = std::numeric_limits<std::int16_t>::max();
+        for (const FoundFile& entry : found) {
+            if (entry.IsFolder()) {
+                if (subfolders.size() == kMostSubfolders) Raise(RuntimeErrorNumber::Overflow);
+                subfolders.push_back(entry.name);
+            }
+            if (StopAfterEvents()) return;
+        }
+    }
+
+    void FindFiles(const std::string& folder, const std::vector<FoundFile>& found) {
+        for (const Wildcards& pattern : patterns_) {
+            for (const FoundFile& entry : found) {
+                if (!pattern.Fits(entry.name)) continue;
+                tables_.Files.push_back({folder + entry.name, SizeOf(entry), {}});
+                if (StopAfterEvents()) break;
+            }
+            if (filtered_ && StopAfterEvents()) return;
+        }
+    }
+
+    ImportTables& tables_;
+    ImportProgress& progress_;
+    std::vector<Wildcards> patterns_;
+    bool filtered_ = false;
+};
+
+}  // namespace
+
+std::string PrepareFileList(const ImportSettings& settings, ImportTables& tables, ImportProgress& progress) {
+    tables.Files.clear();
+    try {
+        Walk(settings, tables, progress).Folder(settings.RomPath);
+        return {};
+    } catch (const RuntimeError& error) {
+        return ErrorText(error);
+    }
+}
+
+}  // namespace marrowkit

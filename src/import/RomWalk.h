@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "import/ImportProgress.h"
+#include "import/ImportSettings.h"
+#include "import/ImportTables.h"
+
+namespace marrowkit {
+
+/// Lists the ROM folder and the folders below it in tables.Files: the entries of a folder before those of its
+/// subfolders, in the order in which the file system gives them, subfolders listed like files. With
+/// settings.MatchExtensionsOnly only names that end in one of tables.FileTypes, type after type.
+///
+/// A folder that cannot be read adds nothing. Returns an empty text, or the text of the error that ended the
+/// walk: 6 for a folder with more than 32767 subfolders, and for a size whose two words cannot be told apart.
+std::string PrepareFileList(const ImportSettings& settings, ImportTables& tables, ImportProgress& progress);
+
+}  // namespace marrowkit
