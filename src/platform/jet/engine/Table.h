@@ -24,6 +24,7 @@ struct Assignment {
 };
 
 /// Bounds of an index walk: values for the first columns of the index, in its order. An empty bound is open.
+/// `low` is the smaller value even where the index column is descending (and its row comes last).
 struct IndexRange {
     std::vector<Value> low;
     std::vector<Value> high;
@@ -87,9 +88,12 @@ public:
     virtual Value DefaultOf(std::size_t column) const = 0;
 };
 
-/// Converts a value to what the column holds, as DAO does on assignment: numbers among each other (6 / 3421
-/// when they do not fit), texts to numbers and dates and back, anything to Boolean. Null stays Null. Throws
-/// 3421 for what has no conversion.
+/// Converts a value to what the column holds, as DAO does on assignment: numbers among each other, texts to
+/// numbers and dates and back, anything to Boolean. Null stays Null. Throws 3421 for what has no conversion or
+/// does not fit, 3349 for a Numeric with too many digits.
 Value ConvertFor(const Column& column, const Value& value);
+
+/// False when ConvertFor would only copy the value.
+bool NeedsConversion(const Column& column, const Value& value);
 
 }  // namespace marrowkit::jet

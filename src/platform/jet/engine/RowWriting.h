@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+
+#include "platform/jet/engine/RowDraft.h"
+
+namespace marrowkit::jet {
+
+/// Steps that inserting, changing and deleting rows have in common.
+
+/// Encodes a column of the draft into `draft.encoded`; long values excepted. Throws 3163, 3421, 3349.
+void EncodeColumn(const TableLayout& layout, RowDraft& draft, std::size_t column);
+
+/// Stores a long value of the draft; its header goes to `draft.encoded`. REQUIRES: a unit is open.
+void StoreLongValue(TableLayout& layout, RowDraft& draft, std::size_t column);
+
+/// Builds the draft's key of a real index into `draft.keys` and checks what the index demands: no Null
+/// (3058), no second row with the key (3022), a sort order that is known (3251).
+void PrepareKey(const TableLayout& layout, RowDraft& draft, std::size_t realIndex,
+                std::optional<RowId> exceptRow);
+
+/// Adds the entry of the draft's key, and counts a new distinct key.
+void AddIndexEntry(TableLayout& layout, const RowKey& key, std::size_t realIndex, RowId row);
+
+/// Removes a row's entry. An entry whose key other rules than ours built is found by its row. Throws 3049
+/// when there is none at all.
+void RemoveIndexEntry(TableLayout& layout, const RowKey& key, std::size_t realIndex, RowId row);
+
+}  // namespace marrowkit::jet
