@@ -23,9 +23,9 @@ Binary StoredSid(LocalDatabase& database, std::span<const std::uint8_t> plain) {
 std::size_t ColumnOf(const Table& table, std::string_view name) {
     const auto column = table.FindColumn(name);
     if (!column) {
-        throw RuntimeError(static_cast<int>(JetError::Corrupt),
-                           JetErrorText(JetError::Corrupt, {table.Name()}) + " (no column '" +
-                               std::string(name) + "')");
+        throw RuntimeError(
+            static_cast<int>(JetError::Corrupt),
+            JetErrorText(JetError::Corrupt, {table.Name()}) + " (no column '" + std::string(name) + "')");
     }
     return *column;
 }

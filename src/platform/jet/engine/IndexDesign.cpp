@@ -110,9 +110,9 @@ std::uint32_t AddLogicalIndex(JetVersion version, TableDefinition& table, std::s
         RaiseJet(JetError::IndexExistsOnTable, {std::string(tableName), index.name});
     }
     if (table.logicalIndexes.size() >= static_cast<std::size_t>(kMaxIndexes)) {
-        throw RuntimeError(3626, "The operation failed. There are too many indexes on table '" +
-                                     std::string(tableName) +
-                                     "'. Delete some of the indexes on the table and try the operation again.");
+        throw RuntimeError(
+            3626, "The operation failed. There are too many indexes on table '" + std::string(tableName) +
+                      "'. Delete some of the indexes on the table and try the operation again.");
     }
     for (const LogicalIndex& other : table.logicalIndexes) {
         if (index.kind == LogicalIndex::Kind::PrimaryKey && other.kind == index.kind) {
@@ -148,9 +148,8 @@ void BuildFromRows(const TableLayout& layout, RealIndex& index) {
 }
 
 void RemoveRealIndexIfUnused(Pager& pager, TableDefinition& table, std::size_t realIndex) {
-    const bool used = std::ranges::any_of(table.logicalIndexes, [&](const LogicalIndex& index) {
-        return index.realIndex == realIndex;
-    });
+    const bool used = std::ranges::any_of(
+        table.logicalIndexes, [&](const LogicalIndex& index) { return index.realIndex == realIndex; });
     if (used) return;
     const RealIndex& real = table.realIndexes[realIndex];
     BTree::Destroy(pager, real.rootPage, real.pageMap);

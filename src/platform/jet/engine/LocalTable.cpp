@@ -1,7 +1,6 @@
 #include "platform/jet/engine/LocalTable.h"
 
 #include <array>
-#include <random>
 
 #include "platform/jet/engine/DefinitionPages.h"
 #include "platform/jet/engine/LocalDatabase.h"
@@ -15,6 +14,13 @@ namespace marrowkit::jet {
 
 LocalTable::LocalTable(LocalDatabase& database, const CatalogEntry& entry)
     : database_(&database), page_(entry.DefinitionPage()), entry_(entry) {}
+
+LocalTable::LocalTable(LocalDatabase& database, const CatalogEntry& entry,
+                       std::shared_ptr<TableLayout> layout)
+    : LocalTable(database, entry) {
+    layout_ = std::move(layout);
+    layoutStamp_ = database.DesignStamp();
+}
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/jet/engine/ChangeScope.h"
 #include "platform/jet/engine/Catalog.h"
+#include "platform/jet/engine/ChangeScope.h"
 #include "platform/jet/engine/RowDraft.h"
 #include "platform/jet/engine/Table.h"
 #include "platform/jet/engine/TableLayout.h"
@@ -18,6 +18,8 @@ class LocalDatabase;
 class LocalTable final : public Table {
 public:
     LocalTable(LocalDatabase& database, const CatalogEntry& entry);
+    /// A table that the catalog does not list yet: MSysObjects of a database that is being created.
+    LocalTable(LocalDatabase& database, const CatalogEntry& entry, std::shared_ptr<TableLayout> layout);
 
     const std::string& Name() const override { return Layout().name; }
     const std::vector<Column>& Columns() const override { return Layout().columns; }
@@ -52,6 +54,8 @@ public:
     RowId InsertRow(ChangeScope& scope, std::span<const Assignment> values);
     void UpdateRow(ChangeScope& scope, RowId row, std::span<const Assignment> values);
     void DeleteRow(ChangeScope& scope, RowId row);
+    /// Gives every row a value in an AutoNumber column that was added to the table, in storage order.
+    void NumberRows(ChangeScope& scope, std::string_view column);
 
     /// Grows whenever keys may have vanished from the table's indexes.
     std::uint64_t VanishedKeysStamp() const { return vanishedKeys_; }

@@ -32,15 +32,14 @@ std::vector<RelationshipRow> ReadRows(LocalDatabase& database) {
     std::vector<RelationshipRow> rows;
     const auto table = database.FindLocalTable("MSysRelationships");
     if (!table) return rows;
-    constexpr std::array<std::string_view, 7> kColumns{"szRelationship", "grbit",    "icolumn",
-                                                       "szObject",       "szColumn", "szReferencedObject",
+    constexpr std::array<std::string_view, 7> kColumns{"szRelationship",    "grbit",    "icolumn",
+                                                       "szObject",          "szColumn", "szReferencedObject",
                                                        "szReferencedColumn"};
     std::vector<std::size_t> columns;
     for (const std::string_view name : kColumns) {
         const auto column = table->FindColumn(name);
         if (!column) {
-            RaiseCorrupt(database.GetPager().Path(),
-                         "MSysRelationships has no column " + std::string(name));
+            RaiseCorrupt(database.GetPager().Path(), "MSysRelationships has no column " + std::string(name));
         }
         columns.push_back(*column);
     }

@@ -12,6 +12,7 @@ namespace marrowkit::jet {
 void DecodeColumn(const TableLayout& layout, const RowView& row, std::size_t column, Value& value);
 
 /// Decodes several columns; `values` gets one element per column asked for.
-void DecodeColumns(const TableLayout& layout, ByteView row, std::span<const std::size_t> columns, Row& values);
+void DecodeColumns(const TableLayout& layout, ByteView row, std::span<const std::size_t> columns,
+                   Row& values);
 
 }  // namespace marrowkit::jet

@@ -26,8 +26,8 @@ struct Follower {
 /// One change of one row.
 class RowUpdate {
 public:
-    RowUpdate(LocalTable& table, RowId row, int depth)
-        : table_(table), layout_(table.Layout()), row_(row), depth_(depth) {
+    RowUpdate(LocalTable& table, RowId row, int depth, bool mayNumber = false)
+        : table_(table), layout_(table.Layout()), row_(row), depth_(depth), mayNumber_(mayNumber) {
         const std::optional<StoredRow> stored = layout_.rows.Read(row);
         if (!stored) RaiseJet(JetError::RecordDeleted);
         // A copy: the page changes while the row is replaced.
@@ -84,6 +84,7 @@ private:
     TableLayout& layout_;
     RowId row_;
     int depth_;
+    bool mayNumber_;  ///< whether AutoNumbers may be changed, too
     std::vector<std::uint8_t> bytes_;
     std::optional<RowView> view_;
     RowDraft draft_;
@@ -102,7 +103,7 @@ void RowUpdate::NoteChange(std::size_t column) {
         draft_.Unset(column);
         return;
     }
-    if (design.autoNumber) {
+    if (design.autoNumber && !mayNumber_) {
         throw RuntimeError(3113, "Cannot update '" + design.name + "'; field not updatable.");
     }
     changed_.push_back(column);
@@ -161,8 +162,8 @@ void RowUpdate::CollectFollowers() {
         const bool keyChanged = std::ranges::any_of(
             changedKeys_, [&](const ChangedKey& key) { return key.realIndex == side.realIndex; });
         if (!keyChanged && !side.cascadesUpdates) continue;
-        const Dependents dependents =
-            FindDependents(table_, side, OldKey(index), side.cascadesUpdates ? static_cast<std::size_t>(-1) : 2);
+        const Dependents dependents = FindDependents(table_, side, OldKey(index),
+                                                     side.cascadesUpdates ? static_cast<std::size_t>(-1) : 2);
         for (const RowId row : dependents.rows) {
             const bool isSelf = dependents.table == &table_ && row == row_;
             if (isSelf && std::ranges::any_of(dependents.columns,
@@ -263,6 +264,19 @@ void RowUpdate::Cascade(ChangeScope& scope, const Follower& follower) {
 
 void LocalTable::UpdateRow(ChangeScope& scope, RowId row, std::span<const Assignment> values) {
     UpdateAtDepth(*this, scope, row, values, 0);
+}
+
+void LocalTable::NumberRows(ChangeScope& scope, std::string_view column) {
+    const std::size_t position = Layout().FindColumn(column).value();
+    std::vector<RowId> rows;
+    for (RowStore::Cursor cursor(Layout().rows); cursor.Next();) rows.push_back(cursor.Id());
+    TableLayout& layout = Layout();
+    for (const RowId row : rows) {
+        const Assignment number{position, NextAutoNumber(layout, position)};
+        RowUpdate(*this, row, 0, true).Run(scope, std::span(&number, 1));
+        RaiseAutoNumberCounter(layout, position, number.value);
+    }
+    SaveCounters(*layout.pager, layout.definition);
 }
 
 }  // namespace marrowkit::jet

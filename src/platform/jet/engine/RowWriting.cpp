@@ -1,5 +1,6 @@
 #include "platform/jet/engine/RowWriting.h"
 
+#include "platform/jet/engine/RandomNumbers.h"
 #include "platform/jet/format/JetErrors.h"
 #include "platform/jet/format/TextCodec.h"
 
@@ -14,8 +15,8 @@ std::vector<std::uint8_t> LongValueBytes(const TableLayout& layout, const Column
                                          const Value& value) {
     if (const auto* bytes = std::get_if<Binary>(&value)) return *bytes;
     const auto& text = std::get<std::string>(value);
-    const bool compress = storage.definition->IsCompressed() &&
-                          TextLength(layout.Version(), text) <= kMaxCompressedChars;
+    const bool compress =
+        storage.definition->IsCompressed() && TextLength(layout.Version(), text) <= kMaxCompressedChars;
     return EncodeText(layout.Version(), text, compress);
 }
 
@@ -40,6 +41,20 @@ void StoreLongValue(TableLayout& layout, RowDraft& draft, std::size_t column) {
         encoded.reset();
     } else {
         encoded = storage.longValues->Store(LongValueBytes(layout, storage, value));
+    }
+}
+
+Value NextAutoNumber(const TableLayout& layout, std::size_t column) {
+    if (layout.columns[column].type == ColumnType::Guid) return RandomGuid();
+    if (layout.columns[column].randomAutoNumber) return RandomAutoNumber();
+    return static_cast<std::int32_t>(layout.definition.lastAutoNumber + 1);
+}
+
+void RaiseAutoNumberCounter(TableLayout& layout, std::size_t column, const Value& value) {
+    if (layout.columns[column].randomAutoNumber) return;
+    const auto* number = std::get_if<std::int32_t>(&value);
+    if (number != nullptr && *number > static_cast<std::int32_t>(layout.definition.lastAutoNumber)) {
+        layout.definition.lastAutoNumber = static_cast<std::uint32_t>(*number);
     }
 }
 
@@ -68,9 +83,9 @@ void RemoveIndexEntry(TableLayout& layout, const RowKey& key, std::size_t realIn
     if (!key.IsStored(index)) return;
     if (index.buildable && index.tree.Erase(key.bytes, row)) return;
     if (index.tree.EraseRow(row)) return;
-    RaiseCorrupt(layout.pager->Path(), "table " + layout.name + ": real index " +
-                                           std::to_string(realIndex) + " has no entry for row " +
-                                           std::to_string(row.page) + ":" + std::to_string(row.slot));
+    RaiseCorrupt(layout.pager->Path(), "table " + layout.name + ": real index " + std::to_string(realIndex) +
+                                           " has no entry for row " + std::to_string(row.page) + ":" +
+                                           std::to_string(row.slot));
 }
 
 }  // namespace marrowkit::jet

@@ -14,6 +14,12 @@ void EncodeColumn(const TableLayout& layout, RowDraft& draft, std::size_t column
 /// Stores a long value of the draft; its header goes to `draft.encoded`. REQUIRES: a unit is open.
 void StoreLongValue(TableLayout& layout, RowDraft& draft, std::size_t column);
 
+/// The next value of an AutoNumber column, of whatever kind; the counter stays.
+Value NextAutoNumber(const TableLayout& layout, std::size_t column);
+
+/// The counter follows every AutoNumber that is greater, handed out or given.
+void RaiseAutoNumberCounter(TableLayout& layout, std::size_t column, const Value& value);
+
 /// Builds the draft's key of a real index into `draft.keys` and checks what the index demands: no Null
 /// (3058), no second row with the key (3022), a sort order that is known (3251).
 void PrepareKey(const TableLayout& layout, RowDraft& draft, std::size_t realIndex,

@@ -89,8 +89,8 @@ public:
 };
 
 /// Converts a value to what the column holds, as DAO does on assignment: numbers among each other, texts to
-/// numbers and dates and back, anything to Boolean. Null stays Null. Throws 3421 for what has no conversion or
-/// does not fit, 3349 for a Numeric with too many digits.
+/// numbers and dates and back, anything to Boolean. Null stays Null. Throws 3421 for what has no conversion
+/// or does not fit, 3349 for a Numeric with too many digits.
 Value ConvertFor(const Column& column, const Value& value);
 
 /// False when ConvertFor would only copy the value.

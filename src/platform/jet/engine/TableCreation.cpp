@@ -36,8 +36,7 @@ TableDefinition DesignTable(const DatabaseHeader& header, const TableDesign& des
 void AllocateTable(Pager& pager, TableDefinition& definition) {
     if (definition.page == 0) definition.page = pager.Allocate().Number();
     const auto isLong = [](const ColumnDefinition& column) { return column.IsLongValue(); };
-    const auto longColumns =
-        static_cast<std::size_t>(std::ranges::count_if(definition.columns, isLong));
+    const auto longColumns = static_cast<std::size_t>(std::ranges::count_if(definition.columns, isLong));
     const auto maps = UsageMap::CreateMaps(pager, 2 + 2 * longColumns + definition.realIndexes.size());
     auto next = maps.begin();
     definition.ownedMap = *next++;

@@ -205,7 +205,7 @@ std::shared_ptr<TableLayout> LoadLayout(Pager& pager, const LayoutSource& source
     std::optional<PropertyBlob> properties;
     if (!source.properties.empty()) {
         try {
-            properties = ParseProperties(layout->Version(), source.properties);
+            properties = ParseProperties(layout->Version(), ByteView(source.properties));
         } catch (const OutOfBounds&) {
             RaiseCorrupt(pager.Path(), "table " + source.name + ": its properties do not hold together");
         }

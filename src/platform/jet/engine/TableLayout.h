@@ -27,8 +27,8 @@ struct ColumnStorage {
 /// A real index ready for use.
 struct IndexStorage {
     BTree tree;
-    std::vector<std::size_t> columns;                     ///< positions in TableLayout::columns
-    std::vector<const ColumnDefinition*> definitions;     ///< of those columns
+    std::vector<std::size_t> columns;                  ///< positions in TableLayout::columns
+    std::vector<const ColumnDefinition*> definitions;  ///< of those columns
     std::vector<IndexColumn> order;
     bool unique = false;
     bool ignoresNulls = false;

@@ -5,6 +5,7 @@
 #include "platform/jet/engine/NumericConversion.h"
 #include "platform/jet/engine/Table.h"
 #include "platform/jet/format/JetErrors.h"
+#include "platform/jet/format/ValueText.h"
 
 namespace marrowkit::jet {
 
@@ -26,7 +27,7 @@ Value ToSingle(const Value& value) {
 
 Value ToGuid(const Value& value) {
     if (const auto* text = std::get_if<std::string>(&value)) {
-        if (const auto guid = expression::ParseGuid(*text)) return *guid;
+        if (const auto guid = GuidFromText(*text)) return *guid;
     }
     if (const auto* bytes = std::get_if<Binary>(&value); bytes != nullptr && bytes->size() == 16) {
         Guid guid;
@@ -103,8 +104,7 @@ bool IsOwnType(const Column& column, const Value& value) {
         case ColumnType::Guid:
             return std::holds_alternative<Guid>(value);
         case ColumnType::Numeric:
-            return std::holds_alternative<Numeric>(value) &&
-                   std::get<Numeric>(value).scale == column.scale;
+            return std::holds_alternative<Numeric>(value) && std::get<Numeric>(value).scale == column.scale;
     }
     return false;
 }
