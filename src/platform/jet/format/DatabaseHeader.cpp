@@ -97,7 +97,8 @@ using PasswordUnits = std::array<std::uint16_t, kJet4PasswordUnits>;
 PasswordUnits UnitsOf(const std::string& password) {
     PasswordUnits units{};
     const std::vector<std::uint8_t> stored = EncodeText(JetVersion::Jet4, password, false);
-    std::memcpy(units.data(), stored.data(), std::min(stored.size(), sizeof units));
+    std::copy_n(stored.begin(), std::min(stored.size(), sizeof units),
+                reinterpret_cast<std::uint8_t*>(units.data()));
     return units;
 }
 
