@@ -18,6 +18,7 @@ struct Property {
     ColumnType type = ColumnType::Text;
     std::uint8_t ddlFlag = 0;
     std::vector<std::uint8_t> value;
+    bool operator==(const Property&) const = default;
 };
 
 /// The properties of an object (empty owner) or of one of its columns.
@@ -25,6 +26,7 @@ struct PropertyGroup {
     std::uint16_t chunkType = 0;  ///< 0 object, 1 column
     std::string owner;
     std::vector<Property> properties;
+    bool operator==(const PropertyGroup&) const = default;
 };
 
 /// An LvProp blob taken apart. Parsing and serialising an untouched blob gives the same properties, not

@@ -195,18 +195,21 @@ private:
     }
 
     void ReadLongValueMaps() {
+        std::bitset<kMaxColumns> listed;
         for (;;) {
             const std::uint16_t number = bytes_.U16(at_);
             at_ += 2;
             if (number == kEndOfMaps) return;
             const auto column = std::find_if(table_.columns.begin(), table_.columns.end(),
                                              [number](const auto& c) { return c.number == number; });
-            if (column == table_.columns.end() || !column->IsLongValue()) {
+            if (column == table_.columns.end() || !column->IsLongValue() || listed[number]) {
                 throw BadStructure("column number " + std::to_string(number) +
-                                   " has long-value maps but is no Memo or OLE column");
+                                   " has long-value maps twice or is no Memo or OLE column");
             }
+            listed.set(number);
             column->ownedMap = RowId::FromStored(bytes_.U32(at_));
             column->freeMap = RowId::FromStored(bytes_.U32(at_ + 4));
+            table_.longValueOrder.push_back(number);
             at_ += 8;
         }
     }
@@ -343,12 +346,16 @@ private:
     }
 
     void PutLongValueMaps() {
-        for (const ColumnDefinition& column : table_.columns) {
-            if (!column.IsLongValue()) continue;
-            Put16(column.number);
-            Put32(column.ownedMap.Stored());
-            Put32(column.freeMap.Stored());
-        }
+        std::bitset<kMaxColumns> listed;
+        const auto put = [&](const ColumnDefinition* column) {
+            if (column == nullptr || !column->IsLongValue() || listed[column->number]) return;
+            listed.set(column->number);
+            Put16(column->number);
+            Put32(column->ownedMap.Stored());
+            Put32(column->freeMap.Stored());
+        };
+        for (const std::uint16_t number : table_.longValueOrder) put(table_.ColumnByNumber(number));
+        for (const ColumnDefinition& column : table_.columns) put(&column);
         Put16(kEndOfMaps);
     }
 

@@ -119,6 +119,9 @@ struct TableDefinition {
     std::vector<ColumnDefinition> columns;  ///< in descriptor order
     std::vector<RealIndex> realIndexes;
     std::vector<LogicalIndex> logicalIndexes;
+    /// Numbers of the Memo and OLE columns in the order of the definition's list of long-value maps, which
+    /// has no meaning but is kept. Columns that are not named here follow in descriptor order.
+    std::vector<std::uint16_t> longValueOrder;
 
     const ColumnDefinition* ColumnByNumber(std::uint16_t number) const;
     /// Length of the fixed area of new rows: the end of the fixed column that reaches furthest.
