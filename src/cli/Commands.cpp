@@ -7,6 +7,8 @@ namespace {
 using AddCommand = void (*)(CLI::App&, Session&);
 
 constexpr AddCommand kCommands[] = {
+    AddListCommand,
+    AddNewCommand,
     AddCrcCommand,
 };
 

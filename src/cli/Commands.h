@@ -15,6 +15,8 @@ class App;
 //  2. Declare the function below, and add it to the list in Commands.cpp at the place where --help shows it.
 //  3. Name the file in CMakeLists.txt.
 //
+// An argument DB goes through DatabaseOf (DatabaseArgument.h).
+//
 // session.run does the work and returns an ExitCode. It writes results with session.Rows(...) (or, for other
 // JSON documents, session.Out()), gives session.Ui() to operations that ask or tell something, and reports
 // its own failures with `return session.Fail("...")`. A RuntimeError that it does not catch becomes the
@@ -22,6 +24,8 @@ class App;
 
 namespace marrowkit::cli {
 
+void AddListCommand(CLI::App& app, Session& session);
+void AddNewCommand(CLI::App& app, Session& session);
 void AddCrcCommand(CLI::App& app, Session& session);
 
 /// All of them, in the order of the list.

@@ -1,0 +1,58 @@
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Commands.h"
+#include "creation/CreateDatabase.h"
+#include "platform/files/Paths.h"
+#include "platform/text/Text.h"
+
+namespace marrowkit::cli {
+
+namespace {
+
+/// What the name dialog would not let pass; empty when the name is fine.
+std::string ObjectionTo(const std::string& name) {
+    if (name.empty()) return "The name of a database cannot be empty.";
+    if (name.find_first_of(kInvalidNameCharacters) != std::string::npos) {
+        return "You have entered one or more invalid characters!";
+    }
+    if (Len(name) > kDatabaseNameCharacters) {
+        return "The name of a database has at most " + std::to_string(kDatabaseNameCharacters) +
+               " characters.";
+    }
+    if (!IsWindowsFileName(name)) return "Windows cannot have a folder of that name: " + name;
+    return "";
+}
+
+int RunNew(Session& session, const std::string& name) {
+    if (const std::string objection = ObjectionTo(name); !objection.empty()) return session.Fail(objection);
+    const Creation creation = CreateNewDatabase(session.Ui(), [&name] { return std::optional(name); });
+    if (creation.result == CreationResult::Incomplete) return session.Fail(creation.errorText);
+    if (creation.result != CreationResult::Created) return kFailed;
+    const auto rows = session.Rows({"Name", "Folder"});
+    rows->Write({name, creation.nodeKey});
+    rows->Finish();
+    return kDone;
+}
+
+}  // namespace
+
+void AddNewCommand(CLI::App& app, Session& session) {
+    const auto name = std::make_shared<std::string>();
+    CLI::App* command = app.add_subcommand("new", "Makes a new, empty database");
+    command->add_option("NAME", *name, "Name of the new database")->required();
+    command->footer(
+        "The library gets a folder of that name with a copy of Empty.mdb and the side files that the\n"
+        "frontend looks for. A folder that exists is never touched.\n"
+        "\n"
+        "Examples:\n"
+        "  marrowkit-cli new Arcade\n"
+        "  marrowkit-cli --library ~/.wine/drive_c/Vellora new \"Tape games\"");
+    command->callback(
+        [&session, name] { session.run = [name](Session& current) { return RunNew(current, *name); }; });
+}
+
+}  // namespace marrowkit::cli

@@ -1,0 +1,36 @@
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "cli/CommandLineTester.h"
+#include "platform/files/HostPath.h"
+#include "support/TemporaryFolder.h"
+
+namespace marrowkit::test {
+namespace {
+
+TEST(ListCommand, NamesDatabasesInOrder) {
+    const TemporaryFolder library;
+    WriteFile(library / "beta/beta.mdb", "12345");
+    WriteFile(library / "Alpha/Alpha.mdb", "123");
+    WriteFile(library / "Gamma/other.mdb", "123");
+    const std::string root = library.Path().string();
+    const CommandLineRun run = RunCli({"--library", root, "list"});
+    EXPECT_EQ(run.exitCode, 0);
+    const std::string prefix = WindowsPath(root) + "\\";
+    EXPECT_EQ(run.out, "Name,Bytes,Path\n\"Alpha\",3,\"" + prefix + "Alpha\\Alpha.mdb\"\n\"beta\",5,\"" +
+                           prefix + "beta\\beta.mdb\"\n");
+    const auto document = nlohmann::json::parse(RunCli({"--library", root, "list", "--json"}).out);
+    ASSERT_EQ(document.size(), 2u);
+    EXPECT_EQ(document[1]["Name"], "beta");
+    EXPECT_EQ(document[1]["Bytes"], 5);
+}
+
+TEST(ListCommand, IsEmptyForAnEmptyLibrary) {
+    const TemporaryFolder library;
+    const CommandLineRun run = RunCli({"list", "--library", library.Path().string()});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, "Name,Bytes,Path\n");
+}
+
+}  // namespace
+}  // namespace marrowkit::test
