@@ -214,8 +214,8 @@ std::string SingleToText(float value) {
 
 std::optional<float> TextToSingle(std::string_view text) {
     text = TrimView(text);
-    if (!text.empty() && text[0] == '+') text.remove_prefix(1);
-    if (text.empty() || !(IsDigit(text[0]) || text[0] == '-' || text[0] == '.')) return std::nullopt;
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
+    if (text.empty()) return std::nullopt;
     float value = 0;
     const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
     if (read.ec != std::errc() || read.ptr != text.data() + text.size() || !std::isfinite(value)) {

@@ -1,0 +1,143 @@
+#include <fcntl.h>
+#include <filesystem>
+#include <unistd.h>
+
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+
+#include "platform/files/DriveFixture.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/FileTools.h"
+#include "platform/files/Raised.h"
+
+namespace marrowkit {
+namespace {
+
+namespace fs = std::filesystem;
+using test::RaisedBy;
+
+class DeletePathTest : public test::DriveFixture {};
+
+TEST_F(DeletePathTest, TakesAFileInAnySpelling) {
+    Write("d/vltemp.mdb", "x");
+    DeletePath("C:\\D\\VLTEMP.MDB");
+    EXPECT_FALSE(fs::exists(Host("d/vltemp.mdb")));
+    EXPECT_TRUE(fs::exists(Host("d")));
+}
+
+TEST_F(DeletePathTest, NothingThereIsNoError) {
+    DeletePath("C:\\none");
+    DeletePath("C:\\none\\deeper");
+    Write("file", "x");
+    DeletePath("C:\\file\\below");
+    EXPECT_EQ(Read("file"), "x");
+}
+
+TEST_F(DeletePathTest, TakesAFolderWithEverythingInIt) {
+    Write("Arcade/Arcade.mdb", "x");
+    Write("Arcade/Gfx/a/b/c/d/e.gif", "x");
+    Write("Arcade/.hidden/x", "x");
+    Write("Arcade/odd\\name\n\xFF", "x");  // no Windows name, but in the folder
+    Write("Other/keep", "x");
+    FileTools().DeletePath("C:\\arcade");
+    EXPECT_FALSE(fs::exists(Host("Arcade")));
+    EXPECT_EQ(Read("Other/keep"), "x");
+}
+
+TEST_F(DeletePathTest, LinksGoWhatTheyLeadToStays) {
+    Write("outside/keep.txt", "keep");
+    Write("Arcade/a", "x");
+    fs::create_directory_symlink(Host("outside"), Host("Arcade/link"));
+    fs::create_symlink(Host("outside/keep.txt"), Host("Arcade/file"));
+    fs::create_symlink("nowhere", Host("Arcade/dangling"));
+    fs::create_directory_symlink("..", Host("Arcade/up"));
+    DeletePath("C:\\Arcade");
+    EXPECT_FALSE(fs::exists(Host("Arcade")));
+    EXPECT_EQ(Read("outside/keep.txt"), "keep");
+
+    fs::create_directory_symlink(Host("outside"), Host("link"));
+    DeletePath("C:\\link\\");
+    EXPECT_FALSE(fs::is_symlink(Host("link")));
+    EXPECT_EQ(Read("outside/keep.txt"), "keep");
+
+    fs::create_symlink("nowhere", Host("dangling"));
+    DeletePath("C:\\dangling");
+    EXPECT_FALSE(fs::is_symlink(Host("dangling")));
+}
+
+TEST_F(DeletePathTest, RefusesRootsAndEmptyPaths) {
+    Write("keep", "x");
+    EXPECT_EQ(RaisedBy([] { DeletePath(""); }), 75);
+    EXPECT_EQ(RaisedBy([] { DeletePath("C:\\"); }), 75);
+    EXPECT_EQ(RaisedBy([] { DeletePath("C:"); }), 75);
+    EXPECT_EQ(RaisedBy([] { DeletePath("C:\\x\\.."); }), 75);
+    EXPECT_EQ(RaisedBy([this] { DeletePath(Root()); }), 75);
+    EXPECT_EQ(RaisedBy([] { DeletePath("C:\\*"); }), 52);
+    EXPECT_EQ(Read("keep"), "x");
+}
+
+/// Runs an action as an ordinary user, so that permissions count also where the tests run as root. Gives the
+/// number of the error that was raised, 0 for none.
+template <typename Action>
+int RaisedAsOrdinaryUser(const fs::path& root, Action action) {
+    constexpr uid_t kNobody = 65534;
+    if (geteuid() == 0) {
+        for (const auto& entry : fs::recursive_directory_iterator(root)) {
+            static_cast<void>(!lchown(entry.path().c_str(), kNobody, kNobody));
+        }
+        static_cast<void>(!chown(root.c_str(), kNobody, kNobody));
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        if (geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0)) _exit(255);
+        _exit(RaisedBy(action));
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 254;
+}
+
+TEST_F(DeletePathTest, ReadOnlyContentsGoToo) {
+    Write("Arcade/sub/a.txt", "x");
+    Write("Arcade/b.txt", "x");
+    fs::permissions(Host("Arcade/sub/a.txt"), fs::perms(0444));
+    fs::permissions(Host("Arcade/sub"), fs::perms(0555));
+    fs::permissions(Host("Arcade"), fs::perms(0111));
+    EXPECT_EQ(RaisedAsOrdinaryUser(Root(), [] { DeletePath("C:\\Arcade"); }), 0);
+    EXPECT_FALSE(fs::exists(Host("Arcade")));
+}
+
+TEST_F(DeletePathTest, WhatCannotBeDeletedIsAnError) {
+    Write("locked/file", "x");
+    Write("locked/folder/x", "x");
+    // A folder of somebody else, whose permissions an ordinary user cannot change either.
+    const int asRoot = geteuid() == 0;
+    if (asRoot == 0) GTEST_SKIP() << "only root can make a folder that belongs to somebody else";
+    const auto deny = [this](const char* path) {
+        return RaisedAsOrdinaryUser(Host("locked/folder"), [path] { DeletePath(path); });
+    };
+    fs::permissions(Host("locked"), fs::perms(0755));
+    fs::permissions(Root(), fs::perms(0755));
+    EXPECT_EQ(deny("C:\\locked\\file"), 70);
+    EXPECT_EQ(deny("C:\\locked\\folder"), 75);
+    EXPECT_TRUE(fs::exists(Host("locked/file")));
+    EXPECT_TRUE(fs::exists(Host("locked/folder")));
+}
+
+TEST_F(DeletePathTest, VeryDeepFoldersEndWithAnErrorOrAreGone) {
+    // Deeper than a path can be long: made by going down, step by step.
+    const fs::path old = fs::current_path();
+    fs::create_directory(Host("deep"));
+    fs::current_path(Host("deep"));
+    const std::string name(200, 'd');
+    for (int i = 0; i < 40; ++i) {
+        fs::create_directory(name);
+        ASSERT_EQ(chdir(name.c_str()), 0);
+    }
+    fs::current_path(old);
+    DeletePath("C:\\deep");
+    EXPECT_FALSE(fs::exists(Host("deep")));
+}
+
+}  // namespace
+}  // namespace marrowkit
