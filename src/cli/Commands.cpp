@@ -10,6 +10,7 @@ constexpr AddCommand kCommands[] = {
     AddListCommand,
     AddNewCommand,
     AddCrcCommand,
+    AddTosecCommand,
 };
 
 }  // namespace

@@ -27,6 +27,7 @@ namespace marrowkit::cli {
 void AddListCommand(CLI::App& app, Session& session);
 void AddNewCommand(CLI::App& app, Session& session);
 void AddCrcCommand(CLI::App& app, Session& session);
+void AddTosecCommand(CLI::App& app, Session& session);
 
 /// All of them, in the order of the list.
 void AddCommands(CLI::App& app, Session& session);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "creation/CreateDatabase.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/Paths.h"
 #include "platform/text/Text.h"
@@ -34,7 +35,7 @@ std::string MakeDefaultDatabaseName(std::string_view datafileName) {
     constexpr std::size_t kEndingCharacters = 4;  // ".dat"
     const std::size_t characters = CharacterCount(datafileName);
     std::string name(FirstCharacters(datafileName, characters - std::min(characters, kEndingCharacters)));
-    std::erase_if(name, [](char c) { return kForbiddenNameCharacters.find(c) != std::string_view::npos; });
+    std::erase_if(name, [](char c) { return kInvalidNameCharacters.find(c) != std::string_view::npos; });
     name.resize(FirstCharacters(name, kDatabaseNameCharacters).size());
     return name.empty() ? "New Vellora" : name;
 }

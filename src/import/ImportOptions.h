@@ -38,11 +38,6 @@ inline constexpr std::array<ColumnItem, 4> kFileColumns = {{
 /// Item of either list that is selected at first.
 inline constexpr std::size_t kDefaultColumnItem = 2;
 
-/// What a folder name may not hold.
-inline constexpr std::string_view kForbiddenNameCharacters = R"(\/:*?"<>|)";
-
-inline constexpr std::size_t kDatabaseNameCharacters = 64;
-
 /// The name proposed for the database of a datafile: its file name without ".dat" and without forbidden
 /// characters, at most 64 characters; "New Vellora" when nothing is left.
 std::string MakeDefaultDatabaseName(std::string_view datafileName);

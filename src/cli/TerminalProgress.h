@@ -1,0 +1,56 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+#include "cli/Interrupt.h"
+#include "import/ImportProgress.h"
+
+namespace marrowkit::cli {
+
+/// Shows an import's progress on standard error: on a terminal as one line that is drawn over and over, with
+/// a bar; elsewhere as a line for each stage. Ctrl-C cancels, as long as the import can be cancelled.
+class TerminalProgress : public ImportProgress {
+public:
+    enum class Style { Silent, Lines, Bar };
+
+    TerminalProgress(std::ostream& err, Style style) : err_(err), style_(style) {}
+    /// Ends a line that is still being drawn.
+    ~TerminalProgress() override;
+
+    /// What suits a run: nothing with --quiet, a bar when standard error is a terminal.
+    static Style StyleFor(const std::ostream& err, bool quiet);
+
+    void SetPrompt(const std::string& text) override;
+    void SetStatus(const std::string& text) override { status_ = text; }
+    void SetBarRange(std::int32_t minimum, std::int32_t maximum) override;
+    void SetBarValue(std::int32_t value) override { value_ = value; }
+    void SetCancelEnabled(bool enabled) override { cancelEnabled_ = enabled; }
+    bool Cancelled() const override { return cancelled_; }
+    void LetEventsRun() override;
+
+    /// Clears the drawn line, so that a message can be printed in its place.
+    void Clear();
+
+private:
+    std::string Line() const;
+    void Draw();
+
+    std::ostream& err_;
+    Style style_;
+    InterruptWatch interrupt_;
+    std::string prompt_;
+    std::string status_;
+    std::int32_t minimum_ = 0;
+    std::int32_t maximum_ = 0;
+    std::int32_t value_ = 0;
+    bool cancelEnabled_ = true;
+    bool cancelled_ = false;
+    std::size_t drawnCharacters_ = 0;
+    std::uint32_t eventRuns_ = 0;
+    std::chrono::steady_clock::time_point lastDrawn_;
+};
+
+}  // namespace marrowkit::cli

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "maintenance/SelectedNode.h"
+#include "shell/UserInterface.h"
+
+namespace marrowkit {
+
+/// Deletes a database folder with everything in it, after a confirmation, and rebuilds the tree. Takes the
+/// folder's node, whose key ends in "\". An error is not trapped; what was deleted before it stays deleted.
+/// True when the folder was deleted.
+bool DeleteDatabaseFolder(UserInterface& ui, const SelectedNode& folder);
+
+}  // namespace marrowkit

@@ -1,0 +1,68 @@
+#include <csignal>
+#include <sstream>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cli/TerminalProgress.h"
+
+namespace marrowkit::cli {
+namespace {
+
+using Style = TerminalProgress::Style;
+
+TEST(TerminalProgress, WritesALineForEachStageWhereThereIsNoTerminal) {
+    std::ostringstream err;
+    {
+        TerminalProgress progress(err, Style::Lines);
+        progress.SetPrompt("Loading...");
+        for (int i = 0; i < 1000; ++i) {
+            progress.SetStatus(std::to_string(i));
+            progress.SetBarValue(i);
+            progress.LetEventsRun();
+        }
+        progress.SetPrompt("Writing...");
+    }
+    EXPECT_EQ(err.str(), "Loading...\nWriting...\n");
+}
+
+TEST(TerminalProgress, WritesNothingWhenQuiet) {
+    std::ostringstream err;
+    TerminalProgress progress(err, TerminalProgress::StyleFor(err, true));
+    progress.SetPrompt("Loading...");
+    progress.LetEventsRun();
+    EXPECT_EQ(err.str(), "");
+    EXPECT_EQ(TerminalProgress::StyleFor(err, false), Style::Lines);
+}
+
+TEST(TerminalProgress, DrawsABarOverTheSameLineAndClearsIt) {
+    std::ostringstream err;
+    TerminalProgress progress(err, Style::Bar);
+    progress.SetPrompt("Adding...");
+    progress.SetBarRange(0, 100);
+    progress.SetBarValue(50);
+    std::this_thread::sleep_for(std::chrono::milliseconds(120));
+    for (int i = 0; i < 64; ++i) progress.LetEventsRun();
+    EXPECT_EQ(err.str(), "\rAdding...\rAdding... [###############...............] 50%");
+    progress.Clear();
+    EXPECT_THAT(err.str(), testing::EndsWith(" \r"));
+    EXPECT_EQ(err.str().find('\n'), std::string::npos);
+}
+
+TEST(TerminalProgress, CancelsAtAnInterruptUnlessThatIsNoLongerPossible) {
+    std::ostringstream err;
+    TerminalProgress progress(err, Style::Lines);
+    progress.LetEventsRun();
+    EXPECT_FALSE(progress.Cancelled());
+    progress.SetCancelEnabled(false);
+    std::raise(SIGINT);
+    progress.LetEventsRun();
+    EXPECT_FALSE(progress.Cancelled());
+    progress.SetCancelEnabled(true);
+    progress.LetEventsRun();
+    EXPECT_TRUE(progress.Cancelled());
+}
+
+}  // namespace
+}  // namespace marrowkit::cli
