@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "platform/jet/format/Bytes.h"
 #include "platform/jet/format/DatabaseHeader.h"
@@ -14,33 +16,58 @@ namespace marrowkit::jet {
 
 class Pager;
 
-/// One cached page, pinned for as long as this lives. Movable, not copyable.
+/// A page in memory, as the pager keeps it. Everyone else holds it through the handles below.
+struct PageFrame {
+    std::uint8_t* bytes = nullptr;
+    std::uint32_t pageBytes = 0;
+    PageNumber number = 0;
+    std::uint32_t pins = 0;
+    bool referenced = false;  ///< used since the cache last looked for a page to give up
+    bool dirty = false;       ///< not on disk as it is here
+    bool checked = false;     ///< see PageRef::IsChecked
+    bool detached = false;    ///< replaced by a newer copy; memory is free again when the last pin goes
+    std::uint64_t version = 0;
+    std::uint64_t unit = 0;  ///< serial of the unit that has saved what this page held before it
+};
+
+/// One cached page, pinned for as long as this lives. Movable, not copyable. REQUIRES: the pager outlives it.
 class PageRef {
 public:
     PageRef() = default;
-    PageRef(PageRef&& other) noexcept;
-    PageRef& operator=(PageRef&& other) noexcept;
+    PageRef(PageRef&& other) noexcept : frame_(std::exchange(other.frame_, nullptr)) {}
+    PageRef& operator=(PageRef&& other) noexcept {
+        std::swap(frame_, other.frame_);
+        return *this;
+    }
     PageRef(const PageRef&) = delete;
     PageRef& operator=(const PageRef&) = delete;
-    ~PageRef();
+    ~PageRef() {
+        if (frame_ != nullptr) --frame_->pins;
+    }
 
-    PageNumber Number() const;
-    PageType Type() const;
-    ByteView Bytes() const;
+    PageNumber Number() const { return frame_->number; }
+    PageType Type() const { return static_cast<PageType>(frame_->bytes[0]); }
+    ByteView Bytes() const { return std::span<const std::uint8_t>(frame_->bytes, frame_->pageBytes); }
     explicit operator bool() const { return frame_ != nullptr; }
+
+    /// Differs from an earlier answer for the same page when its bytes may have changed in between.
+    std::uint64_t Version() const { return frame_->version; }
+    /// Whether someone has found the structure of the page sound since it was read from the file. What we
+    /// write ourselves stays sound, so each page is checked once, not at every visit.
+    bool IsChecked() const { return frame_->checked; }
+    void MarkChecked() const { frame_->checked = true; }
 
 protected:
     friend class Pager;
-    struct Frame;
-    PageRef(Pager* pager, Frame* frame) : pager_(pager), frame_(frame) {}
-    Pager* pager_ = nullptr;
-    Frame* frame_ = nullptr;
+    explicit PageRef(PageFrame* frame) : frame_(frame) { ++frame_->pins; }
+    PageFrame* frame_ = nullptr;
 };
 
 /// A pinned page that may be changed. Only inside a unit.
 class PageEdit : public PageRef {
 public:
-    MutableByteView Mutable() const;
+    PageEdit() = default;
+    MutableByteView Mutable() const { return std::span<std::uint8_t>(frame_->bytes, frame_->pageBytes); }
 
 private:
     friend class Pager;
@@ -111,9 +138,25 @@ public:
     virtual int UnitDepth() const = 0;
     /// Everything committed becomes durable and visible to other processes. REQUIRES: no unit is open.
     virtual void Flush() = 0;
+    /// Notices what other processes have written: drops stale pages and raises Generation(). For the start of
+    /// every operation that reads outside of a unit (BeginUnit does it by itself); costs one small read of
+    /// the journal's header while others may have the file open, nothing otherwise. Throws 3046 when
+    /// another process is in the middle of writing for too long.
+    virtual void Refresh() = 0;
     /// Grows whenever pages may have changed under cached knowledge of them: a rollback, another process's
     /// write. Whoever keeps something derived from pages (catalog, definitions) compares and reads again.
     virtual std::uint64_t Generation() const = 0;
+    /// Grows with Generation() and with every Release(): a page number remembered as belonging to a table or
+    /// an index still does while this stands.
+    virtual std::uint64_t LayoutEpoch() const = 0;
+
+    /// The page of usage maps that took new maps last, 0 for none yet; kept here because every table's maps
+    /// go to the same pages.
+    PageNumber mapPageHint = 0;
+
+protected:
+    static PageRef MakeRef(PageFrame* frame) { return PageRef(frame); }
+    static PageEdit MakeEdit(PageFrame* frame) { return PageEdit(frame); }
 };
 
 /// Begins a unit, and rolls it back unless Commit() was called.

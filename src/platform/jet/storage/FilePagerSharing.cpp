@@ -1,0 +1,137 @@
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "platform/errors/RuntimeError.h"
+#include "platform/jet/format/JetErrors.h"
+#include "platform/jet/storage/FilePager.h"
+
+// Several of our processes on one file.
+//
+// Whoever begins a unit takes the write lock and keeps it over many units, until its next flush; so a run of
+// statements costs one flush, not one each. A process that wants its turn announces itself and tries again
+// every now and then; the holder looks for that at the end of each unit and flushes when someone waits or
+// when the lock has been held for a while.
+//
+// The journal's header carries a counter that changes with every flush, and says while pages are being
+// written. Taking the write lock, and refreshing before a read, compare it with what was seen last and drop
+// the cached pages when it differs.
+
+namespace marrowkit::jet {
+
+namespace {
+
+using std::chrono::microseconds;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+/// How long another process may keep us from writing or reading.
+constexpr auto kLongestWait = seconds(10);
+/// How long a holder keeps unflushed units to itself while others have the file open.
+constexpr auto kLongestHold = milliseconds(200);
+/// How often a busy holder looks whether anyone waits.
+constexpr auto kAskForWaiters = milliseconds(1);
+constexpr auto kPause = microseconds(500);
+
+}  // namespace
+
+void FilePager::AcquireWrite() {
+    if (exclusive_ || readOnly_ || holdsWriteLock_) return;
+    WaitForTurn();
+    holdsWriteLock_ = true;
+    lockedSince_ = askedForWaiters_ = Clock::now();
+    try {
+        RecoverIfNeeded();
+        NoticeChanges(journal_->Peek(false));
+        strangersPresent_ = lockFile_->AreStrangersPresent();
+    } catch (...) {
+        ReleaseWrite();
+        throw;
+    }
+}
+
+void FilePager::WaitForTurn() {
+    const auto start = Clock::now();
+    if (gaveWay_) {
+        // Who was asked to give way would be first again without a moment's patience.
+        gaveWay_ = false;
+        while (lockFile_->DoOthersWait() && !lockFile_->IsWriteLockedByOther() &&
+               Clock::now() - start < milliseconds(50)) {
+            std::this_thread::sleep_for(kPause);
+        }
+    }
+    if (lockFile_->TryLockWrite()) return;
+    lockFile_->AnnounceWaiting(true);
+    while (!lockFile_->TryLockWrite()) {
+        if (Clock::now() - start > kLongestWait) {
+            lockFile_->AnnounceWaiting(false);
+            RaiseJet(JetError::SaveLocked);
+        }
+        std::this_thread::sleep_for(kPause);
+    }
+    lockFile_->AnnounceWaiting(false);
+}
+
+void FilePager::ReleaseWrite() {
+    if (!holdsWriteLock_) return;
+    holdsWriteLock_ = false;
+    gaveWay_ = lockFile_->DoOthersWait();
+    lockFile_->UnlockWrite();
+}
+
+/// At the end of an outermost unit.
+bool FilePager::IsFlushDue() {
+    if (dirtyCount_ > cache_.BudgetFrames() / 2) return true;
+    if (!holdsWriteLock_) return false;
+    const auto now = Clock::now();
+    if (now - lockedSince_ > kLongestHold) return true;
+    if (now - askedForWaiters_ < kAskForWaiters) return false;
+    askedForWaiters_ = now;
+    return lockFile_->DoOthersWait();
+}
+
+/// REQUIRES: the write lock. Another process died while it wrote: what it was doing is undone.
+void FilePager::RecoverIfNeeded() {
+    if (!journal_->NeedsRecovery()) return;
+    journal_->Recover(*file_);
+    DropCleanPages();
+}
+
+void FilePager::NoticeChanges(const Journal::State& state) {
+    if (state == seen_) return;
+    seen_ = state;
+    DropCleanPages();
+}
+
+/// REQUIRES: no page is dirty.
+void FilePager::DropCleanPages() {
+    for (PageFrame& frame : cache_.Frames()) {
+        if (!frame.detached && cache_.Find(frame.number) == &frame) cache_.Drop(&frame);
+    }
+    pageCount_ = static_cast<PageNumber>(file_->Size() / pageBytes_);
+    globalMap_.ForgetHint();
+    mapPageHint = 0;
+    ++generation_;
+}
+
+void FilePager::Refresh() {
+    if (exclusive_ || holdsWriteLock_ || !undo_.IsEmpty()) return;
+    Journal::State state = journal_->Peek(lockFile_ == nullptr);
+    const auto start = Clock::now();
+    while (state.writing) {
+        if (lockFile_ && lockFile_->TryLockWrite()) {
+            // Nobody is writing any more: the writer is done, or it died.
+            holdsWriteLock_ = true;
+            RecoverIfNeeded();
+            ReleaseWrite();
+        } else if (Clock::now() - start > kLongestWait) {
+            RaiseJet(JetError::SaveLocked);
+        } else {
+            std::this_thread::sleep_for(kPause);
+        }
+        state = journal_->Peek(true);
+    }
+    NoticeChanges(state);
+}
+
+}  // namespace marrowkit::jet

@@ -1,0 +1,89 @@
+#include "platform/jet/storage/PageCache.h"
+
+#include <algorithm>
+
+namespace marrowkit::jet {
+
+namespace {
+
+/// An operation pins a handful of pages at a time, and a tree may be several pages deep.
+constexpr std::size_t kFewestFrames = 64;
+
+/// A frame that stands for no page.
+constexpr PageNumber kNoPage = 0xFFFFFFFF;
+
+}  // namespace
+
+PageCache::PageCache(std::uint32_t pageBytes, std::size_t budgetBytes)
+    : pageBytes_(pageBytes), budgetFrames_(std::max(budgetBytes / pageBytes, kFewestFrames)) {}
+
+PageFrame* PageCache::Take(PageNumber page) {
+    if (free_.empty() && frames_.size() < budgetFrames_) return Assign(NewFrame(), page);
+    if (!free_.empty()) {
+        PageFrame* frame = free_.back();
+        free_.pop_back();
+        return Assign(frame, page);
+    }
+    PageFrame* victim = FindVictim();
+    if (victim == nullptr) return nullptr;
+    if (!victim->detached) byNumber_[victim->number] = nullptr;
+    return Assign(victim, page);
+}
+
+PageFrame* PageCache::TakeAlways(PageNumber page) {
+    PageFrame* frame = Take(page);
+    return frame != nullptr ? frame : Assign(NewFrame(), page);
+}
+
+void PageCache::Drop(PageFrame* frame) {
+    byNumber_[frame->number] = nullptr;
+    frame->dirty = false;
+    if (frame->pins == 0) {
+        frame->number = kNoPage;
+        free_.push_back(frame);
+    } else {
+        frame->detached = true;  // the clock's hand picks it up when the pins are gone
+    }
+}
+
+PageFrame* PageCache::NewFrame() {
+    const std::size_t inSlab = frames_.size() % kSlabFrames;
+    if (inSlab == 0)
+        slabs_.push_back(std::make_unique_for_overwrite<std::uint8_t[]>(kSlabFrames * pageBytes_));
+    PageFrame& frame = frames_.emplace_back();
+    frame.bytes = slabs_.back().get() + inSlab * pageBytes_;
+    frame.pageBytes = pageBytes_;
+    frame.number = kNoPage;
+    return &frame;
+}
+
+PageFrame* PageCache::FindVictim() {
+    // Two rounds: the first may only take away everybody's second chance.
+    for (std::size_t step = 0; step < 2 * frames_.size(); ++step) {
+        PageFrame& frame = frames_[hand_];
+        hand_ = hand_ + 1 == frames_.size() ? 0 : hand_ + 1;
+        if (frame.pins != 0 || frame.dirty) continue;
+        if (frame.referenced && !frame.detached) {
+            frame.referenced = false;
+            continue;
+        }
+        return &frame;
+    }
+    return nullptr;
+}
+
+PageFrame* PageCache::Assign(PageFrame* frame, PageNumber page) {
+    if (page >= byNumber_.size()) {
+        byNumber_.resize(std::max<std::size_t>(page + std::size_t{1}, byNumber_.size() * 2), nullptr);
+    }
+    frame->number = page;
+    frame->referenced = true;
+    frame->dirty = false;
+    frame->checked = false;
+    frame->detached = false;
+    frame->unit = 0;
+    byNumber_[page] = frame;
+    return frame;
+}
+
+}  // namespace marrowkit::jet

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/jet/format/Format.h"
+
+namespace marrowkit::jet {
+
+/// What pages held before the open units changed them, one image per page and unit. Images beyond a bound go
+/// to a temporary file without a name.
+class UndoLog {
+public:
+    explicit UndoLog(std::uint32_t pageBytes) : pageBytes_(pageBytes) {}
+
+    bool IsEmpty() const { return levels_.empty(); }
+    std::size_t Depth() const { return levels_.size(); }
+
+    /// `pageCount`: pages that the file has now; those added later are not saved.
+    void Begin(PageNumber pageCount);
+    /// Pages of the file when the innermost unit began.
+    PageNumber PageCount() const { return levels_.back().pageCount; }
+    bool NeedsImage(PageNumber page) const {
+        return page < PageCount() && !levels_.back().images.contains(page);
+    }
+    /// REQUIRES: NeedsImage(page). Throws 3026 / 3043 when the temporary file cannot take it.
+    void Save(PageNumber page, std::span<const std::uint8_t> image);
+    /// Ends the innermost unit; what it saved passes to the one around it as far as that one needs it.
+    void Merge();
+    /// Ends the innermost unit and forgets what it saved.
+    void Drop();
+
+    /// Calls `restore(page, bytes)` for every image of the innermost unit.
+    template <typename Restore>
+    void ForEach(const Restore& restore) {
+        std::vector<std::uint8_t> image(pageBytes_);
+        for (const auto& [page, index] : levels_.back().images) {
+            Load(index, image);
+            restore(page, std::span<const std::uint8_t>(image));
+        }
+    }
+
+private:
+    struct Level {
+        std::unordered_map<PageNumber, std::size_t> images;  ///< page to number of its image
+        std::size_t firstImage = 0;
+        PageNumber pageCount = 0;
+    };
+    struct CloseFile {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+
+    std::size_t ImagesInMemory() const;
+    void Store(std::size_t index, std::span<const std::uint8_t> image);
+    void Load(std::size_t index, std::span<std::uint8_t> image) const;
+
+    std::uint32_t pageBytes_;
+    std::vector<Level> levels_;
+    std::size_t imageCount_ = 0;
+    std::vector<std::unique_ptr<std::uint8_t[]>> blocks_;
+    std::unique_ptr<std::FILE, CloseFile> file_;
+};
+
+}  // namespace marrowkit::jet
