@@ -15,7 +15,10 @@ namespace marrowkit::jet {
 using KeyView = std::span<const std::uint8_t>;
 
 /// One real index: a B-tree of (key, row) entries in plain byte order of key, page, slot. The root's page
-/// number never changes. Equal keys are allowed; uniqueness is the caller's business (see ContainsKey).
+/// number never changes. Equal keys are allowed; uniqueness is the caller's business (see ContainsKey). No
+/// key of an index may be the beginning of another one, which holds for every encoding of the format.
+///
+/// Throws 3049 for pages that cannot belong to the tree.
 class BTree {
 public:
     BTree(Pager& pager, PageNumber table, PageNumber root, RowId pageMap);
@@ -25,7 +28,8 @@ public:
 
     // REQUIRES for all changes: a unit is open.
 
-    /// Returns true when no other entry has this key (so the distinct statistic grows).
+    /// Returns true when no other entry has this key (so the distinct statistic grows). Throws 3047 for a key
+    /// that does not fit twice on a page.
     bool Insert(KeyView key, RowId row);
     /// False when there is no such entry (the caller then reports damage, or searches by row; see EraseRow).
     bool Erase(KeyView key, RowId row);
@@ -77,10 +81,50 @@ public:
     static void Destroy(Pager& pager, PageNumber root, RowId pageMap);
 
 private:
+    friend class Cursor;
+
+    /// The way to a page: each step a page and the position in it that leads on.
+    struct Step {
+        PageNumber page;
+        std::uint32_t position;
+    };
+    using Path = std::vector<Step>;
+
+    void FormEntry(KeyView key, RowId row);
+    Path Descend(KeyView entry) const;
+    PageNumber FindLeaf(KeyView entry) const;
+    PageNumber FindLastLeaf() const;
+
+    std::optional<bool> InsertNearLast(KeyView key);
+    bool IsNewKey(const PageRef& leaf, std::uint32_t position, KeyView key) const;
+    void InsertOverflowing(Path& path, KeyView entry);
+    void SplitLeaf(Path& path, KeyView entry);
+    void InsertChild(Path& path, std::size_t depth, KeyView entry, PageNumber left, PageNumber right);
+    void SplitNode(Path& path, std::size_t depth, KeyView entry);
+    void GrowRoot(Path& path);
+    PageEdit NewPage(std::uint32_t level);
+    void LinkBefore(PageNumber newPage, PageNumber page);
+    void Unlink(PageNumber page);
+    void LinkNodes(PageNumber left, PageNumber right);
+    void ReleasePage(PageNumber page);
+
+    bool EraseEntry(KeyView entry);
+    void RemoveChild(Path& path, std::size_t depth);
+    void CollapseRoot();
+    void DissolveNode(Path& path, std::size_t depth);
+    void MergeIntoLeft(Path& path, std::size_t depth);
+    void MergeIntoRight(Path& path, std::size_t depth);
+
+    class Builder;
+
     Pager* pager_;
     PageNumber table_;
     PageNumber root_;
     UsageMap pages_;
+    std::vector<std::uint8_t> entry_;  ///< the entry that is being inserted or erased
+    /// The leaf that took the last entry; good while hintEpoch_ is the pager's.
+    PageNumber lastLeaf_ = 0;
+    std::uint64_t hintEpoch_ = 0;
 };
 
 }  // namespace marrowkit::jet

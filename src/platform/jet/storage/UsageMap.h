@@ -1,6 +1,6 @@
 #pragma once
 
-#include <functional>
+#include <cstddef>
 #include <optional>
 #include <vector>
 
@@ -10,14 +10,20 @@ namespace marrowkit::jet {
 
 /// A set of page numbers, stored as a row on a map page and named by that row's pointer. The global map (bits
 /// mean "free") belongs to the pager; all others (bits mean "member") are handled here.
+///
+/// Throws 3049 when the row or its bitmap pages cannot be a map.
 class UsageMap {
 public:
     UsageMap(Pager& pager, RowId where) : pager_(&pager), where_(where) {}
 
+    RowId Where() const { return where_; }
+
     bool Contains(PageNumber page) const;
-    /// The smallest member >= `from`.
+    /// The smallest member >= `from`. Bits beyond the end of the file are left out, here and below.
     std::optional<PageNumber> Next(PageNumber from) const;
-    /// All members, ascending. Bits beyond the end of the file are left out.
+    /// The greatest member < `before`.
+    std::optional<PageNumber> Previous(PageNumber before) const;
+    /// All members, ascending.
     std::vector<PageNumber> Members() const;
 
     // REQUIRES: a unit is open. Adding may turn an inline map into a reference map (which allocates pages).
@@ -35,6 +41,14 @@ public:
     static void Destroy(Pager& pager, RowId where);
 
 private:
+    struct MapRow;
+    MapRow Open() const;
+    MutableByteView EditRow(PageEdit& page) const;
+    PageRef ReadBitmap(PageNumber page) const;
+    void AddToReference(PageNumber page);
+    bool MoveInlineStart(PageNumber page);
+    void ConvertToReference();
+
     Pager* pager_;
     RowId where_;
 };

@@ -1,0 +1,329 @@
+#include "platform/jet/storage/BTree.h"
+
+#include <algorithm>
+#include <string>
+
+#include "platform/jet/format/JetErrors.h"
+#include "platform/jet/storage/IndexPage.h"
+
+namespace marrowkit::jet {
+
+namespace {
+
+/// More levels than a 2 GB file could fill even with two entries on every node.
+constexpr std::size_t kMostLevels = 32;
+
+/// The entry of a node: what the leaf entry says, followed by the child.
+std::vector<std::uint8_t> NodeEntry(KeyView entry, PageNumber child) {
+    std::vector<std::uint8_t> bytes(entry.begin(), entry.end());
+    for (int shift = 24; shift >= 0; shift -= 8) bytes.push_back(static_cast<std::uint8_t>(child >> shift));
+    return bytes;
+}
+
+PageNumber ChildOf(EntryView nodeEntry) {
+    return ByteView(nodeEntry).U32BigEndian(nodeEntry.size() - kChildBytes);
+}
+
+/// Where to cut a list of entries so that both sides take about the same room.
+std::size_t Middle(const EntryList& entries, std::uint32_t prefix) {
+    const std::size_t count = entries.Size();
+    const std::uint32_t half = entries.StoredBytes(0, count, prefix) / 2;
+    std::uint32_t bytes = 0;
+    std::size_t at = 0;
+    while (at + 1 < count && bytes < half) {
+        bytes += static_cast<std::uint32_t>(entries[at].size()) - (at == 0 ? 0 : prefix);
+        ++at;
+    }
+    return std::max<std::size_t>(at, 1);
+}
+
+}  // namespace
+
+BTree::BTree(Pager& pager, PageNumber table, PageNumber root, RowId pageMap)
+    : pager_(&pager), table_(table), root_(root), pages_(pager, pageMap) {}
+
+PageNumber BTree::CreateRoot(Pager& pager, PageNumber table, RowId pageMap) {
+    const PageEdit page = pager.Allocate();
+    IndexPageEdit::Format(pager, page, table, 0);
+    UsageMap(pager, pageMap).Add(page.Number());
+    return page.Number();
+}
+
+void BTree::FormEntry(KeyView key, RowId row) {
+    entry_.assign(key.begin(), key.end());
+    entry_.push_back(static_cast<std::uint8_t>(row.page >> 16));
+    entry_.push_back(static_cast<std::uint8_t>(row.page >> 8));
+    entry_.push_back(static_cast<std::uint8_t>(row.page));
+    entry_.push_back(row.slot);
+}
+
+// ---- Finding
+
+BTree::Path BTree::Descend(KeyView entry) const {
+    Path path;
+    PageNumber number = root_;
+    std::uint32_t level = 0;
+    for (;;) {
+        const PageRef ref = pager_->Read(number);
+        const IndexPage page(*pager_, ref);
+        if ((!path.empty() && page.Level() + 1 != level) || path.size() >= kMostLevels) {
+            RaiseCorrupt(pager_->Path(), "index page " + std::to_string(number) + ": on the wrong level");
+        }
+        level = page.Level();
+        const std::uint32_t position = page.LowerBound(entry);
+        path.push_back({number, position});
+        if (page.IsLeaf()) return path;
+        number = page.Child(position);
+    }
+}
+
+PageNumber BTree::FindLeaf(KeyView entry) const {
+    PageNumber number = root_;
+    for (std::size_t depth = 0; depth < kMostLevels; ++depth) {
+        const PageRef ref = pager_->Read(number);
+        const IndexPage page(*pager_, ref);
+        if (page.IsLeaf()) return number;
+        number = page.Child(page.LowerBound(entry));
+    }
+    RaiseCorrupt(pager_->Path(), "index at page " + std::to_string(root_) + ": its pages form a circle");
+}
+
+PageNumber BTree::FindLastLeaf() const {
+    PageNumber number = root_;
+    for (std::size_t depth = 0; depth < kMostLevels; ++depth) {
+        const PageRef ref = pager_->Read(number);
+        const IndexPage page(*pager_, ref);
+        if (page.IsLeaf()) return number;
+        number = page.Tail();
+    }
+    RaiseCorrupt(pager_->Path(), "index at page " + std::to_string(root_) + ": its pages form a circle");
+}
+
+bool BTree::ContainsKey(KeyView key, std::optional<RowId> except) const {
+    PageNumber number = FindLeaf(key);
+    bool first = true;
+    while (number != 0) {
+        const PageRef ref = pager_->Read(number);
+        const IndexPage page(*pager_, ref);
+        for (std::uint32_t at = first ? page.LowerBound(key) : 0; at < page.UsedBytes();
+             at = page.After(at)) {
+            if (!page.HasKey(at, key)) return false;
+            if (!except) return true;
+            std::vector<std::uint8_t> whole;
+            page.Whole(at, whole);
+            const ByteView pointer = ByteView(whole).From(key.size());
+            if (RowId{pointer.U24BigEndian(0), pointer.U8(3)} != *except) return true;
+        }
+        number = page.Next();
+        first = false;
+    }
+    return false;
+}
+
+// ---- Inserting
+
+bool BTree::Insert(KeyView key, RowId row) {
+    FormEntry(key, row);
+    const Geometry& geometry = pager_->PageGeometry();
+    if (entry_.size() + kChildBytes > (geometry.pageBytes - geometry.indexEntriesStart) / 2) {
+        RaiseJet(JetError::RecordTooLarge);
+    }
+    if (const auto isNew = InsertNearLast(key)) return *isNew;
+
+    Path path = Descend(entry_);
+    const Step leaf = path.back();
+    bool isNew = false;
+    bool inserted = false;
+    {
+        const PageEdit page = pager_->Edit(leaf.page);
+        const IndexPageEdit index(*pager_, page);
+        if (leaf.position < index.UsedBytes()) {
+            std::vector<std::uint8_t> whole;
+            index.Whole(leaf.position, whole);
+            if (CompareBytes(whole, entry_) == 0) {
+                RaiseCorrupt(pager_->Path(),
+                             "index at page " + std::to_string(root_) + " has the row already");
+            }
+        }
+        isNew = IsNewKey(page, leaf.position, key);
+        inserted = index.Insert(leaf.position, entry_);
+    }
+    lastLeaf_ = leaf.page;
+    if (!inserted) InsertOverflowing(path, entry_);
+    hintEpoch_ = pager_->LayoutEpoch();
+    return isNew;
+}
+
+/// The quick way for entries that belong onto the page that took the last one: nullopt when this one does not
+/// for certain, or when it does not fit.
+std::optional<bool> BTree::InsertNearLast(KeyView key) {
+    if (lastLeaf_ == 0 || hintEpoch_ != pager_->LayoutEpoch()) return std::nullopt;
+    std::uint32_t position = 0;
+    {
+        const PageRef ref = pager_->Read(lastLeaf_);
+        if (ref.Type() != PageType::IndexLeaf) return std::nullopt;
+        const IndexPage page(*pager_, ref);
+        if (page.IsEmpty() || page.Table() != table_) return std::nullopt;
+        position = page.LowerBound(entry_);
+        const bool atStart = position == 0;
+        const bool atEnd = position == page.UsedBytes();
+        if ((atStart && page.Previous() != 0) || (atEnd && page.Next() != 0)) return std::nullopt;
+        if (!atEnd) {
+            std::vector<std::uint8_t> whole;
+            page.Whole(position, whole);
+            if (CompareBytes(whole, entry_) == 0) return std::nullopt;
+        }
+        if (page.UsedBytes() + entry_.size() - page.PrefixBytes() > page.Capacity()) return std::nullopt;
+    }
+    const PageEdit page = pager_->Edit(lastLeaf_);
+    const bool isNew = IsNewKey(page, position, key);
+    if (!IndexPageEdit(*pager_, page).Insert(position, entry_)) return std::nullopt;
+    return isNew;
+}
+
+/// Whether the entries on both sides of a place have other keys.
+bool BTree::IsNewKey(const PageRef& leaf, std::uint32_t position, KeyView key) const {
+    const IndexPage page(*pager_, leaf);
+    if (position > 0) {
+        if (page.HasKey(page.Before(position), key)) return false;
+    } else if (page.Previous() != 0) {
+        const PageRef ref = pager_->Read(page.Previous());
+        const IndexPage previous(*pager_, ref);
+        if (!previous.IsEmpty() && previous.HasKey(previous.Before(previous.UsedBytes()), key)) return false;
+    }
+    if (position < page.UsedBytes()) return !page.HasKey(position, key);
+    if (page.Next() == 0) return true;
+    const PageRef ref = pager_->Read(page.Next());
+    const IndexPage next(*pager_, ref);
+    return next.IsEmpty() || !next.HasKey(0, key);
+}
+
+/// The leaf at the end of the path has no room: store it with the prefix that all its entries share, and when
+/// that does not help, split it.
+void BTree::InsertOverflowing(Path& path, KeyView entry) {
+    {
+        const PageEdit page = pager_->Edit(path.back().page);
+        const IndexPageEdit index(*pager_, page);
+        EntryList entries(index);
+        entries.Insert(index.CountBefore(path.back().position), entry);
+        const std::uint32_t prefix = std::min(entries.CommonPrefix(), index.MaxPrefixBytes());
+        if (entries.StoredBytes(0, entries.Size(), prefix) <= index.Capacity()) {
+            return index.Assign(entries.Range(0, entries.Size()), prefix);
+        }
+    }
+    SplitLeaf(path, entry);
+}
+
+void BTree::SplitLeaf(Path& path, KeyView entry) {
+    if (path.size() == 1) GrowRoot(path);
+    const Step leaf = path.back();
+    const PageEdit page = pager_->Edit(leaf.page);
+    const IndexPageEdit index(*pager_, page);
+    EntryList entries(index);
+    const std::size_t at = index.CountBefore(leaf.position);
+    const PageEdit added = NewPage(0);
+    const IndexPageEdit addedIndex(*pager_, added);
+
+    if (index.Next() == 0 && at == entries.Size()) {
+        // Entries that come in ascending order leave full pages behind.
+        addedIndex.Assign(std::span(&entry, 1), 0);
+        addedIndex.PutPrevious(page.Number());
+        index.PutNext(added.Number());
+        lastLeaf_ = added.Number();
+        const std::vector<std::uint8_t> last(entries[at - 1].begin(), entries[at - 1].end());
+        return InsertChild(path, path.size() - 2, last, page.Number(), added.Number());
+    }
+    entries.Insert(at, entry);
+    const std::uint32_t prefix = std::min(entries.CommonPrefix(), index.MaxPrefixBytes());
+    const std::size_t middle = Middle(entries, prefix);
+    addedIndex.Assign(entries.Range(0, middle), prefix);
+    index.Assign(entries.Range(middle, entries.Size()), prefix);
+    LinkBefore(added.Number(), page.Number());
+    lastLeaf_ = at < middle ? added.Number() : page.Number();
+    InsertChild(path, path.size() - 2, entries[middle - 1], added.Number(), page.Number());
+}
+
+/// In the node at `depth`: the place that led to a split page leads to `right` now, and a new entry in front
+/// of it to `left`.
+void BTree::InsertChild(Path& path, std::size_t depth, KeyView entry, PageNumber left, PageNumber right) {
+    const std::vector<std::uint8_t> nodeEntry = NodeEntry(entry, left);
+    {
+        const PageEdit page = pager_->Edit(path[depth].page);
+        const IndexPageEdit node(*pager_, page);
+        node.PutChild(path[depth].position, right);
+        if (node.Insert(path[depth].position, nodeEntry)) return;
+    }
+    SplitNode(path, depth, nodeEntry);
+}
+
+/// Splits the node at `depth` around one of its entries, which moves up; `entry` is to be added at the
+/// position that the path has.
+void BTree::SplitNode(Path& path, std::size_t depth, KeyView entry) {
+    if (depth == 0) {
+        GrowRoot(path);
+        depth = 1;
+    }
+    const PageEdit page = pager_->Edit(path[depth].page);
+    const IndexPageEdit node(*pager_, page);
+    EntryList entries(node);
+    const std::size_t at = node.CountBefore(path[depth].position);
+    entries.Insert(at, entry);
+    const std::size_t count = entries.Size();
+    // At the right end of the tree the left page stays as full as can be, like leaves do.
+    const bool ascending = at + 1 == count && node.Next() == 0;
+    const std::size_t middle =
+        ascending ? count - 2 : std::clamp<std::size_t>(Middle(entries, 0), 1, count - 2);
+
+    const PageEdit added = NewPage(node.Level());
+    const IndexPageEdit addedNode(*pager_, added);
+    addedNode.Assign(entries.Range(0, middle), 0);
+    addedNode.PutTail(ChildOf(entries[middle]));
+    node.Assign(entries.Range(middle + 1, count), 0);
+    LinkBefore(added.Number(), page.Number());
+    if (node.Level() > 1) {
+        // Nodes are linked with those of the same parent only, and these two have different ones now.
+        LinkNodes(ChildOf(entries[middle]), 0);
+        LinkNodes(0, ChildOf(entries[middle + 1]));
+    }
+    const EntryView up = entries[middle].first(entries[middle].size() - kChildBytes);
+    InsertChild(path, depth - 1, up, added.Number(), page.Number());
+}
+
+/// Moves the root's entries one level down, so that the root's page number can stay.
+void BTree::GrowRoot(Path& path) {
+    const PageEdit root = pager_->Edit(root_);
+    const std::uint32_t level = IndexPageEdit(*pager_, root).Level();
+    const PageEdit child = NewPage(level);
+    IndexPageEdit(*pager_, child).CopyFrom(root);
+    IndexPageEdit::Format(*pager_, root, table_, level + 1).PutTail(child.Number());
+    path.front().page = child.Number();
+    path.insert(path.begin(), {root_, 0});
+}
+
+PageEdit BTree::NewPage(std::uint32_t level) {
+    PageEdit page = pager_->Allocate();
+    IndexPageEdit::Format(*pager_, page, table_, level);
+    pages_.Add(page.Number());
+    return page;
+}
+
+void BTree::LinkBefore(PageNumber newPage, PageNumber page) {
+    PageNumber previous = 0;
+    {
+        const PageEdit edit = pager_->Edit(page);
+        const IndexPageEdit index(*pager_, edit);
+        previous = index.Previous();
+        index.PutPrevious(newPage);
+    }
+    {
+        const PageEdit edit = pager_->Edit(newPage);
+        const IndexPageEdit index(*pager_, edit);
+        index.PutPrevious(previous);
+        index.PutNext(page);
+    }
+    if (previous == 0) return;
+    const PageEdit edit = pager_->Edit(previous);
+    IndexPageEdit(*pager_, edit).PutNext(newPage);
+}
+
+}  // namespace marrowkit::jet

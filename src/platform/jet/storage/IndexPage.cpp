@@ -1,0 +1,420 @@
+#include "platform/jet/storage/IndexPage.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
+#include <string>
+
+#include "platform/jet/format/JetErrors.h"
+
+namespace marrowkit::jet {
+
+namespace {
+
+/// Reads 64 bits of the bitmap at a byte. Behind the bitmap come the entries, so this never leaves the page;
+/// callers cut off what is not bitmap.
+std::uint64_t LoadBits(const std::uint8_t* bitmap, std::uint32_t byte) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, bitmap + byte, sizeof word);
+    return word;
+}
+
+/// The end marks of a page, taken out to be shifted as one long number.
+class EndMarks {
+public:
+    explicit EndMarks(MutableByteView bitmap) : bitmap_(bitmap) {
+        std::memcpy(words_.data(), bitmap_.Data(), bitmap_.Size());
+    }
+    void Store() const { std::memcpy(bitmap_.Data(), words_.data(), bitmap_.Size()); }
+
+    /// Moves all marks greater than `behind` up.
+    void ShiftUp(std::uint32_t behind, std::uint32_t count) {
+        const std::size_t first = (behind + 1) / 64;
+        const std::uint64_t kept = words_[first] & LowBits((behind + 1) % 64);
+        words_[first] ^= kept;
+        const std::size_t wordShift = count / 64;
+        const std::uint32_t bitShift = count % 64;
+        for (std::size_t i = kWords; i-- > first;) {
+            std::uint64_t word = 0;
+            if (i >= first + wordShift) word = words_[i - wordShift] << bitShift;
+            if (bitShift != 0 && i >= first + wordShift + 1)
+                word |= words_[i - wordShift - 1] >> (64 - bitShift);
+            words_[i] = word;
+        }
+        words_[first] |= kept;
+    }
+
+    /// Takes out the mark `at` and moves all greater ones down. REQUIRES: no mark within `count` below it but
+    /// the one at `at - count`.
+    void ShiftDown(std::uint32_t at, std::uint32_t count) {
+        const std::size_t first = (at + 1 - count) / 64;
+        const std::uint64_t kept = words_[first] & LowBits((at + 1 - count) % 64);
+        const std::size_t source = (at + 1) / 64;
+        words_[source] &= ~LowBits((at + 1) % 64);
+        const std::size_t wordShift = count / 64;
+        const std::uint32_t bitShift = count % 64;
+        for (std::size_t i = first; i < kWords; ++i) {
+            const auto wordAt = [&](std::size_t k) { return k < kWords && k >= source ? words_[k] : 0; };
+            std::uint64_t word = wordAt(i + wordShift) >> bitShift;
+            if (bitShift != 0) word |= wordAt(i + wordShift + 1) << (64 - bitShift);
+            words_[i] = word;
+        }
+        words_[first] |= kept;
+    }
+
+private:
+    /// 453 bytes of bitmap, the most there are.
+    static constexpr std::size_t kWords = 57;
+    static std::uint64_t LowBits(std::uint32_t count) { return (std::uint64_t{1} << count) - 1; }
+
+    MutableByteView bitmap_;
+    std::array<std::uint64_t, kWords> words_{};
+};
+
+std::uint32_t CommonLength(EntryView left, EntryView right) {
+    const std::size_t most = std::min(left.size(), right.size());
+    const auto [end, unused] =
+        std::mismatch(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(most), right.begin());
+    return static_cast<std::uint32_t>(end - left.begin());
+}
+
+}  // namespace
+
+int CompareBytes(EntryView left, EntryView right) {
+    const std::size_t most = std::min(left.size(), right.size());
+    const int order = most == 0 ? 0 : std::memcmp(left.data(), right.data(), most);
+    if (order != 0) return order;
+    return left.size() < right.size() ? -1 : left.size() > right.size() ? 1 : 0;
+}
+
+const IndexPage::Layout& IndexPage::LayoutOf(JetVersion version) {
+    static constexpr Layout kJet3{8, 20, false, 21, 22};
+    static constexpr Layout kJet4{12, 24, true, 26, 27};
+    return version == JetVersion::Jet3 ? kJet3 : kJet4;
+}
+
+IndexPage::IndexPage(const Pager& pager, const PageRef& page)
+    : geometry_(&pager.PageGeometry()), layout_(&LayoutOf(geometry_->version)), bytes_(page.Bytes()) {
+    const bool isIndex = page.Type() == PageType::IndexLeaf || page.Type() == PageType::IndexNode;
+    if (isIndex && page.IsChecked()) return;
+    if (!isIndex || !IsSound()) {
+        RaiseCorrupt(pager.Path(), "page " + std::to_string(page.Number()) +
+                                       (isIndex ? ": index entries that cannot be" : ": not an index page"));
+    }
+    page.MarkChecked();
+}
+
+/// Whether free word, bitmap, prefix and the lengths of all entries agree with each other.
+bool IndexPage::IsSound() const {
+    if (bytes_.U16(2) > Capacity()) return false;
+    const std::uint32_t used = UsedBytes();
+    const std::uint32_t prefix = PrefixBytes();
+    const bool leaf = IsLeaf();
+    if (leaf != (Level() == 0) || (!leaf && (Tail() == 0 || used == 0))) return false;
+    std::uint32_t position = 0;
+    while (position < used) {
+        const std::uint32_t end = FirstEndAfter(position);
+        if (end > used) return false;
+        const std::uint32_t whole = end - position + (position == 0 ? 0 : prefix);
+        if (whole < TrailerBytes() || (position == 0 && prefix > end)) return false;
+        position = end;
+    }
+    return FirstEndAfter(used) > Capacity();
+}
+
+/// The first end mark behind `position`; beyond the capacity when there is none.
+std::uint32_t IndexPage::FirstEndAfter(std::uint32_t position) const {
+    const std::uint8_t* bits = bytes_.Data() + layout_->bitmap;
+    const std::uint32_t limit = Capacity();
+    for (std::uint32_t k = position + 1; k <= limit;) {
+        const std::uint64_t word = LoadBits(bits, k / 8) >> (k % 8);
+        if (word != 0) {
+            const std::uint32_t end = k + static_cast<std::uint32_t>(std::countr_zero(word));
+            return end <= limit ? end : limit + 1;
+        }
+        k = (k / 8) * 8 + 64;
+    }
+    return limit + 1;
+}
+
+/// The last end mark at or before `position`; 0 when there is none.
+std::uint32_t IndexPage::LastEndUpTo(std::uint32_t position) const {
+    const std::uint8_t* bits = bytes_.Data() + layout_->bitmap;
+    std::uint32_t byte = position / 8;
+    // The bits of the byte up to and including `position`.
+    auto value = static_cast<std::uint32_t>(bits[byte] & (0xFFU >> (7 - position % 8)));
+    while (value == 0) {
+        if (byte == 0) return 0;
+        value = bits[--byte];
+    }
+    return byte * 8 + static_cast<std::uint32_t>(std::bit_width(value)) - 1;
+}
+
+std::uint32_t IndexPage::After(std::uint32_t position) const {
+    const std::uint32_t end = FirstEndAfter(position);
+    if (end > UsedBytes()) throw OutOfBounds{};
+    return end;
+}
+
+std::uint32_t IndexPage::Before(std::uint32_t position) const {
+    return LastEndUpTo(position - 1);
+}
+
+EntryView IndexPage::Stored(std::uint32_t position) const {
+    return bytes_.All().subspan(geometry_->indexEntriesStart + position, After(position) - position);
+}
+
+void IndexPage::Whole(std::uint32_t position, std::vector<std::uint8_t>& entry) const {
+    entry.clear();
+    if (position != 0) {
+        const auto prefix = bytes_.Sub(geometry_->indexEntriesStart, PrefixBytes()).All();
+        entry.insert(entry.end(), prefix.begin(), prefix.end());
+    }
+    const EntryView stored = Stored(position);
+    entry.insert(entry.end(), stored.begin(), stored.end());
+}
+
+PageNumber IndexPage::Child(std::uint32_t position) const {
+    if (position >= UsedBytes()) return Tail();
+    return bytes_.U32BigEndian(geometry_->indexEntriesStart + After(position) - kChildBytes);
+}
+
+std::uint32_t IndexPage::LowerBound(EntryView entry) const {
+    const std::uint32_t used = UsedBytes();
+    if (used == 0) return 0;
+    const std::uint32_t prefix = PrefixBytes();
+    const std::uint32_t childBytes = IsLeaf() ? 0 : kChildBytes;
+    const std::uint8_t* data = bytes_.Data() + geometry_->indexEntriesStart;
+    if (prefix != 0) {
+        // An entry that is not within the common prefix stands before all entries or behind all.
+        const int order =
+            CompareBytes(entry.first(std::min<std::size_t>(entry.size(), prefix)), {data, prefix});
+        if (order < 0) return 0;
+        if (order > 0) return used;
+        entry = entry.subspan(prefix);
+    }
+    // All entries before `low` are smaller, the one at `high` and those behind are not.
+    std::uint32_t low = 0;
+    std::uint32_t high = used;
+    while (low < high) {
+        const std::uint32_t middle = LastEndUpTo(low + (high - low) / 2);
+        const std::uint32_t start = std::max(middle, low);
+        const std::uint32_t end = FirstEndAfter(start);
+        const std::uint32_t skip = start == 0 ? prefix : 0;
+        const EntryView stored{data + start + skip, end - start - skip - childBytes};
+        if (CompareBytes(stored, entry) < 0) {
+            low = end;
+        } else {
+            high = start;
+        }
+    }
+    return low;
+}
+
+std::uint32_t IndexPage::CountBefore(std::uint32_t position) const {
+    std::uint32_t count = 0;
+    for (std::uint32_t at = 0; at < position; at = After(at)) ++count;
+    return count;
+}
+
+bool IndexPage::HasKey(std::uint32_t position, EntryView key) const {
+    EntryView stored = Stored(position);
+    if (position != 0) {
+        const auto prefix = bytes_.Sub(geometry_->indexEntriesStart, PrefixBytes()).All();
+        if (prefix.size() + stored.size() != key.size() + TrailerBytes()) return false;
+        const std::size_t shared = std::min(prefix.size(), key.size());
+        if (CompareBytes(prefix.first(shared), key.first(shared)) != 0) return false;
+        key = key.subspan(shared);
+        // The prefix may reach into the row pointer; then nothing of the key is left.
+        return key.empty() || CompareBytes(stored.first(key.size()), key) == 0;
+    }
+    return stored.size() == key.size() + TrailerBytes() && CompareBytes(stored.first(key.size()), key) == 0;
+}
+
+std::uint32_t IndexPage::FindChild(PageNumber child) const {
+    std::uint32_t position = 0;
+    while (position < UsedBytes() && Child(position) != child) position = After(position);
+    return position;
+}
+
+// ---- Changing
+
+IndexPageEdit::IndexPageEdit(const Pager& pager, const PageEdit& page)
+    : IndexPage(pager, page), mutable_(page.Mutable()) {}
+
+IndexPageEdit IndexPageEdit::Format(const Pager& pager, const PageEdit& page, PageNumber table,
+                                    std::uint32_t level) {
+    const Geometry& geometry = pager.PageGeometry();
+    const MutableByteView bytes = page.Mutable();
+    bytes.Fill(0, bytes.Size(), 0);
+    bytes.PutU8(0, static_cast<std::uint8_t>(level == 0 ? PageType::IndexLeaf : PageType::IndexNode));
+    bytes.PutU8(1, 1);
+    bytes.PutU16(2, static_cast<std::uint16_t>(geometry.pageBytes - geometry.indexEntriesStart));
+    bytes.PutU32(4, table);
+    bytes.PutU8(LayoutOf(geometry.version).level, static_cast<std::uint8_t>(level));
+    page.MarkChecked();  // a node gets its tail before anyone else sees it
+    return IndexPageEdit(pager, page);
+}
+
+void IndexPageEdit::PutPrefixBytes(std::uint32_t bytes) const {
+    if (layout_->wordPrefix) {
+        mutable_.PutU16(layout_->prefix, static_cast<std::uint16_t>(bytes));
+    } else {
+        mutable_.PutU8(layout_->prefix, static_cast<std::uint8_t>(bytes));
+    }
+}
+
+void IndexPageEdit::PutChild(std::uint32_t position, PageNumber child) const {
+    if (position >= UsedBytes()) return PutTail(child);
+    const std::size_t at = geometry_->indexEntriesStart + After(position) - kChildBytes;
+    for (std::uint32_t i = 0; i < kChildBytes; ++i) {
+        mutable_.PutU8(at + i, static_cast<std::uint8_t>(child >> (24 - 8 * i)));
+    }
+}
+
+void IndexPageEdit::SetEnd(std::uint32_t position, bool value) const {
+    const std::size_t at = layout_->bitmap + position / 8;
+    const auto mask = static_cast<std::uint8_t>(1U << (position % 8));
+    const std::uint8_t old = bytes_.U8(at);
+    mutable_.PutU8(at, static_cast<std::uint8_t>(value ? old | mask : old & ~mask));
+}
+
+/// Opens a gap of `count` bytes at `position`; the end marks greater than `marksBehind` move with the bytes.
+void IndexPageEdit::InsertBytes(std::uint32_t position, std::uint32_t marksBehind,
+                                std::uint32_t count) const {
+    const std::uint32_t used = UsedBytes();
+    const std::uint32_t start = geometry_->indexEntriesStart;
+    mutable_.Move(start + position + count, start + position, used - position);
+    EndMarks marks(mutable_.Sub(layout_->bitmap, start - layout_->bitmap));
+    marks.ShiftUp(marksBehind, count);
+    marks.Store();
+    PutUsedBytes(used + count);
+}
+
+/// Takes out `count` bytes together with the end mark `mark`; greater marks move with the bytes.
+void IndexPageEdit::EraseBytes(std::uint32_t position, std::uint32_t mark, std::uint32_t count) const {
+    const std::uint32_t used = UsedBytes();
+    const std::uint32_t start = geometry_->indexEntriesStart;
+    mutable_.Move(start + position, start + position + count, used - position - count);
+    mutable_.Fill(start + used - count, count, 0);
+    EndMarks marks(mutable_.Sub(layout_->bitmap, start - layout_->bitmap));
+    marks.ShiftDown(mark, count);
+    marks.Store();
+    PutUsedBytes(used - count);
+}
+
+bool IndexPageEdit::Insert(std::uint32_t position, EntryView entry) const {
+    const std::uint32_t used = UsedBytes();
+    const std::uint32_t start = geometry_->indexEntriesStart;
+    const auto length = static_cast<std::uint32_t>(entry.size());
+    if (used == 0) {
+        if (length > Capacity()) return false;
+        Assign(std::span(&entry, 1), 0);
+        return true;
+    }
+    const std::uint32_t prefix = PrefixBytes();
+    if (prefix != 0) {
+        const std::uint32_t common = CommonLength(entry, bytes_.Sub(start, prefix).All());
+        if (common < prefix) {
+            const std::uint32_t longer = (CountBefore(used) - 1) * (prefix - common);
+            if (used + longer + length - common > Capacity()) return false;
+            std::uint32_t before = CountBefore(position);
+            ShortenPrefix(common);
+            position = 0;
+            for (; before > 0; --before) position = After(position);
+            return Insert(position, entry);
+        }
+    }
+    if (used + length - prefix > Capacity()) return false;
+    if (position == 0) {
+        // The new first entry is stored whole; the one that was first keeps what is behind the prefix.
+        InsertBytes(prefix, 0, length - prefix);
+        mutable_.PutBytes(start, entry);
+        SetEnd(length, true);
+    } else {
+        InsertBytes(position, position, length - prefix);
+        mutable_.PutBytes(start + position, entry.subspan(prefix));
+        SetEnd(position + length - prefix, true);
+    }
+    return true;
+}
+
+void IndexPageEdit::ShortenPrefix(std::uint32_t bytes) const {
+    const EntryList entries(*this);
+    Assign(entries.Range(0, entries.Size()), bytes);
+}
+
+void IndexPageEdit::Erase(std::uint32_t position) const {
+    const std::uint32_t end = After(position);
+    if (position == 0 && end == UsedBytes()) return Assign({}, 0);
+    // A new first entry is stored whole: the prefix stays, the rest of the old one goes.
+    const std::uint32_t from = position == 0 ? PrefixBytes() : position;
+    EraseBytes(from, end, end - from);
+}
+
+void IndexPageEdit::Assign(std::span<const EntryView> entries, std::uint32_t prefixBytes) const {
+    const std::uint32_t start = geometry_->indexEntriesStart;
+    mutable_.Fill(layout_->bitmap, geometry_->pageBytes - layout_->bitmap, 0);
+    PutPrefixBytes(entries.size() > 1 ? prefixBytes : 0);
+    std::uint32_t used = 0;
+    for (const EntryView& entry : entries) {
+        const EntryView stored = used == 0 ? entry : entry.subspan(prefixBytes);
+        mutable_.PutBytes(start + used, stored);
+        used += static_cast<std::uint32_t>(stored.size());
+        SetEnd(used, true);
+    }
+    PutUsedBytes(used);
+}
+
+void IndexPageEdit::Append(EntryView entry) const {
+    const std::uint32_t used = UsedBytes();
+    const EntryView stored = used == 0 ? entry : entry.subspan(PrefixBytes());
+    mutable_.PutBytes(geometry_->indexEntriesStart + used, stored);
+    SetEnd(used + static_cast<std::uint32_t>(stored.size()), true);
+    PutUsedBytes(used + static_cast<std::uint32_t>(stored.size()));
+}
+
+void IndexPageEdit::CopyFrom(const PageRef& other) const {
+    mutable_.PutBytes(0, other.Bytes().All());
+    PutPrevious(0);
+    PutNext(0);
+}
+
+// ---- Lists
+
+EntryList::EntryList(const IndexPage& page) {
+    const std::uint32_t used = page.UsedBytes();
+    std::vector<std::uint32_t> lengths;
+    std::vector<std::uint8_t> whole;
+    for (std::uint32_t position = 0; position < used; position = page.After(position)) {
+        page.Whole(position, whole);
+        lengths.push_back(static_cast<std::uint32_t>(whole.size()));
+        bytes_.insert(bytes_.end(), whole.begin(), whole.end());
+    }
+    entries_.reserve(lengths.size() + 1);
+    std::size_t at = 0;
+    for (const std::uint32_t length : lengths) {
+        entries_.emplace_back(bytes_.data() + at, length);
+        at += length;
+    }
+}
+
+void EntryList::Insert(std::size_t at, EntryView entry) {
+    entries_.insert(entries_.begin() + static_cast<std::ptrdiff_t>(at), entry);
+}
+
+std::uint32_t EntryList::CommonPrefix() const {
+    // Sorted, so what the first and the last share all share.
+    return entries_.empty() ? 0 : CommonLength(entries_.front(), entries_.back());
+}
+
+std::uint32_t EntryList::StoredBytes(std::size_t from, std::size_t to, std::uint32_t prefixBytes) const {
+    std::uint32_t bytes = 0;
+    for (std::size_t i = from; i < to; ++i) {
+        bytes += static_cast<std::uint32_t>(entries_[i].size()) - (i == from ? 0 : prefixBytes);
+    }
+    return bytes;
+}
+
+}  // namespace marrowkit::jet
