@@ -92,6 +92,13 @@ void RegistryItemReader::ReadValue(RegistryItem& item, std::size_t at) const {
     item.end = LineEnd(end);
 }
 
+/// A text that was never closed would take in everything up to the next value's quote, a value just added
+/// included; behind such a quote the line goes on.
+bool RegistryItemReader::EndsLine(std::size_t at) const {
+    at = SkipBlanks(text_, at);
+    return at == text_.size() || text_[at] == ';' || kLineEnds.find(text_[at]) != kNone;
+}
+
 /// Texts end at their quote, and in Regedit files may run over lines; all else ends with a line that has no
 /// "\" at its end.
 std::size_t RegistryItemReader::DataEnd(std::size_t at) const {
@@ -100,7 +107,7 @@ std::size_t RegistryItemReader::DataEnd(std::size_t at) const {
     const bool isText = quote == 0 || text_.substr(at, 4) == "str(";
     if (isText && quote != kNone) {
         const std::size_t close = QuoteEnd(at + quote, dialect_ == RegistryDialect::Regedit);
-        return close == kNone ? kNone : close + 1;
+        return close == kNone || !EndsLine(close + 1) ? kNone : close + 1;
     }
     std::size_t end = lineEnd;
     while (end > at && end < text_.size() && text_[end - 1] == '\\') {

@@ -31,6 +31,7 @@ private:
     std::size_t QuoteEnd(std::size_t opening, bool acrossLines) const;
     void ReadKey(RegistryItem& item, std::size_t bracket) const;
     void ReadValue(RegistryItem& item, std::size_t at) const;
+    bool EndsLine(std::size_t at) const;
     std::size_t DataEnd(std::size_t at) const;
 
     std::string_view text_;

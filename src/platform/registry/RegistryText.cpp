@@ -143,6 +143,12 @@ std::string KeyHeader(RegistryDialect dialect, std::string_view keyPath, std::in
     return header;
 }
 
+/// Whether the last line is one of a hex value that was cut off by the end of the file; a blank line ends it.
+bool SaysItGoesOn(std::string_view text) {
+    const std::size_t last = text.find_last_not_of("\r\n");
+    return last != std::string_view::npos && text[last] == '\\';
+}
+
 }  // namespace
 
 bool HasRegistryHeader(std::string_view text, RegistryDialect dialect) {
@@ -181,11 +187,16 @@ std::string WithRegistryValue(std::string_view text, RegistryDialect dialect, st
                            : "\"" + EscapeRegistryText(valueName, dialect, EscapedPlace::Quotes) + "\"") +
         "=" + newData;
     if (place.keyFound) {
-        result.append(text.substr(0, place.keyEnd)).append(lineEnd).append(line);
+        result.append(text.substr(0, place.keyEnd)).append(lineEnd);
+        // A hex value that was cut off by the end of the file still says that it goes on: a blank line ends
+        // it.
+        if (text.substr(0, place.keyEnd).ends_with('\\')) result.append(lineEnd);
+        result.append(line);
         return result.append(text.substr(place.keyEnd));
     }
     result.append(text);
-    if (!text.empty() && text.back() != '\n' && text.back() != '\r') result.append(lineEnd);
+    if (!text.ends_with(lineEnd)) result.append(lineEnd);
+    // The blank line before the key also ends a value that was cut off.
     result.append(lineEnd).append(KeyHeader(dialect, keyPath, unixSeconds, lineEnd)).append(lineEnd);
     return result.append(line).append(lineEnd);
 }

@@ -176,6 +176,25 @@ TEST(RegistryText, WhatWasWrittenIsFoundInAnyGarbage) {
     }
 }
 
+TEST(RegistryText, ATextThatWasNeverClosedDoesNotSwallowANewValue) {
+    const std::string text = "REGEDIT4\r\n[A]\r\n\"x\"=\"never closed\r\n\"y\"=\"1\"\r\n\"z\"=\"open";
+    EXPECT_EQ(FindRegistryValue(text, kRegedit, "A", "y")->text, "1");
+    const std::string after = WithRegistryValue(text, kRegedit, "B", "n", {Type::Text, "2", 0}, 1);
+    EXPECT_EQ(after, text + "\r\n\r\n[B]\r\n\"n\"=\"2\"\r\n");
+    EXPECT_EQ(FindRegistryValue(after, kRegedit, "B", "n")->text, "2");
+}
+
+TEST(RegistryText, AHexValueThatWasCutOffDoesNotSwallowANewValue) {
+    for (const char* text : {"[A]\n\"x\"=hex:00,\\", "[A]\n\"x\"=hex:00,\\\n", "[A]\n\"x\"=hex:00,\\\r"}) {
+        for (const char* key : {"A", "B"}) {
+            const std::string after = WithRegistryValue(text, kWine, key, "n", {Type::Text, "2", 0}, 1);
+            const auto data = FindRegistryValue(after, kWine, key, "n");
+            ASSERT_TRUE(data) << testing::PrintToString(text) << key;
+            EXPECT_EQ(data->text, "2");
+        }
+    }
+}
+
 TEST(RegistryText, HeadersAreExact) {
     EXPECT_TRUE(HasRegistryHeader(kSystemReg, kWine));
     EXPECT_FALSE(HasRegistryHeader("WINE REGISTRY Version 3\n", kWine));
