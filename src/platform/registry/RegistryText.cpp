@@ -188,9 +188,7 @@ std::string WithRegistryValue(std::string_view text, RegistryDialect dialect, st
         "=" + newData;
     if (place.keyFound) {
         result.append(text.substr(0, place.keyEnd)).append(lineEnd);
-        // A hex value that was cut off by the end of the file still says that it goes on: a blank line ends
-        // it.
-        if (text.substr(0, place.keyEnd).ends_with('\\')) result.append(lineEnd);
+        if (SaysItGoesOn(text.substr(0, place.keyEnd))) result.append(lineEnd);
         result.append(line);
         return result.append(text.substr(place.keyEnd));
     }
