@@ -150,6 +150,8 @@ TableDefinition DefineSystemTable(const DatabaseHeader& header, const SystemTabl
         table.logicalIndexes.push_back(std::move(logical));
     }
     std::ranges::sort(table.logicalIndexes, {}, &LogicalIndex::name);
+    // Jet 4 lists the columns of its own tables by name; their numbers say what they are.
+    if (header.version == JetVersion::Jet4) std::ranges::sort(table.columns, {}, &ColumnDefinition::name);
     return table;
 }
 
