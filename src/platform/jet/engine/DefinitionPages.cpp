@@ -24,9 +24,9 @@ constexpr std::size_t kMaxChainPages = 64;
 void WritePage(const Geometry& geometry, const MutableByteView& page, std::span<const std::uint8_t> content,
                std::size_t contentOffset, PageNumber next) {
     page.Fill(0, page.Size(), 0);
+    page.PutBytes(contentOffset, content);
     page.PutU8(0, static_cast<std::uint8_t>(PageType::TableDefinition));
     page.PutU8(1, 1);
-    page.PutBytes(contentOffset, content);
     if (geometry.version == JetVersion::Jet3) {
         page.PutU8(2, 'V');
         page.PutU8(3, 'C');

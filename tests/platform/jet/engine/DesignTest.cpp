@@ -11,12 +11,12 @@ class DesignTest : public NewDatabaseTest {
 protected:
     /// A table with some rows, `count` of them.
     void MakeRows(int count) {
-        database_->CreateTable({"T",
-                                {AutoNumberColumn("Id"), LongColumn("N"), TextColumn("S"),
-                                 ColumnOf("M", ColumnType::Memo)},
-                                {PrimaryKey({"Id"})},
-                                "",
-                                ""});
+        database_->CreateTable(
+            {"T",
+             {AutoNumberColumn("Id"), LongColumn("N"), TextColumn("S"), ColumnOf("M", ColumnType::Memo)},
+             {PrimaryKey({"Id"})},
+             "",
+             ""});
         Unit unit(database_->GetPager());
         for (int i = 0; i < count; ++i) {
             Insert(T("T"), {{"N", i % 7}, {"S", "s" + std::to_string(i)}, {"M", std::string(200, 'm')}});
@@ -83,9 +83,7 @@ TEST_P(DesignTest, EveryColumnPropertyComesBack) {
 }
 
 TEST_P(DesignTest, DesignsThatCannotBeAreRefused) {
-    const auto create = [&](TableDesign design) {
-        return ErrorOf([&] { database_->CreateTable(design); });
-    };
+    const auto create = [&](TableDesign design) { return ErrorOf([&] { database_->CreateTable(design); }); };
     const TableDesign good{"T", {LongColumn("A"), TextColumn("B")}, {}, "", ""};
     const auto with = [&](auto change) {
         TableDesign design = good;
@@ -102,10 +100,7 @@ TEST_P(DesignTest, DesignsThatCannotBeAreRefused) {
               3190);
     EXPECT_EQ(with([](TableDesign& d) { d.columns[1].size = 256; }), 3259);
     EXPECT_EQ(with([](TableDesign& d) { d.columns[1].autoNumber = true; }), 3259);
-    EXPECT_EQ(with([](TableDesign& d) {
-                  d.columns = {AutoNumberColumn("A"), AutoNumberColumn("B")};
-              }),
-              3259);
+    EXPECT_EQ(with([](TableDesign& d) { d.columns = {AutoNumberColumn("A"), AutoNumberColumn("B")}; }), 3259);
     for (const char* name : {"", " T", "a.b", "a!b", "a[b", "a]b", "a`b", "a\tb"}) {
         EXPECT_EQ(with([&](TableDesign& d) { d.name = name; }), 3125) << name;
         EXPECT_EQ(with([&](TableDesign& d) { d.columns[0].name = name; }), 3125) << name;
@@ -296,7 +291,8 @@ TEST_P(DesignTest, NewTablesCarryThePermissionsOfTheirContainer) {
         masks.push_back(std::get<std::int32_t>(row[aces.FindColumn("ACM").value()]));
         EXPECT_EQ(row[aces.FindColumn("FInheritable").value()], Value(false));
     }
-    EXPECT_EQ(masks, (std::vector<std::int32_t>{0xF00FE, GetParam() == JetVersion::Jet4 ? 0xFFEFF : 0xFFFFF}));
+    EXPECT_EQ(masks,
+              (std::vector<std::int32_t>{0xF00FE, GetParam() == JetVersion::Jet4 ? 0xFFEFF : 0xFFFFF}));
 }
 
 TEST_P(DesignTest, OneFileIsOneDatabase) {

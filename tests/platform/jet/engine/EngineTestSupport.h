@@ -22,7 +22,8 @@ inline std::string VersionName(const ::testing::TestParamInfo<JetVersion>& info)
 /// A new, empty database in a temporary folder, once per format.
 class NewDatabaseTest : public ::testing::TestWithParam<JetVersion> {
 protected:
-    NewDatabaseTest() : path_((folder_ / "test.mdb").string()), database_(Database::Create(path_, GetParam())) {}
+    NewDatabaseTest()
+        : path_((folder_ / "test.mdb").string()), database_(Database::Create(path_, GetParam())) {}
     ~NewDatabaseTest() override { ExpectSound(); }
 
     Table& T(std::string_view name) { return *database_->OpenTable(name); }

@@ -77,7 +77,8 @@ TEST_F(GenuineFilesTest, IndexesMeetEveryRow) {
 }
 
 /// Deletes every third row, changes every third, adds copies of others; all through the table's rules.
-void Disturb(Table& table) {
+/// Returns how many of these changes were not refused.
+int Disturb(Table& table) {
     std::vector<std::size_t> columns;
     for (std::size_t i = 0; i < table.Columns().size(); ++i) columns.push_back(i);
     std::vector<std::pair<RowId, Row>> rows;
@@ -87,12 +88,14 @@ void Disturb(Table& table) {
     const auto refused = [](auto&& change) {
         const int error = ErrorOf(change);
         // What rules and relationships refuse is no mistake here; anything else is.
-        for (const int expected : {0, 3022, 3047, 3058, 3200, 3201, 3251, 3314, 3315, 3316, 3317, 3396, 3404}) {
+        for (const int expected :
+             {0, 3022, 3047, 3058, 3200, 3201, 3251, 3314, 3315, 3316, 3317, 3396, 3404}) {
             if (error == expected) return error != 0;
         }
         ADD_FAILURE() << "error " << error;
         return true;
     };
+    int changes = 0;
     for (std::size_t i = 0; i < rows.size(); ++i) {
         auto& [id, row] = rows[i];
         std::vector<Assignment> values;
@@ -100,25 +103,30 @@ void Disturb(Table& table) {
             const Column& design = table.Columns()[column];
             if (design.autoNumber || design.type == ColumnType::FixedBlock) continue;
             Value value = row[column];
-            if (auto* text = std::get_if<std::string>(&value); text != nullptr && design.type == ColumnType::Text) {
+            if (auto* text = std::get_if<std::string>(&value);
+                text != nullptr && design.type == ColumnType::Text) {
                 *text = text->substr(0, static_cast<std::size_t>(design.size) / 2) + "x";
             } else if (design.type == ColumnType::Memo) {
                 value = std::string(i % 4 * 1500 + 1, 'm');
             }
             values.push_back({column, value});
         }
+        bool wasRefused = false;
         if (i % 3 == 0) {
-            refused([&] { table.Delete(id); });
+            wasRefused = refused([&] { table.Delete(id); });
         } else if (i % 3 == 1) {
-            refused([&] { table.Update(id, values); });
+            wasRefused = refused([&] { table.Update(id, values); });
         } else {
-            refused([&] { table.Insert(values); });
+            wasRefused = refused([&] { table.Insert(values); });
         }
+        if (!wasRefused) ++changes;
     }
+    return changes;
 }
 
 TEST_F(GenuineFilesTest, ChangedCopiesAreSoundAndReadByMdbtools) {
     MARROWKIT_NEED_TEST_DATA();
+    int changes = 0;
     for (const fs::path& file : Samples()) {
         SCOPED_TRACE(file.filename());
         const std::string copy = CopyOf(file);
@@ -129,7 +137,7 @@ TEST_F(GenuineFilesTest, ChangedCopiesAreSoundAndReadByMdbtools) {
             for (const std::string& name : database->TableNames()) {
                 SCOPED_TRACE(name);
                 const auto table = database->OpenTable(name);
-                if (ErrorOf([&] { Disturb(*table); }) != 0) ADD_FAILURE() << "reading failed";
+                changes += Disturb(*table);
             }
             unit.Commit();
             database->GetPager().Flush();
@@ -145,6 +153,7 @@ TEST_F(GenuineFilesTest, ChangedCopiesAreSoundAndReadByMdbtools) {
             MdbTools::ExpectSameCells(copy, *database->OpenTable(name));
         }
     }
+    EXPECT_GT(changes, 1000);
 }
 
 TEST_F(GenuineFilesTest, TablesWithUnknownSortOrdersAreReadButNotWritten) {
@@ -158,12 +167,14 @@ TEST_F(GenuineFilesTest, TablesWithUnknownSortOrdersAreReadButNotWritten) {
                 for (const Index::Part& part : index.parts) {
                     const std::size_t column = table->FindColumn(part.column).value();
                     for (const ColumnDefinition& definition : table->Definition().columns) {
-                        if (definition.name != table->Columns()[column].name || !definition.IsText()) continue;
+                        if (definition.name != table->Columns()[column].name || !definition.IsText())
+                            continue;
                         known = known && definition.sortOrder.IsGeneral();
                     }
                 }
             }
-            if (!known) EXPECT_EQ(ErrorOf([&] { table->Insert({}); }), 3251) << file << ' ' << name;
+            if (known) continue;
+            EXPECT_EQ(ErrorOf([&] { table->Insert({}); }), 3251) << file << " " << name;
         }
     }
 }

@@ -146,9 +146,9 @@ std::string Theirs(const Column& column, const std::string& cell, const std::str
 }
 
 std::vector<std::vector<std::string>> Export(const std::string& path, const std::string& table) {
-    const std::string command = "mdb-export -H -Q -b hex -d " + Quoted(kCell) + " -R " + Quoted(kRow) + " -0 " +
-                                Quoted(kNull) + " -D '%Y-%m-%dT%H:%M:%S' -T '%Y-%m-%dT%H:%M:%S' " + Quoted(path) +
-                                " " + Quoted(table) + " 2>/dev/null";
+    const std::string command = "mdb-export -H -Q -b hex -d " + Quoted(kCell) + " -R " + Quoted(kRow) +
+                                " -0 " + Quoted(kNull) + " -D '%Y-%m-%dT%H:%M:%S' -T '%Y-%m-%dT%H:%M:%S' " +
+                                Quoted(path) + " " + Quoted(table) + " 2>/dev/null";
     std::vector<std::vector<std::string>> rows;
     for (const std::string& row : Split(OutputOf(command), kRow)) rows.push_back(Split(row, kCell));
     rows.pop_back();  // behind the last row

@@ -77,15 +77,20 @@ void ModelTest::MakeTable() {
     ignoring.ignoreNulls = true;
     Index required = IndexOn("Required", {"Integer"});
     required.required = true;
-    design.indexes = {PrimaryKey({"Id"}),     UniqueOn("Unique", {"Text"}),
-                      IndexOn("Single", {"Long"}),   IndexOn("Composite", {"Boolean", "Byte", "Currency"}),
-                      descending,                    ignoring,
-                      required,                      IndexOn("Bytes", {"Binary", "Guid"})};
+    design.indexes = {PrimaryKey({"Id"}),
+                      UniqueOn("Unique", {"Text"}),
+                      IndexOn("Single", {"Long"}),
+                      IndexOn("Composite", {"Boolean", "Byte", "Currency"}),
+                      descending,
+                      ignoring,
+                      required,
+                      IndexOn("Bytes", {"Binary", "Guid"})};
     database_->CreateTable(design);
 }
 
 std::string ModelTest::RandomText(int maxChars) {
-    static const char* const kPieces[] = {"a", "B", "cc", "-", "'", " ", "\xC3\xA9", "\xC3\x9F", "Zelda", "9", "xyz"};
+    static const char* const kPieces[] = {"a",        "B",        "cc",    "-", "'",  " ",
+                                          "\xC3\xA9", "\xC3\x9F", "Zelda", "9", "xyz"};
     std::string text;
     const int pieces = Random(maxChars / 5 + 1);
     for (int i = 0; i < pieces; ++i) text += kPieces[Random(std::size(kPieces))];
@@ -146,7 +151,8 @@ Row ModelTest::RandomRow() {
 }
 
 RowId ModelTest::AnyRow(const Model& model) {
-    auto row = model.lower_bound(RowId{static_cast<PageNumber>(Random(static_cast<int>(database_->GetPager().PageCount()))), 0});
+    auto row = model.lower_bound(
+        RowId{static_cast<PageNumber>(Random(static_cast<int>(database_->GetPager().PageCount()))), 0});
     if (row == model.end()) row = model.begin();
     for (int skip = Random(8); skip > 0 && std::next(row) != model.end(); --skip) ++row;
     return row->first;
@@ -157,7 +163,8 @@ bool ModelTest::BreaksUnique(const Model& model, const Row& row, RowId except) {
     if (IsNull(row[text])) return false;
     for (const auto& [id, other] : model) {
         if (id == except || IsNull(other[text])) continue;
-        if (CompareText(GetParam(), std::get<std::string>(row[text]), std::get<std::string>(other[text])) == 0) {
+        if (CompareText(GetParam(), std::get<std::string>(row[text]), std::get<std::string>(other[text])) ==
+            0) {
             return true;
         }
     }

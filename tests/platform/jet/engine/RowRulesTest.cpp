@@ -30,8 +30,12 @@ Column WithRule(Column column, std::string rule, std::string text = "") {
 }
 
 TEST_P(RowRulesTest, ValuesComeBackAsTheyWereWritten) {
-    database_->CreateTable({"Things", {AutoNumberColumn("Id"), TextColumn("Name"), ColumnOf("Flag", ColumnType::Boolean)},
-                            {PrimaryKey({"Id"})}, "", ""});
+    database_->CreateTable(
+        {"Things",
+         {AutoNumberColumn("Id"), TextColumn("Name"), ColumnOf("Flag", ColumnType::Boolean)},
+         {PrimaryKey({"Id"})},
+         "",
+         ""});
     Insert(T("Things"), {{"Name", std::string("Caf\xC3\xA9")}, {"Flag", true}});
     Insert(T("Things"), {});
     Reopen();
@@ -182,7 +186,8 @@ TEST_P(RowRulesTest, RandomAndGuidAutoNumbers) {
     Reopen();
     for (int i = 0; i < 20; ++i) Insert(T("T"), {});
     std::int64_t sum = 0;
-    for (const Value& value : ColumnValues(T("T"), "Id")) sum += std::abs(std::int64_t{std::get<std::int32_t>(value)});
+    for (const Value& value : ColumnValues(T("T"), "Id"))
+        sum += std::abs(std::int64_t{std::get<std::int32_t>(value)});
     EXPECT_GT(sum, 1'000'000);
     EXPECT_EQ(T("T").Definition().lastAutoNumber, 0U);
     EXPECT_TRUE(T("T").Columns()[0].randomAutoNumber);
@@ -236,7 +241,8 @@ TEST_P(RowRulesTest, RowsOfTheCatalogAreLeftAlone) {
 }
 
 TEST_P(RowRulesTest, RollingBackAnOuterUnitRestoresEverything) {
-    database_->CreateTable({"T", {AutoNumberColumn("Id"), ColumnOf("M", ColumnType::Memo)}, {PrimaryKey({"Id"})}, "", ""});
+    database_->CreateTable(
+        {"T", {AutoNumberColumn("Id"), ColumnOf("M", ColumnType::Memo)}, {PrimaryKey({"Id"})}, "", ""});
     Insert(T("T"), {{"M", std::string(3000, 'a')}});
     {
         Unit unit(database_->GetPager());
