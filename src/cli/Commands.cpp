@@ -9,6 +9,9 @@ using AddCommand = void (*)(CLI::App&, Session&);
 constexpr AddCommand kCommands[] = {
     AddListCommand,
     AddNewCommand,
+    AddTablesCommand,
+    AddSchemaCommand,
+    AddExportCommand,
     AddCrcCommand,
     AddTosecCommand,
 };

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "cli/Session.h"
+#include "platform/errors/RuntimeError.h"
+#include "platform/jet/engine/Database.h"
+
+namespace marrowkit::cli {
+
+/// The line of --help about a command's database file.
+inline constexpr const char* kDatabaseFileHelp = "A database file, or a database's name in the library";
+
+/// Opens a database for the commands that only look: never writes, needs no write permission.
+std::shared_ptr<jet::Database> OpenForReading(const std::string& argument);
+
+/// Runs a command's work; an error of the runtime or of DAO becomes its message and exit code 1.
+template <typename Work>
+int FailOnError(Session& session, Work&& work) {
+    try {
+        return work();
+    } catch (const RuntimeError& error) {
+        return session.Fail(error.description);
+    }
+}
+
+}  // namespace marrowkit::cli

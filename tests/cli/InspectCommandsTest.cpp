@@ -1,0 +1,131 @@
+// tables, schema and export.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cli/CommandLineTester.h"
+#include "platform/jet/engine/Database.h"
+#include "support/TemporaryFolder.h"
+
+namespace marrowkit::test {
+namespace {
+
+using testing::HasSubstr;
+
+jet::Column Make(const char* name, jet::ColumnType type, int size = 0) {
+    jet::Column column;
+    column.name = name;
+    column.type = type;
+    column.size = size;
+    return column;
+}
+
+jet::Index KeyOn(const char* name, const char* column, bool primary) {
+    jet::Index index;
+    index.name = name;
+    index.parts.push_back({column, true});
+    index.primaryKey = primary;
+    return index;
+}
+
+class InspectCommands : public testing::Test {
+protected:
+    InspectCommands() : path_((folder_ / "sample.mdb").string()) {
+        const auto database = jet::Database::Create(path_, jet::JetVersion::Jet4);
+        jet::Column id = Make("GE_Id", jet::ColumnType::Long);
+        id.autoNumber = true;
+        jet::Column name = Make("Genre", jet::ColumnType::Text, 40);
+        name.required = true;
+        name.allowZeroLength = false;
+        database->CreateTable({"Genres", {id, name}, {KeyOn("PrimaryKey", "GE_Id", true)}, "", ""});
+        jet::Column rating = Make("Rating", jet::ColumnType::Integer);
+        rating.defaultValue = "3";
+        rating.validationRule = "Between 0 And 5";
+        jet::Index byName = KeyOn("ByName", "Name", false);
+        byName.parts[0].ascending = false;
+        database->CreateTable(
+            {"Games",
+             {Make("Name", jet::ColumnType::Text, 50), Make("GE_Id", jet::ColumnType::Long), rating,
+              Make("Fav", jet::ColumnType::Boolean), Make("Added", jet::ColumnType::DateTime)},
+             {byName},
+             "",
+             ""});
+        database->CreateRelationship(
+            {"GenresGames", "Genres", "Games", {{"GE_Id", "GE_Id"}}, true, false, false, true});
+        const jet::Assignment genre[] = {{1, std::string("Shoot 'em up")}};
+        database->OpenTable("Genres")->Insert(genre);
+        const jet::Assignment first[] = {
+            {0, std::string("The \"End\"")}, {1, 1}, {3, true}, {4, jet::DateTime{38143.5}}};
+        database->OpenTable("Games")->Insert(first);
+        const jet::Assignment second[] = {{0, jet::Null{}}, {2, std::int16_t{5}}};
+        database->OpenTable("Games")->Insert(second);
+        database->GetPager().Flush();
+    }
+    TemporaryFolder folder_;
+    std::string path_;
+};
+
+TEST_F(InspectCommands, TablesAreListed) {
+    const CommandLineRun run = RunCli({"tables", path_});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, "Name,Rows,Columns,Indexes\n\"Genres\",1,2,1\n\"Games\",2,5,2\n");
+    EXPECT_THAT(RunCli({"tables", "--system", path_}).out, HasSubstr("\"MSysObjects\",11,17,2\n"));
+}
+
+TEST_F(InspectCommands, RowsAreExportedInStorageOrder) {
+    const CommandLineRun run = RunCli({"export", path_, "GAMES"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out,
+              "Name,GE_Id,Rating,Fav,Added\n"
+              "\"The \"\"End\"\"\",1,3,True,2004-06-05T12:00:00\n"
+              ",,5,False,\n");
+    EXPECT_THAT(RunCli({"export", "--json", path_, "Genres"}).out,
+                HasSubstr(R"({"GE_Id": 1, "Genre": "Shoot 'em up"})"));
+}
+
+TEST_F(InspectCommands, SchemaIsSql) {
+    const CommandLineRun run = RunCli({"schema", path_});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out,
+              "CREATE TABLE [Genres] (\n"
+              "    [GE_Id] COUNTER,\n"
+              "    [Genre] TEXT(40) NOT NULL  -- no empty text\n"
+              ");\n"
+              "CREATE INDEX [PrimaryKey] ON [Genres] ([GE_Id]) WITH PRIMARY;\n"
+              "\n"
+              "CREATE TABLE [Games] (\n"
+              "    [Name] TEXT(50),\n"
+              "    [GE_Id] LONG,\n"
+              "    [Rating] SHORT,  -- default 3; rule Between 0 And 5\n"
+              "    [Fav] BIT,\n"
+              "    [Added] DATETIME\n"
+              ");\n"
+              "CREATE INDEX [ByName] ON [Games] ([Name] DESC);\n"
+              "\n"
+              "ALTER TABLE [Games] ADD CONSTRAINT [GenresGames] FOREIGN KEY ([GE_Id]) REFERENCES [Genres] "
+              "([GE_Id]) "
+              "ON DELETE CASCADE;\n");
+}
+
+TEST_F(InspectCommands, SchemaIsJsonWhenAskedTo) {
+    const std::string out = RunCli({"schema", "--json", path_}).out;
+    EXPECT_THAT(out, HasSubstr("\"format\": \"Jet 4\""));
+    EXPECT_THAT(out, HasSubstr("\"rule\": \"Between 0 And 5\""));
+    EXPECT_THAT(out, HasSubstr("\"cascadeDeletes\": true"));
+    EXPECT_THAT(out, HasSubstr("\"autoNumber\": \"next\""));
+}
+
+TEST_F(InspectCommands, FailuresAreTold) {
+    const CommandLineRun table = RunCli({"export", path_, "Nothing"});
+    EXPECT_EQ(table.exitCode, 1);
+    EXPECT_THAT(table.err, HasSubstr("could not find the object 'Nothing'"));
+    const CommandLineRun file = RunCli({"tables", (folder_ / "missing.mdb").string()});
+    EXPECT_EQ(file.exitCode, 1);
+    EXPECT_THAT(file.err, HasSubstr("Could not find file"));
+    WriteFile(folder_ / "text.mdb", "This is no database.");
+    EXPECT_EQ(RunCli({"schema", (folder_ / "text.mdb").string()}).exitCode, 1);
+    EXPECT_EQ(RunCli({"export", path_}).exitCode, 2);
+}
+
+}  // namespace
+}  // namespace marrowkit::test
