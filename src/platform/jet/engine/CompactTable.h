@@ -42,7 +42,7 @@ SourceTable ReadSourceTable(const check::CheckFile& source, const std::string& n
 
 /// Copies rows, long values and definition, builds the indexes. Rows keep their bytes, but for the places of
 /// their long values and, in the catalog's tables, the numbers of tables. Throws Damage for what cannot be
-/// read, 3022 for duplicates in a unique index.
+/// read. Rows that break a rule (duplicate keys, missing related rows) are copied as they are.
 CopiedTable CopyTable(CopyContext& context, const SourceTable& table);
 
 }  // namespace marrowkit::jet::compact
