@@ -38,7 +38,7 @@ struct Binding {
 enum class Truth : std::uint8_t { False, True, Unknown };
 
 /// An expression ready to be evaluated on any number of rows: names bound to positions, constant parts
-/// computed. May be used by several threads at once.
+/// computed. Copies share what was bound. May be used by several threads at once.
 class Expression {
 public:
     Expression() = default;
@@ -62,7 +62,7 @@ public:
     const Node& Root() const { return *root_; }
 
 private:
-    NodePtr root_;
+    std::shared_ptr<const Node> root_;
     jet::JetVersion version_ = jet::JetVersion::Jet4;
 };
 

@@ -134,6 +134,11 @@ NodePtr Parser::ParseRule() {
     return node;
 }
 
+NodePtr Parser::ParseTerm() {
+    start_ = tokens_->Position();
+    return ParseBinary(kUnaryStrength);
+}
+
 /// What follows an expression must not look like one more operand.
 void Parser::CheckEnd() const {
     const Token& next = tokens_->Peek();

@@ -52,6 +52,8 @@ public:
     NodePtr ParseExpression();
     /// The same where a comparison may lack its left side, which is the column of a validation rule.
     NodePtr ParseRule();
+    /// One operand with its sign, whatever follows: what DEFAULT takes.
+    NodePtr ParseTerm();
 
     /// Reports a mistake in the expression that begins at a stream position.
     [[noreturn]] void Fail(std::string_view message, std::size_t expressionPosition) const;
