@@ -40,11 +40,11 @@ public:
     /// Adds a row that was inserted through it as the last record; its number. REQUIRES: ItsTable().
     virtual std::size_t Append(jet::RowId row);
 
-    /// A table is about to change: stops a walk through it that is under way. What was not read yet will be
+    /// The table is about to change: stops a walk through it that is under way. What was not read yet will be
     /// read later, as it is then.
-    virtual void Suspend(const jet::Table&) {}
+    virtual void Suspend() {}
     /// The same for what must not change any more: reads all records with all their values.
-    virtual void Freeze(const jet::Table&) {}
+    virtual void Freeze() {}
     /// Values cached of the current record are read anew.
     virtual void Forget() {}
 

@@ -127,16 +127,15 @@ std::size_t TableResult::Append(jet::RowId row) {
     return rows_.size() - 1;
 }
 
-void TableResult::Suspend(const jet::Table& table) {
-    if (&table != plan_.reader.ItsTable().get()) return;
+void TableResult::Suspend() {
     current_ = kNoRecord;
     if (walk_ == Walk::Done) return;
     stream_.reset();
     walk_ = Walk::Suspended;
 }
 
-void TableResult::Freeze(const jet::Table& table) {
-    if (&table != plan_.reader.ItsTable().get() || frozen_) return;
+void TableResult::Freeze() {
+    if (frozen_) return;
     CountAll();
     auto frozen = std::make_unique<PackedRows>();
     jet::Row row(columns_.size());

@@ -55,8 +55,8 @@ public:
     std::shared_ptr<jet::Table> ItsTable() const override { return plan_.reader.ItsTable(); }
     jet::RowId IdOf(std::size_t record) const override { return rows_.at(record); }
     std::size_t Append(jet::RowId row) override;
-    void Suspend(const jet::Table& table) override;
-    void Freeze(const jet::Table& table) override;
+    void Suspend() override;
+    void Freeze() override;
     void Forget() override { current_ = kNoRecord; }
 
 private:
