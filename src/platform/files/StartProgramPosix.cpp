@@ -43,6 +43,15 @@ std::optional<std::string> FindProgram(const std::string& name) {
     return std::nullopt;
 }
 
+/// As exec takes them, with a null at the end. They point into `arguments`.
+std::vector<char*> PointersTo(std::vector<std::string>& arguments) {
+    std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
+    for (std::string& argument : arguments) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
 /// A pipe of which no other program inherits an end.
 struct Pipe {
     Pipe() {
@@ -89,9 +98,7 @@ struct Pipe {
 
 /// Whether the program started and did not fail at once. It outlives us and leaves no zombie.
 bool StartDetached(const std::string& program, std::vector<std::string> arguments) {
-    std::vector<char*> argumentPointers;
-    for (std::string& argument : arguments) argumentPointers.push_back(argument.data());
-    argumentPointers.push_back(nullptr);
+    const std::vector<char*> argumentPointers = PointersTo(arguments);
 
     Pipe pipe;
     const pid_t first = fork();
@@ -121,9 +128,7 @@ std::string FirstLineOf(const std::string& name, std::vector<std::string> argume
     const auto program = FindProgram(name);
     if (!program) return "";
     arguments.insert(arguments.begin(), name);
-    std::vector<char*> argumentPointers;
-    for (std::string& argument : arguments) argumentPointers.push_back(argument.data());
-    argumentPointers.push_back(nullptr);
+    const std::vector<char*> argumentPointers = PointersTo(arguments);
 
     Pipe pipe;
     const pid_t child = fork();
