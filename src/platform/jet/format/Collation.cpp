@@ -1,6 +1,7 @@
 #include "platform/jet/format/Collation.h"
 
 #include <algorithm>
+#include <array>
 
 #include "platform/text/CodePage1252.h"
 #include "platform/text/Utf16.h"
@@ -29,11 +30,11 @@ struct Weight {
 };
 
 Weight WeightOf(char16_t unit) {
-    const std::size_t page = unit >> 8U;
-    const std::size_t place = unit & 0xFFU;
-    const std::uint16_t kind = kKind[kKindPage[page] * 256U + place];
+    const unsigned page = unit >> 8U;
+    const unsigned place = unit & 0xFFU;
+    const std::uint16_t kind = kKind[unsigned{kKindPage[page]} << 8U | place];
     return {static_cast<Kind>(kind >> 8U), static_cast<std::uint8_t>(kind),
-            kPrimary[kPrimaryPage[page] * 256U + place]};
+            kPrimary[unsigned{kPrimaryPage[page]} << 8U | place]};
 }
 
 using Bytes = std::vector<std::uint8_t>;
@@ -110,6 +111,7 @@ void AppendMinor(std::uint16_t position, std::uint8_t code, Bytes& minors) {
 
 void AppendJet4Key(std::u16string_view units, Bytes& key) {
     while (!units.empty() && units.back() == u' ') units.remove_suffix(1);
+    key.reserve(key.size() + units.size() + 8);
     SecondaryWeights secondary;
     Bytes kana;
     Bytes minors;
@@ -214,16 +216,27 @@ void AppendKey(JetVersion version, std::string_view utf8, std::size_t maxChars, 
     }
 }
 
-// Comparing ASCII texts without building their keys. The primary weights of no two ASCII characters begin
-// with the same byte unless both have two bytes, so they can be compared as numbers.
+// Comparing ASCII texts without building their keys.
 
-std::uint16_t AsciiWeight(JetVersion version, char c) {
-    const auto unit = static_cast<std::uint8_t>(c);
-    if (version == JetVersion::Jet3) return kJet3Primary[unit];
+/// Primary weights of ASCII characters, 0 for none. No weight begins with another one, so they can be
+/// compared as numbers.
+using AsciiWeights = std::array<std::uint16_t, 128>;
+
+constexpr AsciiWeights kJet3Ascii = [] {
+    AsciiWeights weights{};
+    for (std::size_t c = 0; c < weights.size(); ++c) weights[c] = kJet3Primary[c];
+    return weights;
+}();
+
+constexpr AsciiWeights kJet4Ascii = [] {
     static_assert(kPrimaryPage[0] == 0 && kKindPage[0] == 0);
-    const std::uint16_t primary = kPrimary[unit];
-    return primary > 0xFF ? primary : static_cast<std::uint16_t>(primary << 8U);
-}
+    AsciiWeights weights{};
+    for (std::size_t c = 0; c < weights.size(); ++c) {
+        const std::uint16_t primary = kPrimary[c];
+        weights[c] = primary > 0xFF ? primary : static_cast<std::uint16_t>(primary << 8U);
+    }
+    return weights;
+}();
 
 bool IsMinor(char c) {
     return kKind[static_cast<std::uint8_t>(c)] >> 8U == static_cast<unsigned>(Kind::Minor);
@@ -242,7 +255,7 @@ public:
                 const auto position = static_cast<std::uint16_t>(0x8000U | (7 + 4 * weights_));
                 return static_cast<std::uint32_t>(position) << 8U | code;
             }
-            if (AsciiWeight(JetVersion::Jet4, c) != 0) ++weights_;
+            if (kJet4Ascii[static_cast<std::uint8_t>(c)] != 0) ++weights_;
         }
         return 0;
     }
@@ -254,24 +267,27 @@ private:
 };
 
 /// The next weight that counts in the first section, 0 at the end.
-std::uint16_t NextAsciiWeight(JetVersion version, std::string_view text, std::size_t& at) {
-    while (at < text.size()) {
-        const std::uint16_t weight = AsciiWeight(version, text[at++]);
+std::uint16_t NextWeight(const AsciiWeights& weights, const char*& at, const char* end) {
+    while (at != end) {
+        const std::uint16_t weight = weights[static_cast<std::uint8_t>(*at++)];
         if (weight != 0) return weight;
     }
     return 0;
 }
 
-int CompareAscii(JetVersion version, std::string_view left, std::string_view right) {
-    std::size_t leftAt = 0;
-    std::size_t rightAt = 0;
+int ComparePrimary(const AsciiWeights& weights, std::string_view left, std::string_view right) {
+    const auto [l, r] = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
+    const char* leftAt = left.data() + (l - left.begin());
+    const char* rightAt = right.data() + (r - right.begin());
     for (;;) {
-        const std::uint16_t l = NextAsciiWeight(version, left, leftAt);
-        const std::uint16_t r = NextAsciiWeight(version, right, rightAt);
-        if (l != r) return l < r ? -1 : 1;
-        if (l == 0) break;
+        const std::uint16_t leftWeight = NextWeight(weights, leftAt, left.data() + left.size());
+        const std::uint16_t rightWeight = NextWeight(weights, rightAt, right.data() + right.size());
+        if (leftWeight != rightWeight) return leftWeight < rightWeight ? -1 : 1;
+        if (leftWeight == 0) return 0;
     }
-    if (version == JetVersion::Jet3) return 0;
+}
+
+int CompareMinors(std::string_view left, std::string_view right) {
     AsciiMinors leftMinors(left);
     AsciiMinors rightMinors(right);
     for (;;) {
@@ -280,6 +296,12 @@ int CompareAscii(JetVersion version, std::string_view left, std::string_view rig
         if (l != r) return l < r ? -1 : 1;
         if (l == 0) return 0;
     }
+}
+
+int CompareAscii(JetVersion version, std::string_view left, std::string_view right) {
+    if (version == JetVersion::Jet3) return ComparePrimary(kJet3Ascii, left, right);
+    const int order = ComparePrimary(kJet4Ascii, left, right);
+    return order != 0 ? order : CompareMinors(left, right);
 }
 
 std::string_view WithoutTrailingSpaces(std::string_view text) {
@@ -311,8 +333,8 @@ int CompareText(JetVersion version, std::string_view left, std::string_view righ
     Bytes rightKey;
     AppendComparisonKey(version, left, leftKey);
     AppendComparisonKey(version, right, rightKey);
-    const auto order = leftKey <=> rightKey;
-    return order < 0 ? -1 : order > 0 ? 1 : 0;
+    if (leftKey == rightKey) return 0;
+    return leftKey < rightKey ? -1 : 1;
 }
 
 }  // namespace marrowkit::jet

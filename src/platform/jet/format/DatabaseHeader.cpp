@@ -123,7 +123,7 @@ std::string ReadJet4Password(ByteView page0, double creationDate) {
     ApplyDayNumber(creationDate, units);
     std::size_t length = 0;
     while (length < units.size() && units[length] != 0) ++length;
-    std::array<std::uint8_t, sizeof units> bytes;
+    std::array<std::uint8_t, sizeof units> bytes{};
     std::memcpy(bytes.data(), units.data(), sizeof units);
     return DecodeText(JetVersion::Jet4, ByteView(bytes).Sub(0, 2 * length));
 }
@@ -157,7 +157,7 @@ DatabaseHeader ParseDatabaseHeader(ByteView page0, std::string_view fileName) {
     if (!IsJetFile(page0)) RaiseJet(JetError::UnrecognizedFormat, {std::string(fileName)});
     DatabaseHeader header;
     header.version = page0.U32(kVersionAt) == 1 ? JetVersion::Jet4 : JetVersion::Jet3;
-    std::array<std::uint8_t, kHeaderBytes> plain;
+    std::array<std::uint8_t, kHeaderBytes> plain{};
     std::memcpy(plain.data(), page0.Data(), plain.size());
     ApplyMask(header.version, plain);
     const ByteView view(plain);
@@ -228,7 +228,7 @@ std::array<std::uint8_t, 4> SidKeyOf(const DatabaseHeader& header) {
 
     std::uint32_t key = view.View().U32(8);
     for (std::size_t i = 0; i < lowBytes.size(); ++i) key ^= std::uint32_t{lowBytes[i]} << (i % 24);
-    std::array<std::uint8_t, 4> bytes;
+    std::array<std::uint8_t, 4> bytes{};
     std::memcpy(bytes.data(), &key, bytes.size());
     return bytes;
 }
@@ -241,7 +241,7 @@ void ApplyRc4(std::span<const std::uint8_t> key, std::span<std::uint8_t> bytes) 
 void ApplyPageEncoding(std::uint32_t databaseKey, PageNumber page, std::span<std::uint8_t> bytes) {
     if (databaseKey == 0 || page == 0) return;
     const std::uint32_t key = databaseKey ^ page;
-    std::array<std::uint8_t, 4> keyBytes;
+    std::array<std::uint8_t, 4> keyBytes{};
     std::memcpy(keyBytes.data(), &key, keyBytes.size());
     ApplyRc4(keyBytes, bytes);
 }

@@ -38,7 +38,7 @@ struct RowId {
     }
     std::uint32_t Stored() const { return page << 8 | slot; }
     bool IsNull() const { return page == 0 && slot == 0; }
-    auto operator<=>(const RowId&) const = default;
+    auto operator<=>(const RowId&) const = default;  // NOLINT(modernize-use-nullptr): misread by the check
 };
 
 /// Sizes that differ between the two formats. All in bytes.

@@ -72,7 +72,7 @@ void AppendSegments(std::span<const std::uint8_t> bytes, bool ascending, Key& ke
 /// In the order in which the text of a GUID shows its bytes.
 void AppendGuid(const Guid& guid, bool ascending, Key& key) {
     constexpr std::size_t kOrder[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
-    std::array<std::uint8_t, 16> shown;
+    std::array<std::uint8_t, 16> shown{};
     for (std::size_t i = 0; i < shown.size(); ++i) shown[i] = guid.bytes[kOrder[i]];
     AppendSegments(shown, ascending, key);
 }

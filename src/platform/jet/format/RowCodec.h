@@ -23,6 +23,8 @@ public:
     ByteView Bytes(const ColumnDefinition& column) const;
     /// The decoded value of anything but a long value. Throws OutOfBounds when the bytes are too short.
     Value Decode(const ColumnDefinition& column) const;
+    /// The same into a value that is used again and again: a text keeps its room from row to row.
+    void DecodeInto(const ColumnDefinition& column, Value& value) const;
 
 private:
     /// Whether the row has an offset table: it has not when it is older than every variable column.

@@ -30,7 +30,6 @@ std::size_t PlainRun(const std::uint8_t* bytes, std::size_t count) {
 }
 
 std::string DecodeCompressed(std::span<const std::uint8_t> bytes) {
-    if (PlainRun(bytes.data(), bytes.size()) == bytes.size()) return {bytes.begin(), bytes.end()};
     std::u16string units;
     units.reserve(bytes.size());
     bool compressed = true;
@@ -93,12 +92,25 @@ std::vector<std::uint8_t> EncodeBehindMark(std::u16string_view units) {
 }  // namespace
 
 std::string DecodeText(JetVersion version, ByteView stored) {
-    const std::span<const std::uint8_t> bytes = stored.All();
-    if (version == JetVersion::Jet3) return Cp1252ToUtf8(bytes);
-    if (bytes.size() >= 2 && bytes[0] == kMark[0] && bytes[1] == kMark[1]) {
-        return DecodeCompressed(bytes.subspan(2));
+    std::string text;
+    DecodeText(version, stored, text);
+    return text;
+}
+
+void DecodeText(JetVersion version, ByteView stored, std::string& text) {
+    std::span<const std::uint8_t> bytes = stored.All();
+    const bool jet4 = version == JetVersion::Jet4;
+    const bool marked = bytes.size() >= 2 && bytes[0] == kMark[0] && bytes[1] == kMark[1];
+    if (jet4 && !marked) {
+        text = Utf16LeToUtf8(bytes);
+        return;
     }
-    return Utf16LeToUtf8(bytes);
+    if (jet4) bytes = bytes.subspan(2);
+    if (PlainRun(bytes.data(), bytes.size()) == bytes.size()) {
+        text.assign(bytes.begin(), bytes.end());
+    } else {
+        text = jet4 ? DecodeCompressed(bytes) : Cp1252ToUtf8(bytes);
+    }
 }
 
 std::vector<std::uint8_t> EncodeText(JetVersion version, std::string_view utf8, bool compress) {

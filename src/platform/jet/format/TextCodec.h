@@ -13,6 +13,9 @@ namespace marrowkit::jet {
 /// its mode switches, whatever the column's flags say.
 std::string DecodeText(JetVersion version, ByteView stored);
 
+/// The same into a text that may have room already: nothing is allocated for plain ASCII that fits.
+void DecodeText(JetVersion version, ByteView stored, std::string& text);
+
 /// The stored form. Jet 4 compresses when `compress` is set, all characters are U+0001..U+00FF and the result
 /// is shorter (at least 3 characters); Jet 3 writes '?' for what code page 1252 lacks.
 std::vector<std::uint8_t> EncodeText(JetVersion version, std::string_view utf8, bool compress);

@@ -202,6 +202,7 @@ TEST_F(GenuineFiles, IndexKeysComeOutOfTheRows) {
                 EXPECT_TRUE(seen.insert(entry.row).second);
                 const RowView row = file.View(table, {entry.row, rows[entry.row]});
                 std::vector<Value> values;
+                values.reserve(columns.size());
                 for (const ColumnDefinition* column : columns) values.push_back(file.ValueOf(row, *column));
                 EXPECT_EQ(ToHex(BuildIndexKey(file.Version(), columns, index.columns, values)),
                           ToHex(entry.key))

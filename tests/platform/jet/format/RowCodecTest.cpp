@@ -149,6 +149,7 @@ TEST(RowCodec, RandomRowsComeBack) {
     for (const JetVersion version : kVersions) {
         const Geometry& geometry = GeometryOf(version);
         const TableDefinition table = test::EveryTypeTable(version);
+        std::vector<Value> reused(table.columns.size());
         for (int round = 0; round < 3000; ++round) {
             std::vector<Value> values;
             for (const ColumnDefinition& column : table.columns) {
@@ -158,6 +159,8 @@ TEST(RowCodec, RandomRowsComeBack) {
             const RowView view(geometry, table, ByteView(row));
             for (std::size_t i = 0; i < values.size(); ++i) {
                 ASSERT_EQ(view.Decode(table.columns[i]), values[i]) << table.columns[i].name;
+                view.DecodeInto(table.columns[i], reused[i]);
+                ASSERT_EQ(reused[i], values[i]) << table.columns[i].name;
                 ASSERT_EQ(view.IsNull(table.columns[i]), IsNull(values[i]));
             }
         }
@@ -167,6 +170,7 @@ TEST(RowCodec, RandomRowsComeBack) {
 TEST(RowCodec, LongJet3RowsUseTheJumpTable) {
     std::mt19937 random(2);
     std::vector<ColumnDefinition> columns;
+    columns.reserve(12);
     for (int i = 0; i < 12; ++i) {
         columns.push_back(ColumnOf("T" + std::to_string(i), ColumnType::Text, false, 255));
     }
@@ -216,6 +220,7 @@ TEST(RowCodec, TheMostVariableColumnsThereCanBe) {
     for (const JetVersion version : kVersions) {
         const Geometry& geometry = GeometryOf(version);
         std::vector<ColumnDefinition> columns;
+        columns.reserve(255);
         for (int i = 0; i < 255; ++i) {
             columns.push_back(ColumnOf("T" + std::to_string(i), ColumnType::Text, false, 255));
         }

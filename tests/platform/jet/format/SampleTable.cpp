@@ -1,6 +1,7 @@
 #include "platform/jet/format/SampleTable.h"
 
-#include <limits>
+#include <array>
+#include <cstring>
 
 #include "platform/jet/format/NumericValue.h"
 
@@ -88,7 +89,7 @@ template <typename T>
 T RandomBits(std::mt19937& random) {
     T value;
     do {
-        std::array<std::uint8_t, sizeof(T)> bytes;
+        std::array<std::uint8_t, sizeof(T)> bytes{};
         for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random());
         std::memcpy(&value, bytes.data(), sizeof(T));
     } while (value != value);  // a NaN would not compare equal to itself
