@@ -79,17 +79,18 @@ PageFrame* FilePager::FrameOf(PageNumber page) {
         cache_.Drop(frame);
         throw;
     }
-    if (sequential) ReadAhead(page + 1);
+    if (sequential) {
+        const PageRef kept = MakeRef(frame);  // room for the pages ahead is not made by giving this one up
+        ReadAhead(page + 1);
+    }
     return frame;
 }
 
 /// A frame for a page that is not in the cache, making room if need be.
 PageFrame* FilePager::Obtain(PageNumber page) {
-    PageFrame* frame = cache_.Take(page);
-    if (frame == nullptr) {
-        SpillDirtyPages();
-        frame = cache_.TakeAlways(page);
-    }
+    // Not only when no clean page is left: the last few would be read and given up in turns.
+    if (cache_.IsFull() && dirtyCount_ > cache_.BudgetFrames() / 4 * 3) SpillDirtyPages();
+    PageFrame* frame = cache_.TakeAlways(page);
     frame->version = ++versions_;
     return frame;
 }
@@ -261,7 +262,11 @@ void FilePager::RollbackUnit() noexcept {
         // waiting.
         for (PageFrame& frame : cache_.Frames()) frame.dirty = false;
         dirtyCount_ = 0;
-        ReleaseWrite();
+        try {
+            ReleaseWrite();
+        } catch (const std::exception&) {
+            broken_ = true;  // not even a lock can be given back: the file is gone from under us
+        }
     }
 }
 
@@ -360,7 +365,7 @@ void FilePager::WriteEverything() {
     for (PageFrame* frame : frames) frame->dirty = false;
     dirtyCount_ = 0;
     spilled_ = false;
-    if (!exclusive_) seen_ = journal_->Peek(false);
+    seen_ = journal_->Current();
 }
 
 void FilePager::Flush() {

@@ -175,7 +175,10 @@ void Journal::Begin(StorageFile& database, std::uint32_t pageBytes, PageNumber p
         header.samples.emplace_back(number, Hash64(number, page));
     }
     file.Truncate(kSectorBytes);
-    file.Write(0, header.Serialize());
+    const auto bytes = header.Serialize();
+    header_.assign(bytes.begin(), bytes.end());
+    headerIsStale_ = false;
+    file.Write(0, header_);
     salt_ = header.salt;
     counter_ = header.counter;
     pageBytes_ = pageBytes;
@@ -230,8 +233,10 @@ void Journal::AddIntent(PageNumber page, std::span<const std::uint8_t> bytes) {
 
 void Journal::Seal() {
     try {
+        if (headerIsStale_) File().Write(0, header_);
         WritePending();
         File().Sync();
+        headerIsStale_ = false;
         if (created_) {
             storage_->SyncFolderOf(path_);
             created_ = false;
@@ -250,17 +255,19 @@ void Journal::ForgetBatch() {
     batch_.clear();
     pending_.clear();
     pendingAt_ = sealedEnd_;
-    // Nothing was written in place yet: start over, header included.
+    // Nothing was written in place yet, so the next batch starts over with a header of its own.
     if (!everSealed_) active_ = false;
 }
 
 void Journal::Finish() {
     Header header;
     header.counter = counter_ + 1;
+    headerIsStale_ = true;
     File().Write(0, header.Serialize());
     File().Sync();
     counter_ = header.counter;
     active_ = false;
+    headerIsStale_ = false;
     recorded_.clear();
 }
 

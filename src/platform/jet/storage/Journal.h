@@ -57,6 +57,8 @@ public:
         std::uint64_t counter = 0;  ///< differs after every flush; 0: nobody has written yet
         bool operator==(const State&) const = default;
     };
+    /// The state that our own last flush left.
+    State Current() const { return {active_, counter_}; }
     /// Reads the state off the disk. `reopen` also notices a journal that replaced the one seen before.
     State Peek(bool reopen);
 
@@ -66,7 +68,7 @@ public:
 private:
     struct Header;
     static std::optional<Header> ReadHeader(StorageFile& file);
-    void WriteHeader(const Header& header);
+    void WriteWritingHeader();
     StorageFile& File();
     void AddRecord(std::uint32_t kind, PageNumber page, std::span<const std::uint8_t> payload);
     void WritePending();
@@ -79,6 +81,8 @@ private:
 
     bool active_ = false;
     bool everSealed_ = false;
+    bool headerIsStale_ = false;        ///< a Finish failed and may have made the journal look void
+    std::vector<std::uint8_t> header_;  ///< as Begin wrote it
     std::uint64_t salt_ = 0;
     std::uint64_t counter_ = 0;
     std::uint32_t pageBytes_ = 0;

@@ -70,7 +70,7 @@ PageNumber LongValueStore::FindRoom(std::size_t bytes) {
     if (!hasFreeMap_) return 0;
     if (hintEpoch_ != pager_->LayoutEpoch()) {
         hintEpoch_ = pager_->LayoutEpoch();
-        if (lastPage_ == 0 || !owned_.Contains(lastPage_))
+        if (lastPage_ == 0 || !free_.Contains(lastPage_))
             lastPage_ = free_.Previous(pager_->PageCount()).value_or(0);
     }
     const auto hasRoom = [&](PageNumber page) {

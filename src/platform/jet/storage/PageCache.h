@@ -25,8 +25,8 @@ public:
     /// Forgets a page. A pinned one lives on, detached, for those who hold it.
     void Drop(PageFrame* frame);
 
-    /// Whether another frame can be had without giving up a dirty page.
-    std::size_t FrameCount() const { return frames_.size(); }
+    /// Whether the next page costs another one its place.
+    bool IsFull() const { return free_.empty() && frames_.size() >= budgetFrames_; }
     std::size_t BudgetFrames() const { return budgetFrames_; }
     std::deque<PageFrame>& Frames() { return frames_; }
 

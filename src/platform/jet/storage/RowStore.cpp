@@ -84,7 +84,7 @@ PageNumber RowStore::FindRoom(std::size_t rowBytes) {
     constexpr int kMostTried = 4;
     if (hintEpoch_ != pager_->LayoutEpoch()) {
         hintEpoch_ = pager_->LayoutEpoch();
-        if (lastAppendPage_ == 0 || !owned_.Contains(lastAppendPage_))
+        if (lastAppendPage_ == 0 || !free_.Contains(lastAppendPage_))
             lastAppendPage_ = free_.Previous(pager_->PageCount()).value_or(0);
     }
     if (lastAppendPage_ != 0 && HasRoom(lastAppendPage_, rowBytes)) return lastAppendPage_;

@@ -372,7 +372,9 @@ TEST_P(BTreeTest, RollbackRestoresTheTreeAndItsHints) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, BTreeTest, ::testing::Values(JetVersion::Jet3, JetVersion::Jet4),
-                         [](const auto& tested) { return tested.param == JetVersion::Jet3 ? "Jet3" : "Jet4"; });
+                         [](const auto& tested) {
+                             return tested.param == JetVersion::Jet3 ? "Jet3" : "Jet4";
+                         });
 
 }  // namespace
 }  // namespace marrowkit::jet::test
