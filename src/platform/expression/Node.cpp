@@ -40,8 +40,10 @@ NodePtr Node::Clone() const {
 }
 
 bool SameExpression(const Node& left, const Node& right) {
+    // Bound names are the same wherever they lead to the same place, however they were written.
+    if (left.kind == NodeKind::Slot && right.kind == NodeKind::Slot) return left.slot == right.slot;
     if (left.kind != right.kind || left.op != right.op || left.negated != right.negated ||
-        left.star != right.star || left.value != right.value || left.slot != right.slot)
+        left.star != right.star || left.value != right.value)
         return false;
     if (!SameName(left.name, right.name) || !SameName(left.qualifier, right.qualifier)) return false;
     return std::equal(left.children.begin(), left.children.end(), right.children.begin(),

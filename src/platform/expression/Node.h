@@ -59,7 +59,7 @@ struct Node {
     NodePtr Clone() const;
 };
 
-/// The same expression: equal shape, names and literals (names ignoring case).
+/// The same expression: equal shape, names and literals (names ignoring case), equal places where bound.
 bool SameExpression(const Node& left, const Node& right);
 
 }  // namespace marrowkit::expression

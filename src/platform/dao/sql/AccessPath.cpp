@@ -5,6 +5,7 @@
 #include "platform/errors/RuntimeError.h"
 #include "platform/expression/Conversion.h"
 #include "platform/expression/Operators.h"
+#include "platform/jet/format/IndexKey.h"
 
 namespace marrowkit::dao::sql {
 namespace {
@@ -136,6 +137,15 @@ private:
     bool neverTrue_ = false;
 };
 
+/// Keys of a text column with a sort order of its own cannot be built.
+bool CanBound(const jet::Table& table, std::size_t column) {
+    const auto& definitions = table.Definition().columns;
+    const auto found =
+        std::find_if(definitions.begin(), definitions.end(),
+                     [&](const jet::ColumnDefinition& d) { return d.name == table.Columns()[column].name; });
+    return found == definitions.end() || jet::CanBuildKey(*found);
+}
+
 /// The path through one index, and what share of the rows it is thought to leave.
 double PathThrough(const jet::Table& table, const jet::Index& index, const std::vector<Bounds>& bounds,
                    AccessPath& path) {
@@ -146,6 +156,7 @@ double PathThrough(const jet::Table& table, const jet::Index& index, const std::
         const auto column = table.FindColumn(part.column);
         if (!column) return 1;
         const Bounds& bound = bounds[*column];
+        if (!CanBound(table, *column)) break;
         if (bound.equal || (bound.isNull && !index.ignoreNulls)) {
             const Value key = bound.equal ? *bound.equal : Value();
             path.range.low.push_back(key);
@@ -155,12 +166,9 @@ double PathThrough(const jet::Table& table, const jet::Index& index, const std::
             continue;
         }
         if (!bound.low && !bound.high) break;
-        // In a descending column the greater values come first.
-        const auto& first = part.ascending ? bound.low : bound.high;
-        const auto& last = part.ascending ? bound.high : bound.low;
-        if (first) path.range.low.push_back(*first);
-        if (last) path.range.high.push_back(*last);
-        share *= first && last ? kRangeShare * kRangeShare : kRangeShare;
+        if (bound.low) path.range.low.push_back(*bound.low);
+        if (bound.high) path.range.high.push_back(*bound.high);
+        share *= bound.low && bound.high ? kRangeShare * kRangeShare : kRangeShare;
         break;
     }
     const bool complete = used == index.parts.size() && (index.unique || index.primaryKey);

@@ -73,12 +73,7 @@ std::unique_ptr<StreamBuilder::Place> StreamBuilder::Add(const Source& from) {
     place->left = Add(*from.left);
     place->right = Add(*from.right);
     place->sources = place->left->sources | place->right->sources;
-    std::vector<Condition> on = BindOn(from.on);
-    if (from.kind == Source::Kind::InnerJoin) {
-        std::move(on.begin(), on.end(), std::back_inserter(conditions_));
-        return place;
-    }
-    place->on = std::move(on);
+    place->on = BindOn(from.on);
     if (from.kind == Source::Kind::RightJoin) {
         std::swap(place->left, place->right);
         place->kind = Source::Kind::LeftJoin;
@@ -210,6 +205,8 @@ StreamBuilder::Built StreamBuilder::BuildJoin(const Place& place, std::vector<Co
     plan.outer = place.kind == Source::Kind::LeftJoin;
     plan.slotCount = scope_.SlotCount();
     plan.version = version_;
+    // What an inner join demands may be tested as early as what the WHERE demands.
+    if (!plan.outer) conditions.insert(conditions.end(), place.on.begin(), place.on.end());
     Built left = BuildPlace(*place.left, conditions);
 
     // An outer join's right side may be narrowed by ON alone: the WHERE comes behind it.

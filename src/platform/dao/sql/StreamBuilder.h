@@ -35,7 +35,7 @@ private:
         SourceSet sources = 0;
         std::unique_ptr<Place> left;
         std::unique_ptr<Place> right;
-        std::vector<Condition> on;  ///< outer joins; those of inner joins are ordinary conditions
+        std::vector<Condition> on;
     };
     struct Built {
         std::unique_ptr<RowStream> stream;
