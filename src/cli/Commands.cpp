@@ -9,6 +9,7 @@ using AddCommand = void (*)(CLI::App&, Session&);
 constexpr AddCommand kCommands[] = {
     AddListCommand,
     AddNewCommand,
+    AddCheckCommand,
     AddTablesCommand,
     AddSchemaCommand,
     AddExportCommand,

@@ -28,6 +28,7 @@ void AddListCommand(CLI::App& app, Session& session);
 void AddNewCommand(CLI::App& app, Session& session);
 void AddTablesCommand(CLI::App& app, Session& session);
 void AddSchemaCommand(CLI::App& app, Session& session);
+void AddCheckCommand(CLI::App& app, Session& session);
 void AddExportCommand(CLI::App& app, Session& session);
 void AddCrcCommand(CLI::App& app, Session& session);
 void AddTosecCommand(CLI::App& app, Session& session);
