@@ -13,6 +13,7 @@ constexpr AddCommand kCommands[] = {
     AddTablesCommand,
     AddSchemaCommand,
     AddExportCommand,
+    AddSqlCommand,
     AddCreateTemplateCommand,
     AddCrcCommand,
     AddTosecCommand,

@@ -30,6 +30,7 @@ void AddTablesCommand(CLI::App& app, Session& session);
 void AddSchemaCommand(CLI::App& app, Session& session);
 void AddCheckCommand(CLI::App& app, Session& session);
 void AddExportCommand(CLI::App& app, Session& session);
+void AddSqlCommand(CLI::App& app, Session& session);
 void AddCreateTemplateCommand(CLI::App& app, Session& session);
 void AddCrcCommand(CLI::App& app, Session& session);
 void AddTosecCommand(CLI::App& app, Session& session);
