@@ -1,0 +1,13 @@
+#pragma once
+
+#include "maintenance/SelectedNode.h"
+#include "shell/UserInterface.h"
+
+namespace marrowkit {
+
+/// Unlinks every extra file from every game, after a confirmation. The files themselves stay. Needs a
+/// database of version 2.1 or higher; a file that is missing counts as too old. Errors are not
+/// trapped. True when the extras were cleared.
+bool ClearGameExtras(UserInterface& ui, const SelectedNode& database);
+
+}  // namespace marrowkit

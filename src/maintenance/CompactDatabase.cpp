@@ -1,0 +1,90 @@
+#include "maintenance/CompactDatabase.h"
+
+#include <cstdint>
+
+#include "platform/dao/Dao.h"
+#include "platform/errors/RuntimeError.h"
+#include "platform/files/FileSystem.h"
+#include "platform/files/FileTools.h"
+#include "platform/text/Numbers.h"
+
+namespace marrowkit {
+
+namespace {
+
+constexpr const char* kTitle = "Vellora";
+constexpr const char* kErrorTitle = "Marrow-Kit";
+constexpr const char* kTemporaryName = "vltemp.mdb";
+constexpr const char* kBlankLine = "\r\n\r\n";
+
+std::int32_t CountGames(const std::string& path) {
+    dao::Database database = dao::DBEngine().OpenDatabase(path);
+    dao::Recordset games = database.OpenRecordset("SELECT * FROM Games", dao::RecordsetType::Snapshot);
+    if (games.EOF_()) return 0;
+    games.MoveLast();
+    games.MoveFirst();
+    return games.RecordCount();
+}
+
+std::string Kilobytes(std::int64_t bytes) {
+    constexpr double kBytesPerKilobyte = 1024;
+    return Format0(static_cast<double>(bytes) / kBytesPerKilobyte);
+}
+
+bool Compact(UserInterface& ui, const std::string& databasePath, const std::string& temporaryPath) {
+    ui.SetHourglass(true);
+    ui.LetEventsRun();
+    const std::int32_t gamesBefore = CountGames(databasePath);
+    const std::int64_t bytesBefore = FileLength(databasePath);
+    FileTools().DeletePath(temporaryPath);
+    dao::DBEngine().CompactDatabase(databasePath, temporaryPath);
+    if (CountGames(temporaryPath) != gamesBefore) {
+        // The pointer stays an hourglass and the temporary file stays where it is.
+        ui.ShowMessage(std::string("Compact Failed") + kBlankLine +
+                           "This is one of those crap and annoying error messages that tells you absolutely "
+                           "nothing about WHY the operation failed, because the author probably doesn't have "
+                           "a clue why it failed!",
+                       MessageIcon::Information, kTitle);
+        return false;
+    }
+    FileTools().DeletePath(databasePath);
+    RenameFile(temporaryPath, databasePath);
+    const std::int64_t bytesAfter = FileLength(databasePath);
+    ui.SetHourglass(false);
+    ui.ShowMessage(
+        "Compacted Database from " + Kilobytes(bytesBefore) + "Kb to " + Kilobytes(bytesAfter) + "Kb.",
+        MessageIcon::Information, kTitle);
+    return true;
+}
+
+}  // namespace
+
+bool CompactSelectedDatabase(UserInterface& ui, const std::string& databasePath,
+                             const std::string& folderPath) {
+    if (databasePath.empty()) return false;
+    try {
+        if (!PathExists(databasePath)) {
+            ui.ShowMessage("Could not find file: " + databasePath, MessageIcon::Information, kTitle);
+            return false;
+        }
+        return Compact(ui, databasePath, folderPath + kTemporaryName);
+    } catch (const RuntimeError& error) {
+        ui.ShowMessage("Unable to compact database '" + databasePath + "'." + kBlankLine + error.description +
+                           " (" + std::to_string(error.number) + "," +
+                           std::to_string(LastPlatformErrorCode()) + ")",
+                       MessageIcon::Error, kErrorTitle);
+        return false;
+    }
+}
+
+bool CompactWithBusyDisplay(UserInterface& ui, const SelectedNode& database) {
+    const std::string statusBefore = ui.StatusText();
+    ui.SetStatusText("Compacting " + statusBefore + "...");
+    ui.BeginBusy("Compacting...");
+    const bool compacted = CompactSelectedDatabase(ui, database.key, database.parentKey);
+    ui.EndBusy();
+    ui.SetStatusText(statusBefore);
+    return compacted;
+}
+
+}  // namespace marrowkit

@@ -1,0 +1,137 @@
+#include <filesystem>
+#include <string>
+
+#include <gmock/gmock.h>
+
+#include "maintenance/CompactDatabase.h"
+#include "maintenance/FrontendDatabase.h"
+#include "platform/text/Numbers.h"
+#include "support/RecordingUserInterface.h"
+#include "support/TestData.h"
+
+namespace marrowkit {
+namespace {
+
+namespace fs = std::filesystem;
+using test::FrontendDatabase;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+using Message = test::RecordingUserInterface::Message;
+
+bool Compact(test::RecordingUserInterface& ui, const FrontendDatabase& database) {
+    return CompactSelectedDatabase(ui, database.Path(), database.Node().parentKey);
+}
+
+std::string Kilobytes(std::uintmax_t bytes) {
+    return Format0(static_cast<double>(bytes) / 1024.0);
+}
+
+TEST(Compaction, ReportsTheSizesBeforeAndAfter) {
+    const FrontendDatabase database(2, 5);
+    for (int i = 0; i < 300; ++i) {
+        database.Execute("INSERT INTO Games (Name, MemoText) VALUES (\"Game " + std::to_string(i) + "\", \"" +
+                         std::string(500, 'x') + "\")");
+    }
+    database.Execute("DELETE * FROM Games WHERE GA_Id > 10");
+    const auto before = fs::file_size(database.HostFile());
+    test::RecordingUserInterface ui;
+    EXPECT_TRUE(Compact(ui, database));
+    const auto after = fs::file_size(database.HostFile());
+    EXPECT_LT(after, before);
+    EXPECT_THAT(ui.messages, ElementsAre(Message{"Compacted Database from " + Kilobytes(before) + "Kb to " +
+                                                     Kilobytes(after) + "Kb.",
+                                                 MessageIcon::Information, "Vellora"}));
+    EXPECT_EQ(database.One("SELECT COUNT(*) FROM Games"), "10");
+    EXPECT_THAT(database.Problems(), IsEmpty());
+    EXPECT_FALSE(fs::exists(database.HostFile().parent_path() / "vltemp.mdb"));
+    EXPECT_EQ(ui.hourglassCount, 1);
+    EXPECT_FALSE(ui.hourglass);
+}
+
+TEST(Compaction, AcceptsADatabaseWithoutGames) {
+    const FrontendDatabase database(2, 5);
+    test::RecordingUserInterface ui;
+    EXPECT_TRUE(Compact(ui, database));
+    EXPECT_THAT(ui.messages.at(0).text, StartsWith("Compacted Database from "));
+}
+
+TEST(Compaction, ReplacesALeftoverTemporaryFileWithoutAQuestion) {
+    const FrontendDatabase database(2, 5);
+    const fs::path leftover = database.HostFile().parent_path() / "vltemp.mdb";
+    test::WriteFile(leftover, "left over");
+    test::RecordingUserInterface ui;
+    EXPECT_TRUE(Compact(ui, database));
+    EXPECT_EQ(ui.messages.size(), 1U);
+    EXPECT_FALSE(fs::exists(leftover));
+}
+
+TEST(Compaction, ReportsAMissingFile) {
+    const FrontendDatabase database(2, 5);
+    fs::remove(database.HostFile());
+    test::RecordingUserInterface ui;
+    EXPECT_FALSE(Compact(ui, database));
+    EXPECT_THAT(ui.messages, ElementsAre(Message{"Could not find file: " + database.Path(),
+                                                 MessageIcon::Information, "Vellora"}));
+    EXPECT_EQ(ui.hourglassCount, 0);
+}
+
+TEST(Compaction, ReportsEveryOtherErrorWithItsNumbers) {
+    const FrontendDatabase database(2, 5);
+    test::WriteFile(database.HostFile(), std::string(8192, 'x'));
+    test::RecordingUserInterface ui;
+    EXPECT_FALSE(Compact(ui, database));
+    ASSERT_EQ(ui.messages.size(), 1U);
+    EXPECT_THAT(ui.messages[0].text,
+                StartsWith("Unable to compact database '" + database.Path() + "'.\r\n\r\n"));
+    EXPECT_THAT(ui.messages[0].text, testing::MatchesRegex(".* \\(3343,[0-9]+\\)"));
+    EXPECT_EQ(ui.messages[0].icon, MessageIcon::Error);
+    EXPECT_EQ(ui.messages[0].title, "Marrow-Kit");
+    EXPECT_EQ(fs::file_size(database.HostFile()), 8192U);
+}
+
+TEST(Compaction, LeavesTheDatabaseWhereTheTemporaryFileCannotBeMade) {
+    const FrontendDatabase database(2, 5);
+    test::RecordingUserInterface ui;
+    EXPECT_FALSE(CompactSelectedDatabase(ui, database.Path(), database.LibraryRoot() + "missing\\"));
+    ASSERT_EQ(ui.messages.size(), 1U);
+    EXPECT_THAT(ui.messages[0].text, HasSubstr("Unable to compact database"));
+    EXPECT_EQ(database.One("SELECT COUNT(*) FROM Publishers"), "2");
+}
+
+TEST(Compaction, DoesNothingWithoutASelectedNode) {
+    test::RecordingUserInterface ui;
+    EXPECT_FALSE(CompactSelectedDatabase(ui, "", ""));
+    EXPECT_THAT(ui.messages, IsEmpty());
+}
+
+TEST(Compaction, RoundsKilobytesHalfAwayFromZero) {
+    const std::pair<double, const char*> kSizes[] = {{0, "0"},          {511, "0"},       {512, "1"},
+                                                     {1535, "1"},       {1536, "2"},      {2560, "3"},
+                                                     {2097152, "2048"}, {1048576, "1024"}};
+    for (const auto& [bytes, text] : kSizes) EXPECT_EQ(Format0(bytes / 1024), text) << bytes;
+}
+
+TEST(Compaction, ShowsWhatItIsBusyWith) {
+    const FrontendDatabase database(2, 5);
+    test::RecordingUserInterface ui;
+    ui.SetStatusText("before");
+    EXPECT_TRUE(CompactWithBusyDisplay(ui, database.Node()));
+    EXPECT_THAT(ui.statusTexts, ElementsAre("before", "Compacting before...", "before"));
+    EXPECT_THAT(ui.waitMessages, ElementsAre("Compacting..."));
+    EXPECT_EQ(ui.busyDepth, 0);
+}
+
+TEST(Compaction, KeepsEveryGameOfADatabaseOfTheFrontend) {
+    MARROWKIT_NEED_TEST_DATA();
+    const FrontendDatabase database("template/Games-2.1-nulls.mdb");
+    const auto games = database.Rows("SELECT * FROM Games ORDER BY GA_Id");
+    test::RecordingUserInterface ui;
+    EXPECT_TRUE(Compact(ui, database));
+    EXPECT_EQ(database.Rows("SELECT * FROM Games ORDER BY GA_Id"), games);
+    EXPECT_THAT(database.Problems(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace marrowkit

@@ -1,0 +1,106 @@
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include <gmock/gmock.h>
+
+#include "maintenance/FrontendDatabase.h"
+#include "maintenance/RemoveCustomViews.h"
+#include "platform/registry/RegistryStore.h"
+#include "support/RecordingUserInterface.h"
+
+namespace marrowkit {
+namespace {
+
+using test::FrontendDatabase;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Message = test::RecordingUserInterface::Message;
+
+const Message kQuestion{"Do you really want to delete all the custom views from this database?",
+                        MessageIcon::Question, "Confirm Removing All Custom Views",
+                        MessageButtons::YesNoCancel, true};
+const Message kDone{"Removed All Custom Views!", MessageIcon::Information, "Marrowkit"};
+
+class RemoveViews : public testing::Test {
+protected:
+    /// The registry of this program alone, in a folder of the test.
+    RemoveViews() { setenv("XDG_CONFIG_HOME", settings.Path().c_str(), 1); }
+
+    static std::string Key(const std::string& database) {
+        return "Software\\Quillon\\Vellora\\Vellora\\" + database + "\\QuickFilter";
+    }
+
+    static std::int32_t NumFilters(const std::string& database) {
+        RegistryVariant value = std::int32_t{-1};
+        std::int32_t status = 0;
+        RegistryStore().ReadValue("HKEY_LOCAL_MACHINE", Key(database), "NumFilters", value, status);
+        return std::get<std::int32_t>(value);
+    }
+
+    test::TemporaryFolder settings;
+    test::RecordingUserInterface ui;
+};
+
+TEST_F(RemoveViews, DeletesViewsAndFiltersAndResetsTheFrontendsCount) {
+    const FrontendDatabase database(2, 5);
+    for (int i = 0; i < 5; ++i) {
+        database.Execute("INSERT INTO ViewData (Name) VALUES (\"view\")");
+        database.Execute("INSERT INTO ViewFilters (FieldName) VALUES (\"Name\")");
+    }
+    RegistryStore().WriteValue("HKEY_LOCAL_MACHINE", Key("Arcade"), "NumFilters", std::int32_t{7});
+    RegistryStore().WriteValue("HKEY_LOCAL_MACHINE", Key("Arcade"), "Other", std::int32_t{7});
+    ui.SetStatusText("before");
+    ui.answers = {MessageAnswer::Yes};
+    EXPECT_TRUE(RemoveCustomViews(ui, database.Node()));
+    EXPECT_THAT(ui.messages, ElementsAre(kQuestion, kDone));
+    EXPECT_THAT(ui.statusTexts, ElementsAre("before", "Removing Custom Views in 'Arcade.mdb'...", "before"));
+    EXPECT_THAT(ui.waitMessages, ElementsAre("Removing Custom Views..."));
+    EXPECT_EQ(ui.busyDepth, 0);
+    EXPECT_THAT(database.Rows("SELECT * FROM ViewData"), IsEmpty());
+    EXPECT_THAT(database.Rows("SELECT * FROM ViewFilters"), IsEmpty());
+    EXPECT_EQ(NumFilters("Arcade"), 0);
+    EXPECT_THAT(database.Problems(), IsEmpty());
+}
+
+TEST_F(RemoveViews, WritesTheCountAlsoWhenThereWasNoView) {
+    const FrontendDatabase database(1, 3);  // any version will do
+    ui.answers = {MessageAnswer::Yes};
+    EXPECT_TRUE(RemoveCustomViews(ui, database.Node()));
+    EXPECT_THAT(ui.messages, ElementsAre(kQuestion, kDone));
+    EXPECT_EQ(NumFilters("Arcade"), 0);
+}
+
+TEST_F(RemoveViews, KeepsBlanksOfTheDatabasesNameInTheRegistryKey) {
+    const FrontendDatabase database(2, 5);
+    SelectedNode node = database.Node();
+    node.parentText = "My  tape games ";
+    ui.answers = {MessageAnswer::Yes};
+    EXPECT_TRUE(RemoveCustomViews(ui, node));
+    EXPECT_EQ(NumFilters("My  tape games "), 0);
+    EXPECT_EQ(NumFilters("My tape games"), -1);
+}
+
+TEST_F(RemoveViews, ChangesNothingWithoutAYes) {
+    const FrontendDatabase database(2, 5);
+    database.Execute("INSERT INTO ViewData (Name) VALUES (\"view\")");
+    for (const MessageAnswer answer : {MessageAnswer::No, MessageAnswer::Cancel}) {
+        ui.answers = {answer};
+        EXPECT_FALSE(RemoveCustomViews(ui, database.Node()));
+    }
+    EXPECT_EQ(database.One("SELECT COUNT(*) FROM ViewData"), "1");
+    EXPECT_EQ(NumFilters("Arcade"), -1);
+    EXPECT_THAT(ui.statusTexts, IsEmpty());
+}
+
+TEST_F(RemoveViews, ReportsADatabaseThatHasVanishedAndRebuildsTheTree) {
+    const FrontendDatabase database(2, 5);
+    std::filesystem::remove(database.HostFile());
+    EXPECT_FALSE(RemoveCustomViews(ui, database.Node()));
+    EXPECT_THAT(ui.messages,
+                ElementsAre(Message{"Huh? This database doesn't exist!", MessageIcon::None, "Marrowkit"}));
+    EXPECT_EQ(ui.treeRefreshes, 1);
+}
+
+}  // namespace
+}  // namespace marrowkit
