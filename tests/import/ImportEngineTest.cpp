@@ -1,0 +1,270 @@
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "import/DatafileChoice.h"
+#include "import/ImportEngine.h"
+#include "import/RecordingProgress.h"
+#include "maintenance/FrontendDatabase.h"
+#include "platform/errors/RuntimeError.h"
+#include "platform/files/HostPath.h"
+#include "platform/files/Paths.h"
+#include "platform/jet/engine/Database.h"
+#include "shell/modGlobal.h"
+#include "support/RecordingUserInterface.h"
+#include "support/TestData.h"
+
+namespace marrowkit {
+namespace {
+
+namespace fs = std::filesystem;
+using test::FrontendDatabase;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Message = test::RecordingUserInterface::Message;
+
+std::string Line(const std::string& name, const std::string& file, const std::string& crc = "1",
+                 const std::string& size = "1") {
+    return "\xAC"
+           "p\xAC"
+           "p\xAC" +
+           name +
+           "\xAC"
+           "d\xAC" +
+           file + "\xAC" + crc + "\xAC" + size + "\xAC\xAC\xAC\r\n";
+}
+
+/// A library whose Empty.mdb is a database of the frontend without games.
+class Engine : public testing::Test {
+protected:
+    Engine() {
+        modGlobal::LibraryRoot = database.LibraryRoot();
+        fs::copy_file(database.HostFile(), database.LibraryFolder() / "Empty.mdb");
+        settings.DatabaseName = "Fresh";
+        settings.NewFolderPath = database.LibraryRoot() + "Fresh";
+        settings.NewFolderPathSlash = settings.NewFolderPath + "\\";
+        settings.RomPathSlash = "\\";
+    }
+
+    void Datafile(const std::string& games) {
+        test::WriteFile(folder / "games.dat", "[DAT]\r\nversion=2.00\r\n[GAMES]\r\n" + games);
+        settings.DatafilePath = WindowsPath((folder / "games.dat").string());
+    }
+
+    void Roms() {
+        settings.ScanForRoms = true;
+        fs::create_directories(folder / "roms");
+        settings.RomPath = WindowsPath((folder / "roms").string());
+        settings.RomPathSlash = WithFinalBackslash(settings.RomPath);
+    }
+
+    bool Run(const ImportHooks& hooks = {}) { return RunImport(settings, tables, progress, ui, hooks); }
+
+    fs::path Fresh(const std::string& file) const { return database.LibraryFolder() / "Fresh" / file; }
+    std::vector<std::string> FreshGames(const std::string& fields = "Name") const {
+        dao::Database fresh = dao::DBEngine().OpenDatabase(settings.NewFolderPath + "\\Fresh.mdb");
+        dao::Recordset games = fresh.OpenRecordset("SELECT " + fields + " FROM Games ORDER BY GA_Id");
+        std::vector<std::string> names;
+        for (; !games.EOF_(); games.MoveNext()) {
+            names.push_back(std::get<std::string>(games.Fields(0).Value()));
+        }
+        return names;
+    }
+
+    FrontendDatabase database{2, 5};
+    test::TemporaryFolder folder;
+    ImportSettings settings;
+    ImportTables tables;
+    test::RecordingProgress progress;
+    test::RecordingUserInterface ui;
+};
+
+TEST_F(Engine, ImportsIntoANewDatabase) {
+    Datafile(Line("A", "a.zip") + Line("B", "b.zip"));
+    EXPECT_TRUE(Run());
+    EXPECT_THAT(ui.messages, IsEmpty());
+    EXPECT_TRUE(settings.ImportSucceeded);
+    EXPECT_EQ(settings.NewDatabaseKey, settings.NewFolderPathSlash);
+    EXPECT_THAT(FreshGames(), ElementsAre("A", "B"));
+    EXPECT_THAT(progress.prompts, ElementsAre("Loading Datafile into memory...", "Creating New Database...",
+                                              "Adding games to database..."));
+    EXPECT_THAT(progress.statuses, ElementsAre("0", "1", "2", ""));
+    EXPECT_FALSE(progress.cancelEnabled);
+    EXPECT_TRUE(fs::exists(Fresh("Credits.txt")));
+    EXPECT_FALSE(fs::exists(Fresh("Paths.ini")));
+    EXPECT_FALSE(fs::exists(Fresh("help.htm")));
+}
+
+TEST_F(Engine, ImportsIntoAnExistingDatabaseWithoutMakingAFolder) {
+    Datafile(Line("A", "a.zip"));
+    settings.ImportIntoExisting = true;
+    settings.ExistingDatabasePath = database.Path();
+    settings.NewFolderPath = settings.NewFolderPathSlash = "";
+    settings.NewDatabaseKey = "something";
+    EXPECT_TRUE(Run());
+    EXPECT_EQ(database.One("SELECT Name FROM Games"), "A");
+    EXPECT_TRUE(settings.ImportSucceeded);
+    EXPECT_EQ(settings.NewDatabaseKey, "");
+    EXPECT_FALSE(fs::exists(Fresh("")));
+    EXPECT_THAT(progress.prompts,
+                ElementsAre("Loading Datafile into memory...", "Adding games to database..."));
+}
+
+TEST_F(Engine, RunsAllStagesInTheirOrder) {
+    Datafile(Line("A (1985)(S)", "a.zip", "CBF43926", "9") + Line("A (1985)(S)", "x.zip") +
+             Line("B (1986)(T)", "b.zip"));
+    Roms();
+    test::WriteFile(folder / "roms" / "Sub" / "found.zip", "123456789");
+    test::WriteFile(folder / "roms" / "other.bin", "123456789");
+    settings.SkipDuplicates = settings.TosecNames = settings.MatchExtensionsOnly = true;
+    EXPECT_TRUE(Run());
+    EXPECT_THAT(ui.messages, IsEmpty());
+    EXPECT_THAT(progress.prompts,
+                ElementsAre("Loading Datafile into memory (skipping duplicates)...",
+                            "Getting unique FileTypes list...", "Preparing File List...",
+                            "Grabbing CRC-32 values for 1 files...",
+                            "CRC-32/Size Matches found:", "Obtaining DB info from TOSEC filenames...",
+                            "Creating New Database...", "Adding games to database..."));
+    EXPECT_THAT(FreshGames(), ElementsAre("A ", "B "));
+    EXPECT_THAT(FreshGames("Filename"), ElementsAre("Sub\\found.zip", ""));
+    EXPECT_THAT(test::ReadFile(Fresh("Paths.ini")), testing::HasSubstr("1=" + settings.RomPath));
+    EXPECT_THAT(test::ReadFile(Fresh("Emulators.ini")), testing::HasSubstr("SupportTypes=.ZIP;"));
+    EXPECT_THAT(tables.Files, IsEmpty());
+}
+
+TEST_F(Engine, SkipsTheScanSilentlyWhenNoFileNameHasAnExtension) {
+    Datafile(Line("A", "a"));
+    Roms();
+    test::WriteFile(folder / "roms" / "a", "x");
+    settings.MatchExtensionsOnly = true;
+    EXPECT_TRUE(Run());
+    EXPECT_THAT(ui.messages, IsEmpty());
+    EXPECT_THAT(progress.prompts,
+                ElementsAre("Loading Datafile into memory...", "Getting unique FileTypes list...",
+                            "Creating New Database...", "Adding games to database..."));
+    EXPECT_THAT(FreshGames(), ElementsAre("A"));
+}
+
+TEST_F(Engine, SkipsChecksummingWhenTheFolderHasNoFile) {
+    Datafile(Line("A", "a.zip"));
+    Roms();
+    EXPECT_TRUE(Run());
+    EXPECT_THAT(progress.prompts, ElementsAre("Loading Datafile into memory...", "Preparing File List...",
+                                              "Creating New Database...", "Adding games to database..."));
+    EXPECT_THAT(FreshGames("Filename"), ElementsAre(""));
+}
+
+TEST_F(Engine, ShowsTheLoadersTextAndStops) {
+    Datafile("");
+    EXPECT_FALSE(Run());
+    EXPECT_THAT(ui.messages, ElementsAre(Message{"There were no games to import!", MessageIcon::Information,
+                                                 "Marrowkit"}));
+    EXPECT_FALSE(settings.ImportSucceeded);
+    EXPECT_FALSE(fs::exists(Fresh("")));
+    settings.SkipDuplicates = true;
+    Datafile(Line("A", "a", "1", "x"));
+    ui.messages.clear();
+    EXPECT_FALSE(Run());
+    ASSERT_EQ(ui.messages.size(), 1U);
+    EXPECT_THAT(ui.messages[0].text, testing::EndsWith("it may be a misreported v1.92 datafile!"));
+}
+
+TEST_F(Engine, LetsErrorsOfThePlainLoaderEscape) {
+    Datafile(Line("A", "a", "1", "x"));
+    EXPECT_THROW(Run(), RuntimeError);
+    EXPECT_THAT(ui.messages, IsEmpty());
+}
+
+TEST_F(Engine, EndsInSilenceWhenCancelledAtAnyPoint) {
+    Datafile(Line("A (1985)(S)", "a.zip", "CBF43926", "9") + Line("B", "b.zip"));
+    Roms();
+    test::WriteFile(folder / "roms" / "found.zip", "123456789");
+    settings.TosecNames = settings.MatchExtensionsOnly = true;
+    int cancelled = 0;
+    for (int at = 1;; ++at) {
+        progress = {};
+        progress.cancelAtEventRun = at;
+        settings.ImportSucceeded = false;
+        const bool done = Run();
+        EXPECT_THAT(ui.messages, IsEmpty());
+        if (done) break;
+        ++cancelled;
+        EXPECT_TRUE(progress.cancelled) << at;
+        EXPECT_FALSE(settings.ImportSucceeded) << at;
+        ASSERT_FALSE(fs::exists(Fresh(""))) << at;
+    }
+    EXPECT_GT(cancelled, 15);
+    EXPECT_FALSE(progress.cancelled);
+    EXPECT_THAT(FreshGames(), ElementsAre("A ", "B"));
+}
+
+TEST_F(Engine, CannotBeCancelledOnceTheDatabaseIsBeingMade) {
+    Datafile(Line("A", "a.zip"));
+    ImportHooks hooks;
+    hooks.writing = [this](const ImportTables&) {
+        EXPECT_FALSE(progress.cancelEnabled);
+        return true;
+    };
+    EXPECT_TRUE(Run(hooks));
+}
+
+TEST_F(Engine, ReportsAMissingTemplateAndStops) {
+    Datafile(Line("A", "a.zip"));
+    fs::remove(database.LibraryFolder() / "Empty.mdb");
+    EXPECT_FALSE(Run());
+    ASSERT_FALSE(ui.messages.empty());
+    EXPECT_THAT(ui.messages[0].text,
+                testing::StartsWith("Could not find Empty.mdb in the Vellora installation folder."));
+    EXPECT_FALSE(settings.ImportSucceeded);
+}
+
+TEST_F(Engine, CountsAsSucceededWhenOnlyTheWritingFails) {
+    Datafile(Line("A (1985)(S)", "a.zip") + Line("B (1985)(a \"b\")", "B (1985)(a \"b\").zip"));
+    settings.TosecNames = true;
+    settings.FileColumn = 3;
+    EXPECT_FALSE(Run());
+    EXPECT_TRUE(settings.ImportSucceeded);
+    EXPECT_EQ(settings.NewDatabaseKey, settings.NewFolderPathSlash);
+    ASSERT_EQ(ui.messages.size(), 1U);
+    EXPECT_THAT(ui.messages[0].text, testing::HasSubstr("  (3075,"));
+    EXPECT_EQ(ui.messages[0].title, "Marrowkit");
+    EXPECT_THAT(FreshGames(), ElementsAre("A "));
+}
+
+TEST_F(Engine, WritesNothingWhenAskedToStopBeforeWriting) {
+    Datafile(Line("A", "a.zip"));
+    ImportHooks hooks;
+    int scanned = 0;
+    hooks.scanned = [&](const ImportTables& seen) { scanned = seen.EntryCount(); };
+    hooks.writing = [](const ImportTables&) { return false; };
+    EXPECT_TRUE(Run(hooks));
+    EXPECT_EQ(scanned, 1);
+    EXPECT_FALSE(settings.ImportSucceeded);
+    EXPECT_FALSE(fs::exists(Fresh("")));
+}
+
+TEST_F(Engine, ImportsPublishedDatafilesIntoTheFrontendsTemplate) {
+    MARROWKIT_NEED_TEST_DATA();
+    const FrontendDatabase empty("template/Empty.mdb");
+    fs::copy_file(empty.HostFile(), database.LibraryFolder() / "Empty.mdb",
+                  fs::copy_options::overwrite_existing);
+    const struct {
+        const char* file;
+        bool tosec;
+        std::size_t games;
+    } kFiles[] = {{"Atari 2600 - TOSEC.dat", true, 884}, {"NeoRAGEx v0.6b.dat", false, 1757}};
+    for (const auto& sample : kFiles) {
+        settings.DatafilePath = WindowsPath((*test::TestDataFolder() / "datafiles" / sample.file).string());
+        settings.TosecNames = sample.tosec;
+        fs::remove_all(Fresh(""));
+        EXPECT_TRUE(Run()) << sample.file;
+        EXPECT_THAT(ui.messages, IsEmpty());
+        EXPECT_EQ(FreshGames().size(), sample.games);
+        EXPECT_TRUE(jet::Check(Fresh("Fresh.mdb").string()).empty()) << sample.file;
+    }
+}
+
+}  // namespace
+}  // namespace marrowkit
