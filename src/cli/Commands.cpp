@@ -6,18 +6,25 @@ namespace {
 
 using AddCommand = void (*)(CLI::App&, Session&);
 
+// clang-format off
 constexpr AddCommand kCommands[] = {
     AddListCommand,
+    AddShowCommand,
     AddNewCommand,
+    AddImportCommand,
+    AddMaintenanceCommands,
+    AddRecordsCommand,
+    AddDeleteRecordCommand,
+    AddDeleteCommand,
     AddCheckCommand,
     AddTablesCommand,
     AddSchemaCommand,
     AddExportCommand,
-    AddSqlCommand,
     AddCreateTemplateCommand,
     AddCrcCommand,
     AddTosecCommand,
 };
+// clang-format on
 
 }  // namespace
 

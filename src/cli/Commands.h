@@ -30,9 +30,14 @@ void AddTablesCommand(CLI::App& app, Session& session);
 void AddSchemaCommand(CLI::App& app, Session& session);
 void AddCheckCommand(CLI::App& app, Session& session);
 void AddExportCommand(CLI::App& app, Session& session);
-void AddSqlCommand(CLI::App& app, Session& session);
 void AddCreateTemplateCommand(CLI::App& app, Session& session);
 void AddCrcCommand(CLI::App& app, Session& session);
+void AddDeleteCommand(CLI::App& app, Session& session);
+void AddDeleteRecordCommand(CLI::App& app, Session& session);
+void AddImportCommand(CLI::App& app, Session& session);
+void AddMaintenanceCommands(CLI::App& app, Session& session);
+void AddRecordsCommand(CLI::App& app, Session& session);
+void AddShowCommand(CLI::App& app, Session& session);
 void AddTosecCommand(CLI::App& app, Session& session);
 
 /// All of them, in the order of the list.

@@ -1,5 +1,6 @@
 #include "cli/DatabaseArgument.h"
 
+#include "creation/CreateDatabase.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
@@ -15,6 +16,29 @@ std::string DatabaseOf(const std::string& argument) {
     const std::string inLibrary = DatabasePathOf(argument);
     if (!EqualNoCase(Right(argument, 4), ".mdb")) return inLibrary;
     return FileTools().FileExists(inLibrary, 0, "") ? inLibrary : WindowsPath(argument);
+}
+
+SelectedNode DatabaseNode(const std::string& argument) {
+    SelectedNode node;
+    node.key = DatabaseOf(argument);
+    const SplitPathParts parts = SplitPath(node.key);
+    node.text = parts.fileName;
+    node.parentKey = WithFinalBackslash(parts.folder);
+    node.parentText = FileNameOf(parts.folder);
+    return node;
+}
+
+std::string ObjectionToDatabaseName(const std::string& name) {
+    if (name.empty()) return "The name of a database cannot be empty.";
+    if (name.find_first_of(kInvalidNameCharacters) != std::string::npos) {
+        return "You have entered one or more invalid characters!";
+    }
+    if (Len(name) > kDatabaseNameCharacters) {
+        return "The name of a database has at most " + std::to_string(kDatabaseNameCharacters) +
+               " characters.";
+    }
+    if (!IsWindowsFileName(name)) return "Windows cannot have a folder of that name: " + name;
+    return "";
 }
 
 }  // namespace marrowkit::cli

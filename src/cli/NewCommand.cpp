@@ -5,30 +5,16 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/Commands.h"
+#include "cli/DatabaseArgument.h"
 #include "creation/CreateDatabase.h"
-#include "platform/files/Paths.h"
-#include "platform/text/Text.h"
 
 namespace marrowkit::cli {
 
 namespace {
 
-/// What the name dialog would not let pass; empty when the name is fine.
-std::string ObjectionTo(const std::string& name) {
-    if (name.empty()) return "The name of a database cannot be empty.";
-    if (name.find_first_of(kInvalidNameCharacters) != std::string::npos) {
-        return "You have entered one or more invalid characters!";
-    }
-    if (Len(name) > kDatabaseNameCharacters) {
-        return "The name of a database has at most " + std::to_string(kDatabaseNameCharacters) +
-               " characters.";
-    }
-    if (!IsWindowsFileName(name)) return "Windows cannot have a folder of that name: " + name;
-    return "";
-}
-
 int RunNew(Session& session, const std::string& name) {
-    if (const std::string objection = ObjectionTo(name); !objection.empty()) return session.Fail(objection);
+    if (const std::string objection = ObjectionToDatabaseName(name); !objection.empty())
+        return session.Fail(objection);
     const Creation creation = CreateNewDatabase(session.Ui(), [&name] { return std::optional(name); });
     if (creation.result == CreationResult::Incomplete) return session.Fail(creation.errorText);
     if (creation.result != CreationResult::Created) return kFailed;

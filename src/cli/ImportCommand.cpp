@@ -1,0 +1,198 @@
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Commands.h"
+#include "cli/DatabaseArgument.h"
+#include "cli/ImportReportFile.h"
+#include "cli/ProgressUserInterface.h"
+#include "cli/TerminalProgress.h"
+#include "import/DatafileChoice.h"
+#include "import/ImportEngine.h"
+#include "import/ImportOptions.h"
+#include "import/ImportReport.h"
+#include "platform/files/FileTools.h"
+#include "platform/files/HostPath.h"
+#include "platform/files/Paths.h"
+#include "shell/Library.h"
+#include "shell/modGlobal.h"
+
+namespace marrowkit::cli {
+
+namespace {
+
+struct Arguments {
+    std::string datafile;
+    std::string name;
+    std::string into;
+    std::string romFolder;
+    std::string reportFile;
+    ImportOptions options;
+    bool tosec = false;
+    bool noTosec = false;
+    bool dryRun = false;
+};
+
+/// One import by the arguments of the command line.
+class ImportCommand {
+public:
+    ImportCommand(Session& session, const Arguments& arguments)
+        : session_(session), arguments_(arguments), options_(arguments.options) {}
+
+    int Run() {
+        if (const std::string objection = Prepare(); !objection.empty()) return session_.Fail(objection);
+        if (!AcceptDatafile(session_.Ui(), WindowsPath(arguments_.datafile), settings_)) return kFailed;
+        const auto refusal = StoreImportOptions(options_, modGlobal::LibraryRoot, settings_);
+        if (refusal) return session_.Fail(refusal->text);
+        if (WantsReport()) report_ = ExplainDatafile(settings_);
+
+        const bool done = Import();
+        if (settings_.ImportCancelled) return session_.Fail("The import was cancelled.");
+        if (settings_.ImportSucceeded) RemindOfScanAndFix(session_.Ui());
+        if (!done) return kFailed;
+        if (!arguments_.reportFile.empty()) WriteImportReport(report_, arguments_.reportFile);
+        WriteResult();
+        return kDone;
+    }
+
+private:
+    /// Which database and which names; what the dialog would not let pass.
+    std::string Prepare() {
+        const std::string datafile = WindowsPath(arguments_.datafile);
+        if (!FileTools().FileExists(datafile, 0, "")) return "Could not find file: " + datafile;
+        settings_.ImportIntoExisting = !arguments_.into.empty();
+        if (settings_.ImportIntoExisting) {
+            settings_.ExistingDatabasePath = DatabaseOf(arguments_.into);
+            const std::string file = FileNameOf(settings_.ExistingDatabasePath);
+            settings_.ExistingDatabaseName = file.substr(0, file.size() - 4);
+            options_.name = settings_.ExistingDatabaseName;
+            if (!FileTools().FileExists(settings_.ExistingDatabasePath, 0, "")) {
+                return "Huh? This database doesn't exist!";
+            }
+        } else {
+            options_.name =
+                arguments_.name.empty() ? MakeDefaultDatabaseName(FileNameOf(datafile)) : arguments_.name;
+            if (std::string objection = ObjectionToDatabaseName(options_.name); !objection.empty()) {
+                return objection;
+            }
+        }
+        options_.tosecNames = arguments_.tosec || (!arguments_.noTosec && NamesTosec(FileNameOf(datafile)));
+        options_.scanForRoms = !arguments_.romFolder.empty();
+        // A path with a drive letter is checked as it was typed.
+        if (options_.scanForRoms) {
+            options_.romPath = HasDriveLetter(arguments_.romFolder) ? arguments_.romFolder
+                                                                    : WindowsPath(arguments_.romFolder);
+        }
+        return {};
+    }
+
+    bool WantsReport() const { return !arguments_.reportFile.empty() || arguments_.dryRun; }
+
+    bool Import() {
+        TerminalProgress progress(session_.Err(), TerminalProgress::StyleFor(session_.Err(), session_.quiet));
+        ProgressUserInterface ui(session_.Ui(), progress);
+        ImportHooks hooks;
+        hooks.scanned = [this](const ImportTables& tables) { TakeResults(tables); };
+        hooks.writing = [this](const ImportTables&) { return !arguments_.dryRun; };
+        ImportTables tables;
+        const bool done = RunImport(settings_, tables, progress, ui, hooks);
+        settings_.ImportCancelled = progress.Cancelled();
+        return done;
+    }
+
+    void TakeResults(const ImportTables& tables) {
+        games_ = tables.EntryCount();
+        for (const DatafileEntry& entry : tables.Entries) found_ += entry.Matched ? 1 : 0;
+        if (!WantsReport() || !settings_.ScanForRoms) return;
+        std::vector<ReportRow> matches = ExplainMatches(settings_, tables);
+        report_.insert(report_.end(), std::make_move_iterator(matches.begin()),
+                       std::make_move_iterator(matches.end()));
+    }
+
+    void WriteResult() {
+        if (arguments_.dryRun && arguments_.reportFile.empty()) {
+            const auto rows = session_.Rows(ImportReportColumns());
+            WriteImportReport(report_, *rows);
+            return;
+        }
+        const std::string path = settings_.ImportIntoExisting ? settings_.ExistingDatabasePath
+                                                              : DatabasePathOf(settings_.DatabaseName);
+        const auto rows = session_.Rows({"Database", "Entries", "Found"});
+        rows->Write({path, games_, found_});
+        rows->Finish();
+    }
+
+    Session& session_;
+    const Arguments& arguments_;
+    ImportOptions options_;
+    ImportSettings settings_;
+    std::vector<ReportRow> report_;
+    std::int32_t games_ = 0;
+    std::int32_t found_ = 0;
+};
+
+template <std::size_t count>
+std::vector<std::int32_t> ColumnsOf(const std::array<ColumnItem, count>& items) {
+    std::vector<std::int32_t> columns;
+    for (const ColumnItem& item : items) columns.push_back(item.column);
+    return columns;
+}
+
+void AddOptions(CLI::App& command, Arguments& arguments) {
+    ImportOptions& options = arguments.options;
+    command.add_option("DATAFILE", arguments.datafile, "A RomCenter 2.00 datafile (.dat)")->required();
+    CLI::Option* name = command.add_option("--name", arguments.name,
+                                           "Name of the new database (default: from the datafile's name)");
+    command.add_option("--into", arguments.into, "Adds the games to this database instead")
+        ->option_text("DB")
+        ->excludes(name);
+    command.add_option("--name-column", options.nameColumn, "Datafile column of the game's name")
+        ->check(CLI::IsMember(ColumnsOf(kNameColumns)))
+        ->capture_default_str();
+    command
+        .add_option("--file-column", options.fileColumn,
+                    "Datafile column of the game's file name (7 is the size column)")
+        ->check(CLI::IsMember(ColumnsOf(kFileColumns)))
+        ->capture_default_str();
+    command.add_flag("--skip-duplicates", options.skipDuplicates, "Only the first game of each name");
+    CLI::Option* tosec = command.add_flag(
+        "--tosec", arguments.tosec, "File names follow TOSEC (default: when the datafile's name says so)");
+    command.add_flag("--no-tosec", arguments.noTosec, "They do not")->excludes(tosec);
+    command.add_flag("--add-zip", options.addZipExtension, "Appends .zip to the file names");
+    CLI::Option* roms =
+        command.add_option("--roms", arguments.romFolder, "Looks for the games' files in this folder")
+            ->option_text("DIR");
+    command
+        .add_flag("--match-extensions", options.matchExtensionsOnly,
+                  "Looks only at files with an extension that the datafile has")
+        ->needs(roms);
+    command
+        .add_option("--report", arguments.reportFile,
+                    "Writes what became of each line and file (.json: JSON, else CSV)")
+        ->option_text("FILE");
+    command.add_flag("--dry-run", arguments.dryRun, "Creates and writes nothing, and prints that report");
+}
+
+}  // namespace
+
+void AddImportCommand(CLI::App& app, Session& session) {
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* command = app.add_subcommand("import", "Makes a database of a RomCenter 2.00 datafile");
+    AddOptions(*command, *arguments);
+    command->footer(
+        "Ctrl-C cancels, until the database is being written.\n"
+        "\n"
+        "Examples:\n"
+        "  marrowkit-cli import 'Atari ST - TOSEC.dat'\n"
+        "  marrowkit-cli import mame.dat --name Arcade --name-column 4 --skip-duplicates --roms ~/roms\n"
+        "  marrowkit-cli import more.dat --into Arcade --dry-run");
+    command->callback([&session, arguments] {
+        session.run = [arguments](Session& current) { return ImportCommand(current, *arguments).Run(); };
+    });
+}
+
+}  // namespace marrowkit::cli
