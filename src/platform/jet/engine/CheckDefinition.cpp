@@ -80,12 +80,12 @@ private:
     template <typename Named>
     void CheckNamesOf(const std::vector<Named>& named, const char* kind) {
         const JetVersion version = context_->file.Header().version;
-        std::set<std::vector<std::uint8_t>> keys;
+        std::set<std::string> keys;
         for (const Named& item : named) {
             if (item.name.empty()) Say(std::string(kind) + " without a name");
             std::vector<std::uint8_t> key;
             AppendComparisonKey(version, item.name, key);
-            if (!keys.insert(std::move(key)).second) {
+            if (!keys.insert(std::string(key.begin(), key.end())).second) {
                 Say(std::string(kind) + " " + item.name + " exists twice");
             }
         }
