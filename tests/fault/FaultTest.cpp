@@ -3,12 +3,12 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <numeric>
 
 #include <gtest/gtest.h>
 
 #include "fault/Corruption.h"
 #include "fault/MemoryStorage.h"
+#include "fault/Walk.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/jet/engine/Database.h"
 #include "support/TemporaryFolder.h"
@@ -28,33 +28,6 @@ Bytes ReadBytes(const fs::path& file) {
 std::uint32_t Scale() {
     const char* scale = std::getenv("MARROWKIT_TEST_SCALE");
     return scale == nullptr ? 1 : std::max(1U, static_cast<std::uint32_t>(std::strtoul(scale, nullptr, 10)));
-}
-
-/// Opens the database and reads everything in it, in storage order and along every index. Damage ends it with
-/// an error, which is an answer; anything else that is thrown is not caught here.
-void ReadEverything(MemoryStorage& storage, const std::string& path) {
-    jet::OpenOptions options;
-    options.readOnly = true;
-    options.storage = &storage;
-    const auto database = jet::Database::Open(path, options);
-    database->Relationships();
-    for (const std::string& name : database->TableNames(true)) {
-        try {
-            const auto table = database->OpenTable(name);
-            std::vector<std::size_t> columns(table->Columns().size());
-            std::iota(columns.begin(), columns.end(), std::size_t{0});
-            const auto scan = table->OpenScan(columns);
-            while (scan->Next()) {
-            }
-            for (std::size_t index = 0; index < table->Indexes().size(); ++index) {
-                const auto walk = table->OpenIndexScan(index, jet::IndexRange::All(), columns);
-                while (walk->Next()) {
-                }
-            }
-        } catch (const RuntimeError&) {
-            // The next table may be well.
-        }
-    }
 }
 
 /// What a damaged file must survive. Returns the seconds it took.
