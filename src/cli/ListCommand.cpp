@@ -5,6 +5,9 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/Commands.h"
+#include "cli/OpenForReading.h"
+#include "maintenance/DatabaseVersion.h"
+#include "platform/errors/RuntimeError.h"
 #include "platform/files/FileSystem.h"
 #include "platform/text/Text.h"
 #include "shell/Library.h"
@@ -13,15 +16,37 @@ namespace marrowkit::cli {
 
 namespace {
 
+/// Of the frontend's schema, and number of records in Games; Null for a file that cannot be read as a
+/// database.
+struct Contents {
+    jet::Value version;
+    jet::Value games;
+};
+
+Contents ContentsOf(const std::string& path) {
+    Contents contents;
+    try {
+        const auto database = OpenForReading(path);
+        contents.version = GetDatabaseVersion(path);
+        if (const auto games = database->FindTable("Games")) {
+            contents.games = static_cast<double>(games->RowCount());
+        }
+    } catch (const RuntimeError&) {
+        return contents;
+    }
+    return contents;
+}
+
 /// By name, so that the order does not depend on the file system.
 int RunList(Session& session) {
     std::vector<std::string> names = DatabaseNames();
     std::sort(names.begin(), names.end(),
               [](const std::string& a, const std::string& b) { return CompareNoCase(a, b) < 0; });
-    const auto rows = session.Rows({"Name", "Bytes", "Path"});
+    const auto rows = session.Rows({"Name", "Version", "Games", "Bytes", "Path"});
     for (const std::string& name : names) {
         const std::string path = DatabasePathOf(name);
-        rows->Write({name, static_cast<double>(FileLength(path)), path});
+        const Contents contents = ContentsOf(path);
+        rows->Write({name, contents.version, contents.games, static_cast<double>(FileLength(path)), path});
     }
     rows->Finish();
     return kDone;
@@ -32,7 +57,8 @@ int RunList(Session& session) {
 void AddListCommand(CLI::App& app, Session& session) {
     CLI::App* command = app.add_subcommand("list", "The databases of the library");
     command->footer(
-        "One row for each folder of the library that holds a database of its own name.\n"
+        "One row for each folder of the library that holds a database of its own name: the version of its\n"
+        "schema, the number of its games, its size.\n"
         "\n"
         "Examples:\n"
         "  marrowkit-cli list\n"

@@ -5,13 +5,12 @@
 
 #include "cli/Commands.h"
 #include "cli/DatabaseArgument.h"
+#include "cli/OpenForReading.h"
 #include "maintenance/DatabaseVersion.h"
 #include "platform/files/FileSystem.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/FolderSearch.h"
-#include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
-#include "platform/jet/engine/Database.h"
 #include "platform/text/Numbers.h"
 
 namespace marrowkit::cli {
@@ -32,9 +31,7 @@ void WriteFiles(RowWriter& rows, const std::string& folder, const std::string& b
 int RunShow(Session& session, const std::string& argument) {
     const std::string path = DatabaseOf(argument);
     if (!FileTools().FileExists(path, 0, "")) return session.Fail("Could not find file: " + path);
-    jet::OpenOptions readOnly;
-    readOnly.readOnly = true;
-    const auto database = jet::Database::Open(HostPath(path), readOnly);
+    const auto database = OpenForReading(path);
     const auto rows = session.Rows({"Kind", "Name", "Value"});
     rows->Write({"database", path, jet::Null()});
     rows->Write({"format", database->Version() == jet::JetVersion::Jet3 ? "Jet 3" : "Jet 4", jet::Null()});

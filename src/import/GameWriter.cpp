@@ -96,9 +96,11 @@ std::string WriteTosecGames(const std::string& databasePath, const ImportSetting
         progress.SetBarRange(0, tables.EntryUpper());
         progress.SetBarValue(0);
         if (!settings.ImportIntoExisting) database.Execute("DELETE * FROM Languages WHERE LA_Id > 1");
-        TosecLookups lookups(database);
-        AddEntries(games, settings, tables, progress,
-                   [&](DatafileEntry& entry) { return lookups.FactsOf(entry); });
+        {
+            TosecLookups lookups(database);
+            AddEntries(games, settings, tables, progress,
+                       [&](DatafileEntry& entry) { return lookups.FactsOf(entry); });
+        }
         games.Close();
         database.Close();
         return {};

@@ -27,7 +27,7 @@ std::int32_t ToLong(const jet::Value& value) {
 
 LookupIds::LookupIds(dao::Database& database, std::string_view table, std::string_view keyField,
                      std::string_view nameField)
-    : database_(database), keyField_(keyField), nameField_(nameField) {
+    : database_(database), table_(table), keyField_(keyField), nameField_(nameField) {
     query_.append("SELECT * FROM ").append(table).append(" WHERE ").append(nameField).append(" = \"");
 }
 
@@ -42,17 +42,17 @@ std::int32_t LookupIds::IdOf(const std::string& name) {
 
 std::int32_t LookupIds::FindOrAdd(const std::string& name) {
     dao::Recordset rows = database_.OpenRecordset(query_ + name + '"');
-    std::int32_t id = 0;
-    if (rows.EOF_()) {
-        rows.AddNew();
-        id = ToLong(rows.Fields(keyField_).Value());
-        rows.Fields(nameField_).SetValue(name);
-        rows.Update();
-    } else {
-        rows.MoveFirst();
-        id = ToLong(rows.Fields(keyField_).Value());
-    }
-    rows.Close();
+    if (rows.EOF_()) return Add(name);
+    rows.MoveFirst();
+    return ToLong(rows.Fields(keyField_).Value());
+}
+
+std::int32_t LookupIds::Add(const std::string& name) {
+    if (!additions_) additions_ = database_.OpenRecordset("SELECT * FROM " + table_);
+    additions_->AddNew();
+    const std::int32_t id = ToLong(additions_->Fields(keyField_).Value());
+    additions_->Fields(nameField_).SetValue(name);
+    additions_->Update();
     return id;
 }
 

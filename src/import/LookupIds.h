@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -17,7 +18,7 @@ namespace marrowkit {
 /// statement finds is for the database to say each time.
 class LookupIds {
 public:
-    /// `database` must outlive the object; the texts must be literals.
+    /// `database` must stay open as long as the object lives; the texts must be literals.
     LookupIds(dao::Database& database, std::string_view table, std::string_view keyField,
               std::string_view nameField);
 
@@ -25,12 +26,17 @@ public:
 
 private:
     std::int32_t FindOrAdd(const std::string& name);
+    std::int32_t Add(const std::string& name);
 
     dao::Database& database_;
+    std::string table_;
     std::string query_;
     std::string_view keyField_;
     std::string_view nameField_;
     std::unordered_map<std::string, std::int32_t> known_;
+    /// Through which rows are added, from the first that is missing on. Closing a changed recordset writes
+    /// everything to the disk, so it is not done for each row.
+    std::optional<dao::Recordset> additions_;
 };
 
 }  // namespace marrowkit

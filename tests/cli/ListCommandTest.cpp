@@ -17,8 +17,8 @@ TEST(ListCommand, NamesDatabasesInOrder) {
     const CommandLineRun run = RunCli({"--library", root, "list"});
     EXPECT_EQ(run.exitCode, 0);
     const std::string prefix = WindowsPath(root) + "\\";
-    EXPECT_EQ(run.out, "Name,Bytes,Path\n\"Alpha\",3,\"" + prefix + "Alpha\\Alpha.mdb\"\n\"beta\",5,\"" +
-                           prefix + "beta\\beta.mdb\"\n");
+    EXPECT_EQ(run.out, "Name,Version,Games,Bytes,Path\n\"Alpha\",,,3,\"" + prefix +
+                           "Alpha\\Alpha.mdb\"\n\"beta\",,,5,\"" + prefix + "beta\\beta.mdb\"\n");
     const auto document = nlohmann::json::parse(RunCli({"--library", root, "list", "--json"}).out);
     ASSERT_EQ(document.size(), 2u);
     EXPECT_EQ(document[1]["Name"], "beta");
@@ -29,7 +29,7 @@ TEST(ListCommand, IsEmptyForAnEmptyLibrary) {
     const TemporaryFolder library;
     const CommandLineRun run = RunCli({"list", "--library", library.Path().string()});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.out, "Name,Bytes,Path\n");
+    EXPECT_EQ(run.out, "Name,Version,Games,Bytes,Path\n");
 }
 
 }  // namespace

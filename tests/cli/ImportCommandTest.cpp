@@ -1,0 +1,179 @@
+#include <csignal>
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "cli/CommandLineTester.h"
+#include "maintenance/FrontendDatabase.h"
+#include "platform/files/HostPath.h"
+#include "support/TemporaryFolder.h"
+
+namespace marrowkit::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+std::string Line(const std::string& name, const std::string& file, const std::string& crc = "1",
+                 const std::string& size = "1") {
+    return "\xAC"
+           "p\xAC"
+           "p\xAC" +
+           name +
+           "\xAC"
+           "d\xAC" +
+           file + "\xAC" + crc + "\xAC" + size + "\xAC\xAC\xAC\r\n";
+}
+
+class ImportCommand : public testing::Test {
+protected:
+    ImportCommand() {
+        fs::copy_file(database_.HostFile(), database_.LibraryFolder() / "Empty.mdb");
+        WriteFile(folder_ / "roms/Sub/found.zip", "123456789");
+        WriteFile(folder_ / "roms/stray.bin", "stray");
+    }
+
+    std::string Datafile(const std::string& name, const std::string& games,
+                         const std::string& version = "2.00") {
+        WriteFile(folder_ / name, "[DAT]\r\nversion=" + version + "\r\n[GAMES]\r\n" + games);
+        return (folder_ / name).string();
+    }
+
+    CommandLineRun Run(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"--library", database_.LibraryFolder().string(), "import"});
+        return RunCli(std::move(arguments));
+    }
+
+    bool Exists(const std::string& name) const { return fs::exists(database_.LibraryFolder() / name); }
+
+    FrontendDatabase database_{2, 5};
+    TemporaryFolder folder_;
+};
+
+TEST_F(ImportCommand, MakesADatabaseNamedAfterTheDatafile) {
+    const CommandLineRun run = Run({Datafile("Games.dat", Line("A", "a") + Line("B", "b"))});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, "Database,Entries,Found\n\"" + database_.LibraryRoot() + "Games\\Games.mdb\",2,0\n");
+    EXPECT_EQ(run.err,
+              "Loading Datafile into memory...\nCreating New Database...\nAdding games to database...\n"
+              "You will need to run \"Scan and Fix Errors\" on this database file before you can use it.\n");
+    EXPECT_TRUE(Exists("Games/Games.mdb"));
+}
+
+TEST_F(ImportCommand, AddsToAnExistingDatabase) {
+    const CommandLineRun run = Run({Datafile("Games.dat", Line("A", "a")), "--into", "Arcade", "--quiet"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(database_.One("SELECT Name FROM Games"), "A");
+    EXPECT_FALSE(Exists("Games"));
+    EXPECT_EQ(Run({Datafile("Games.dat", Line("A", "a")), "--into", "Nothing"}).err,
+              "Huh? This database doesn't exist!\n");
+}
+
+TEST_F(ImportCommand, ScansForRoms) {
+    const std::string datafile =
+        Datafile("Games.dat", Line("A", "a.zip", "CBF43926", "9") + Line("B", "b.zip"));
+    const CommandLineRun run =
+        Run({datafile, "--into", "Arcade", "--roms", (folder_ / "roms").string(), "--match-extensions"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(run.out, EndsWith(",2,1\n"));
+    EXPECT_THAT(run.err, HasSubstr("Grabbing CRC-32 values for 1 files...\nCRC-32/Size Matches found:\n"));
+    EXPECT_THAT(database_.Rows("SELECT Filename, CCode FROM Games ORDER BY GA_Id"),
+                testing::ElementsAre("Sub\\found.zip|2", "|4"));
+}
+
+TEST_F(ImportCommand, TakesTosecFromTheDatafilesNameUnlessToldOtherwise) {
+    const std::string datafile = Datafile("Some tosec.dat", Line("A (1985)(S)", "A (1985)(S).st"));
+    EXPECT_EQ(Run({datafile, "--into", "Arcade"}).exitCode, 0);
+    EXPECT_EQ(Run({datafile, "--into", "Arcade", "--no-tosec"}).exitCode, 0);
+    const std::string other = Datafile("other.dat", Line("A (1986)(S)", "A (1986)(S).st"));
+    EXPECT_EQ(Run({other, "--into", "Arcade", "--tosec"}).exitCode, 0);
+    EXPECT_THAT(database_.Rows("SELECT Name, YE_ID FROM Games ORDER BY GA_Id"),
+                testing::ElementsAre("A |25", "A (1985)(S)|1", "A |26"));
+}
+
+TEST_F(ImportCommand, RefusesWhatTheDialogRefuses) {
+    const std::string datafile = Datafile("Games.dat", Line("A", "a"));
+    const struct {
+        std::vector<std::string> arguments;
+        std::string message;
+    } kCases[] = {
+        {{datafile, "--name", "Arcade"}, "There is already a Vellora folder with that name!\n"},
+        {{datafile, "--name", "a?b"}, "You have entered one or more invalid characters!\n"},
+        {{datafile, "--roms", (folder_ / "missing").string()}, "The Rom Path could not be found!\n"},
+        {{datafile, "--roms", "C:missing"}, "Please enter an absolute (full) Rom Path!\n"},
+        {{Datafile("old.dat", Line("A", "a"), "1.92")},
+         "This datafile was not found to be version 2.00!\n\nReported version is: [1.92]\n"},
+        {{(folder_ / "none.dat").string()},
+         "Could not find file: " + WindowsPath((folder_ / "none.dat").string()) + "\n"},
+        {{Datafile("empty.dat", "")}, "Loading Datafile into memory...\nThere were no games to import!\n"},
+    };
+    for (const auto& c : kCases) {
+        const CommandLineRun run = Run(c.arguments);
+        EXPECT_EQ(run.exitCode, 1) << c.message;
+        EXPECT_EQ(run.err, c.message);
+        EXPECT_EQ(run.out, "");
+    }
+    EXPECT_FALSE(Exists("Games"));
+}
+
+TEST_F(ImportCommand, KnowsWrongUsage) {
+    const std::string datafile = Datafile("Games.dat", Line("A", "a"));
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
+                                                      {datafile, "--name-column", "6"},
+                                                      {datafile, "--file-column", "8"},
+                                                      {datafile, "--name", "x", "--into", "Arcade"},
+                                                      {datafile, "--match-extensions"},
+                                                      {datafile, "--tosec", "--no-tosec"}}) {
+        EXPECT_EQ(Run(arguments).exitCode, 2);
+    }
+}
+
+TEST_F(ImportCommand, EndsWithTheFatalReportWhereThePlainLoaderFails) {
+    const std::string datafile = Datafile("Games.dat", Line("A", "a", "1", "x"));
+    const CommandLineRun run = Run({datafile, "--quiet"});
+    EXPECT_EQ(run.exitCode, 70);
+    EXPECT_THAT(run.err, HasSubstr("Run-time error '13':\n\nType mismatch\n"));
+    const CommandLineRun skipping = Run({datafile, "--quiet", "--skip-duplicates"});
+    EXPECT_EQ(skipping.exitCode, 1);
+    EXPECT_THAT(skipping.err, HasSubstr("it may be a misreported v1.92 datafile!"));
+}
+
+TEST_F(ImportCommand, ExplainsItselfWithoutWritingAnything) {
+    const std::string datafile = Datafile("Games.dat", Line("A", "a.zip", "CBF43926", "9") +
+                                                           "\xAC"
+                                                           "broken\xAC\r\n" +
+                                                           Line("B", "b.zip", "CBF43926", "10"));
+    const CommandLineRun run = Run({datafile, "--dry-run", "--roms", (folder_ / "roms").string(), "--json"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_FALSE(Exists("Games"));
+    EXPECT_THAT(run.err, testing::Not(HasSubstr("Scan and Fix")));
+    const auto report = nlohmann::json::parse(run.out);
+    std::vector<std::string> kinds;
+    for (const auto& row : report) kinds.push_back(row["Kind"]);
+    EXPECT_THAT(kinds, testing::ElementsAre("skipped line", "found", "near miss", "unused file"));
+    EXPECT_EQ(report[0]["Line"], 5);
+    EXPECT_EQ(report[1]["File"], "Sub\\found.zip");
+    EXPECT_EQ(report[3]["File"], "stray.bin");
+}
+
+TEST_F(ImportCommand, WritesItsReportIntoAFile) {
+    const std::string datafile = Datafile("Games.dat", Line("A", "a.zip", "CBF43926", "9"));
+    const std::string roms = (folder_ / "roms").string();
+    const CommandLineRun csv = Run({datafile, "--roms", roms, "--report", (folder_ / "r.csv").string()});
+    EXPECT_EQ(csv.exitCode, 0);
+    EXPECT_THAT(csv.out, HasSubstr("Database,Entries,Found\n"));
+    EXPECT_EQ(ReadFile(folder_ / "r.csv"),
+              "Kind,Line,Name,File,CRC,Size,Detail\n"
+              "\"found\",,\"A\",\"Sub\\found.zip\",\"CBF43926\",9,\"\"\n"
+              "\"unused file\",,\"\",\"stray.bin\",\"9E477589\",5,\"\"\n");
+    EXPECT_TRUE(Exists("Games/Games.mdb"));
+    Run({datafile, "--name", "Second", "--dry-run", "--report", (folder_ / "r.json").string()});
+    EXPECT_TRUE(nlohmann::json::parse(ReadFile(folder_ / "r.json")).empty());
+    EXPECT_FALSE(Exists("Second"));
+}
+
+}  // namespace
+}  // namespace marrowkit::test
