@@ -220,6 +220,7 @@ bool RowStore::Cursor::Next() {
     PageNumber page = started_ ? id_.page : 0;
     std::uint32_t slot = started_ ? std::uint32_t{id_.slot} + 1 : 0;
     started_ = true;
+    ended_ = false;
     for (;;) {
         if (page != 0 && OpenPage(page)) {
             const DataPage data(*store_->pager_, page_);
@@ -235,14 +236,16 @@ bool RowStore::Cursor::Next() {
         slot = 0;
         store_->ReadOwn(page);
     }
-    // Stays behind the last slot there can be, so that rows appended later are still met.
+    // Stays behind the last slot there is, so that rows appended later are still met.
     id_ = {page, static_cast<std::uint8_t>(slot == 0 ? 0 : slot - 1)};
+    ended_ = slot != 0;
     return false;
 }
 
 bool RowStore::Cursor::Previous() {
     PageNumber page = started_ ? id_.page : 0;
-    std::uint32_t slot = started_ ? id_.slot : 0;
+    std::uint32_t slot = started_ ? id_.slot + (ended_ ? 1U : 0U) : 0;
+    ended_ = false;
     for (;;) {
         if (page != 0 && OpenPage(page)) {
             const DataPage data(*store_->pager_, page_);
@@ -266,6 +269,7 @@ bool RowStore::Cursor::Previous() {
 void RowStore::Cursor::SeekTo(RowId row) {
     id_ = row;
     started_ = true;
+    ended_ = false;
 }
 
 StoredRow RowStore::Cursor::Row() const {

@@ -58,6 +58,7 @@ public:
         PageRef target_;
         std::uint64_t epoch_ = 0;
         bool started_ = false;
+        bool ended_ = false;  ///< behind the slot of id_, not on it
     };
 
 private:

@@ -1,0 +1,322 @@
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include "platform/jet/storage/Expect.h"
+#include "platform/jet/storage/LockFile.h"
+#include "platform/jet/storage/StructureCheck.h"
+#include "platform/jet/storage/TestDatabase.h"
+#include "platform/jet/storage/Workload.h"
+#include "support/FaultStorage.h"
+#include "support/TemporaryFolder.h"
+
+// Several processes on one file: real ones on real files, and several views of one disk in memory.
+
+namespace marrowkit::jet::test {
+namespace {
+
+using ::testing::IsEmpty;
+
+constexpr const char* kPath = "Test.mdb";
+
+class SharingTest : public ::testing::Test {
+protected:
+    SharingTest() {
+        FaultStorage storage(disk);
+        TestDatabase::Create(storage, kPath, JetVersion::Jet4);
+    }
+
+    static std::uint8_t ValueIn(Pager& pager) {
+        pager.Refresh();
+        return pager.Read(2).Bytes().U8(600);
+    }
+    static void Put(Pager& pager, std::uint8_t value) {
+        Unit unit(pager);
+        pager.Edit(2).Mutable().PutU8(600, value);
+        unit.Commit();
+    }
+
+    std::shared_ptr<FaultDisk> disk = std::make_shared<FaultDisk>();
+    FaultStorage one{disk};
+    FaultStorage two{disk};
+    FaultStorage three{disk};
+    PagerOptions exclusive{false, true};
+    PagerOptions readOnly{true, false};
+};
+
+TEST_F(SharingTest, EveryUserHasANumberAndTheLastRemovesTheFile) {
+    auto first = Pager::Open(one, kPath);
+    auto second = Pager::Open(two, kPath);
+    const auto& entries = disk->names.at("Test.ldb")->now;
+    ASSERT_EQ(entries.size(), 128U);
+    EXPECT_STREQ(reinterpret_cast<const char*>(entries.data()) + 32, "Admin");
+    EXPECT_STREQ(reinterpret_cast<const char*>(entries.data()) + 96, "Admin");
+    EXPECT_EQ(entries[63], ' ');
+    LockFile::User user;
+    EXPECT_TRUE(LockFile::FindUser(three, kPath, user));
+    EXPECT_EQ(user.name, "Admin");
+    first.reset();
+    EXPECT_TRUE(one.Exists("Test.ldb"));
+    second.reset();
+    EXPECT_FALSE(one.Exists("Test.ldb"));
+    EXPECT_FALSE(one.Exists("Test.mdb.mkjournal"));
+}
+
+TEST_F(SharingTest, TheLockFileIsNamedLikeTheDatabase) {
+    EXPECT_EQ(LockFile::PathFor("/a/b.c/Arcade.mdb"), "/a/b.c/Arcade.ldb");
+    EXPECT_EQ(LockFile::PathFor("/a/b.c/Arcade"), "/a/b.c/Arcade.ldb");
+    EXPECT_EQ(LockFile::PathFor("/a/.mdb"), "/a/.mdb.ldb");
+    EXPECT_EQ(LockFile::PathFor("My.Games.mdb"), "My.Games.ldb");
+}
+
+TEST_F(SharingTest, SeesWhatAnotherProcessWroteAfterItsFlush) {
+    const auto first = Pager::Open(one, kPath);
+    const auto second = Pager::Open(two, kPath);
+    const auto reader = Pager::Open(three, kPath, readOnly);
+    EXPECT_EQ(ValueIn(*second), 0);
+    EXPECT_EQ(ValueIn(*reader), 0);
+    const std::uint64_t generation = second->Generation();
+    Put(*first, 1);
+    EXPECT_EQ(ValueIn(*second), 0);
+    EXPECT_EQ(second->Generation(), generation);
+    first->Flush();
+    EXPECT_EQ(ValueIn(*second), 1);
+    EXPECT_EQ(ValueIn(*reader), 1);
+    EXPECT_GT(second->Generation(), generation);
+    Put(*second, 2);
+    second->Flush();
+    EXPECT_EQ(ValueIn(*first), 2);
+    EXPECT_EQ(ValueIn(*reader), 2);
+    EXPECT_EQ(ValueIn(*first), 2);
+}
+
+TEST_F(SharingTest, AUnitBuildsOnWhatOthersWroteBefore) {
+    const auto first = Pager::Open(one, kPath);
+    const auto second = Pager::Open(two, kPath);
+    for (int i = 0; i < 20; ++i) {
+        Pager& pager = i % 2 == 0 ? *first : *second;
+        Unit unit(pager);
+        const PageEdit page = pager.Edit(2);
+        page.Mutable().PutU8(600, static_cast<std::uint8_t>(page.Bytes().U8(600) + 1));
+        pager.Allocate();
+        unit.Commit();
+        pager.Flush();
+    }
+    EXPECT_EQ(ValueIn(*first), 20);
+    EXPECT_EQ(first->PageCount(), second->PageCount());
+}
+
+TEST_F(SharingTest, AFailedUnitKeepsNobodyWaiting) {
+    const auto first = Pager::Open(one, kPath);
+    const auto second = Pager::Open(two, kPath);
+    {
+        Unit unit(*first);
+        first->Edit(2).Mutable().PutU8(600, 9);
+    }
+    Put(*second, 1);
+    second->Flush();
+    EXPECT_EQ(ValueIn(*first), 1);
+}
+
+TEST_F(SharingTest, ModesThatExcludeEachOther) {
+    {
+        const auto first = Pager::Open(one, kPath, exclusive);
+        EXPECT_FALSE(one.Exists("Test.ldb"));
+        ExpectError(3045, [&] { Pager::Open(two, kPath); });
+        ExpectError(3045, [&] { Pager::Open(two, kPath, readOnly); });
+        ExpectError(3045, [&] { Pager::Open(two, kPath, exclusive); });
+        EXPECT_EQ(Pager::Open(one, kPath), first);
+    }
+    {
+        const auto first = Pager::Open(one, kPath);
+        ExpectError(3704, [&] { Pager::Open(two, kPath, exclusive); });
+        ExpectError(3045, [&] { Pager::Open(one, kPath, exclusive); });
+        EXPECT_TRUE(Pager::Open(two, kPath));
+    }
+    {
+        const auto first = Pager::Open(one, kPath, readOnly);
+        ExpectError(3045, [&] { Pager::Open(two, kPath, exclusive); });
+    }
+    EXPECT_TRUE(Pager::Open(two, kPath, exclusive));
+}
+
+TEST_F(SharingTest, AJet3DatabaseThatOthersUseSaysSoInItsOwnWords) {
+    FaultStorage fresh;
+    TestDatabase::Create(fresh, "Old.mdb", JetVersion::Jet3);
+    FaultStorage other(std::shared_ptr<FaultDisk>(&fresh.Disk(), [](FaultDisk*) {}));
+    const auto first = Pager::Open(fresh, "Old.mdb");
+    ExpectError(3356, [&] { Pager::Open(other, "Old.mdb", exclusive); });
+}
+
+TEST_F(SharingTest, ALeftOverLockFileIsHarmless) {
+    one.Open("Test.ldb", OpenMode::CreateNew)->Write(0, std::vector<std::uint8_t>(64, 'x'));
+    {
+        const auto pager = Pager::Open(one, kPath, exclusive);
+        EXPECT_FALSE(one.Exists("Test.ldb"));
+    }
+    one.Open("Test.ldb", OpenMode::CreateNew)->Write(0, std::vector<std::uint8_t>(64, 'x'));
+    Put(*Pager::Open(one, kPath), 3);
+    EXPECT_FALSE(one.Exists("Test.ldb"));
+}
+
+/// A program that knows Jet's locks but not ours.
+class Stranger {
+public:
+    explicit Stranger(FaultStorage& storage)
+        : file_(storage.Open("Test.ldb",
+                             storage.Exists("Test.ldb") ? OpenMode::ReadWrite : OpenMode::CreateNew)) {}
+    void Hold(std::uint64_t offset) { EXPECT_TRUE(file_->TryLock(offset, 1, true)); }
+
+private:
+    std::unique_ptr<StorageFile> file_;
+};
+
+TEST_F(SharingTest, WhatAStrangerUsesIsReadButNotWritten) {
+    auto stranger = std::make_unique<Stranger>(two);
+    stranger->Hold(0x10000001);
+    const auto pager = Pager::Open(one, kPath);
+    EXPECT_EQ(ValueIn(*pager), 0);
+    ExpectError(3045, [&] { Put(*pager, 1); });
+    ExpectError(3704, [&] { Pager::Open(three, kPath, exclusive); });
+    stranger.reset();
+    Put(*pager, 1);
+    EXPECT_EQ(ValueIn(*pager), 1);
+}
+
+TEST_F(SharingTest, LocksOnPagesOrTablesMeanAStranger) {
+    for (const std::uint64_t lock : {0x20000A01, 0x40000202, 0x50000203, 0x60000204}) {
+        const auto pager = Pager::Open(one, kPath);
+        auto stranger = std::make_unique<Stranger>(two);
+        stranger->Hold(lock);
+        ExpectError(3045, [&] { Put(*pager, 1); });
+        stranger.reset();
+        Put(*pager, 1);
+    }
+}
+
+TEST_F(SharingTest, AStrangerKeepsItsLockFile) {
+    auto stranger = std::make_unique<Stranger>(two);
+    stranger->Hold(0x10000001);
+    Pager::Open(one, kPath);
+    EXPECT_TRUE(one.Exists("Test.ldb"));
+}
+
+// ---- Real processes
+
+/// Runs a function in a process of its own.
+template <typename Function>
+pid_t Start(const Function& function) {
+    const pid_t child = ::fork();
+    if (child != 0) return child;
+    int code = 1;
+    try {
+        function();
+        code = 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "child: %s\n", error.what());
+    }
+    std::_Exit(code);
+}
+
+int Wait(pid_t child) {
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return status;
+}
+
+TEST(Processes, LoseNoUpdateOfEachOther) {
+    ::marrowkit::test::TemporaryFolder folder;
+    const std::string path = folder / "Shared.mdb";
+    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    constexpr std::uint32_t kUnits = 1000;
+    const auto work = [&](std::uint8_t who) {
+        TestDatabase database = TestDatabase::Open(HostStorage(), path);
+        RowStore rows = database.Rows();
+        BTree index = database.Index();
+        for (std::uint32_t i = 0; i < kUnits; ++i) {
+            Unit unit(*database.pager);
+            {
+                const PageEdit page = database.pager->Edit(2);
+                page.Mutable().PutU32(600, page.Bytes().U32(600) + 1);
+            }
+            std::vector<std::uint8_t> key{0x7F, who, static_cast<std::uint8_t>(i >> 8),
+                                          static_cast<std::uint8_t>(i)};
+            index.Insert(key, rows.Append(key));
+            unit.Commit();
+        }
+    };
+    const pid_t first = Start([&] { work(1); });
+    const pid_t second = Start([&] { work(2); });
+    EXPECT_EQ(Wait(first), 0);
+    EXPECT_EQ(Wait(second), 0);
+    TestDatabase database = TestDatabase::Open(HostStorage(), path);
+    EXPECT_EQ(database.pager->Read(2).Bytes().U32(600), 2 * kUnits);
+    EXPECT_EQ(CheckIndex(*database.pager, database.layout.root, true).entries.size(), 2 * kUnits);
+    EXPECT_THAT(CheckDatabase(database), IsEmpty());
+}
+
+TEST(Processes, ThatAreKilledLeaveWholeUnits) {
+    const char* rounds = std::getenv("MARROWKIT_KILL_ROUNDS");
+    ::marrowkit::test::TemporaryFolder folder;
+    const std::string path = folder / "Killed.mdb";
+    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    std::mt19937 random(1);
+    std::uint32_t last = 0;
+    for (int round = 0; round < (rounds != nullptr ? std::atoi(rounds) : 15); ++round) {
+        SCOPED_TRACE(round);
+        const pid_t child = Start([&] {
+            PagerOptions options;
+            options.cacheBytes = 1;
+            options.exclusive = round % 2 == 0;
+            TestDatabase database = TestDatabase::Open(HostStorage(), path, options);
+            RowStore rows = database.Rows();
+            LongValueStore values = database.LongValues();
+            BTree index = database.Index();
+            for (std::uint32_t i = 0;; ++i) {
+                Unit unit(*database.pager);
+                std::uint32_t count = 0;
+                {
+                    const PageEdit page = database.pager->Edit(2);
+                    count = page.Bytes().U32(600) + 1;
+                    page.Mutable().PutU32(600, count);
+                }
+                for (std::uint8_t k = 0; k < 5; ++k) {
+                    std::vector<std::uint8_t> key{0x7F,
+                                                  static_cast<std::uint8_t>(count * 37),
+                                                  static_cast<std::uint8_t>(count >> 16),
+                                                  static_cast<std::uint8_t>(count >> 8),
+                                                  static_cast<std::uint8_t>(count),
+                                                  k};
+                    std::vector<std::uint8_t> row = values.Store(std::vector<std::uint8_t>(300, k));
+                    row.resize(200);
+                    index.Insert(key, rows.Append(row));
+                }
+                unit.Commit();
+                if (i % 7 == 0) database.pager->Flush();
+            }
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(20 + random() % 60));
+        ::kill(child, SIGKILL);
+        Wait(child);
+        PagerOptions options;
+        options.exclusive = round % 3 == 0;
+        TestDatabase database = TestDatabase::Open(HostStorage(), path, options);
+        const std::uint32_t count = database.pager->Read(2).Bytes().U32(600);
+        EXPECT_GE(count, last);
+        last = count;
+        EXPECT_EQ(CheckIndex(*database.pager, database.layout.root, true).entries.size(), 5U * count);
+        EXPECT_THAT(CheckDatabase(database), IsEmpty());
+        EXPECT_FALSE(std::filesystem::exists(path + ".mkjournal.unfit"));
+        if (::testing::Test::HasFailure()) return;
+    }
+    EXPECT_GT(last, 0U);
+}
+
+}  // namespace
+}  // namespace marrowkit::jet::test
