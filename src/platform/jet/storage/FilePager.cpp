@@ -83,6 +83,7 @@ PageFrame* FilePager::FrameOf(PageNumber page) {
         const PageRef kept = MakeRef(frame);  // room for the pages ahead is not made by giving this one up
         ReadAhead(page + 1);
     }
+    if (!exclusive_ && !holdsWriteLock_) RequireUnchanged();
     return frame;
 }
 

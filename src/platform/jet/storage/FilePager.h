@@ -28,7 +28,7 @@ struct OpenedDatabase {
     std::size_t cacheBytes = 0;
 };
 
-/// The pager of a file. Not for use by several threads at once.
+/// The pager of a file.
 class FilePager final : public Pager {
 public:
     explicit FilePager(OpenedDatabase opened);
@@ -92,6 +92,7 @@ private:
     void ReleaseWrite();
     bool IsFlushDue();
     void NoticeChanges(const Journal::State& state);
+    void RequireUnchanged();
     void RecoverIfNeeded();
     void DropCleanPages();
 

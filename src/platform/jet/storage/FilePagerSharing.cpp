@@ -15,7 +15,8 @@
 //
 // The journal's header carries a counter that changes with every flush, and says while pages are being
 // written. Taking the write lock, and refreshing before a read, compare it with what was seen last and drop
-// the cached pages when it differs.
+// the cached pages when it differs. A reader compares it after every page that it had to get from the disk,
+// too: pages of before and after somebody's flush never meet in one answer.
 
 namespace marrowkit::jet {
 
@@ -101,6 +102,15 @@ void FilePager::NoticeChanges(const Journal::State& state) {
     if (state == seen_) return;
     seen_ = state;
     DropCleanPages();
+}
+
+/// A page was just read without holding the write lock. If someone has begun to write since the last refresh,
+/// it need not go with the pages read before, and what is being done with them cannot go on.
+void FilePager::RequireUnchanged() {
+    const Journal::State state = journal_->Peek(lockFile_ == nullptr);
+    if (state == seen_) return;
+    NoticeChanges(state);
+    RaiseJet(JetError::ChangedByOther);
 }
 
 /// REQUIRES: no page is dirty.

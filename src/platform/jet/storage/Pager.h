@@ -85,20 +85,29 @@ struct PagerOptions {
 ///
 /// **Units.** All changes happen between BeginUnit and CommitUnit; RollbackUnit restores what every page held
 /// at BeginUnit. Units nest (a statement inside a transaction); an inner rollback undoes the inner unit only.
-/// A committed unit is durable after the next Flush. Flush happens when asked for, when the last reference to
-/// the pager goes, when another process waits for its turn to write, and when too many changed pages have
-/// piled up; so a crash loses whole units at most, from the last backwards, and never a part of one.
+/// No PageEdit may live on when its unit ends. A committed unit is durable after the next Flush. Flush
+/// happens when asked for, when the last reference to the pager goes, when another process waits for its turn
+/// to write or was kept from it for a while, and when too many changed pages have piled up; so a crash loses
+/// whole units at most, from the last backwards, and never a part of one. The last three are looked for when
+/// a unit ends: whoever goes idle calls Flush.
 ///
-/// **Journal.** Before a page changes for the first time since the last flush, what it held goes to
-/// `<file>.mkjournal`; the journal is on disk before the first changed page is, and removed after the last
-/// one is. Opening a file that has a journal puts those pages back, if the journal belongs to this very state
-/// of the file (it says which pages the interrupted flush could have touched and how the others looked); a
-/// journal that does not fit is never replayed and set aside.
+/// **Journal.** Before a flush writes over pages, what they hold goes to `<file>.mkjournal` and is made
+/// durable; when all pages are, the journal is declared void. Opening a file whose journal is not void undoes
+/// the interrupted flush, if the journal belongs to this very state of the file (see Journal.cpp); a journal
+/// that does not fit is never replayed and set aside. Memory stays bounded: a unit that changes more pages
+/// than the cache holds is written early, the same way.
+///
+/// When a flush fails, nothing committed is lost: a later one tries again. When the host refuses to make
+/// pages durable that were written early, the pager refuses everything that follows (3043), and closing it
+/// takes the file back to the last complete flush.
 ///
 /// **Sharing.** Opening the same file twice in one process gives the same pager (see Open). Other processes
 /// are noticed through the .ldb file; a unit takes the file's write lock, looks whether the file changed
 /// since, and drops stale pages. An open file that a stranger to this scheme uses as well is read, not
-/// written (3045).
+/// written (3045). Reading outside of a unit raises 3197 when another process's flush got in between pages
+/// that must go together; the operation can be repeated at once.
+///
+/// Not for use by several threads at once.
 ///
 /// Damage (a page beyond the end, a read error) raises 3049 / 3040 with the page number.
 class Pager : public std::enable_shared_from_this<Pager> {
@@ -120,7 +129,7 @@ public:
     virtual PageNumber PageCount() const = 0;
 
     virtual PageRef Read(PageNumber page) = 0;
-    /// REQUIRES: a unit is open. Throws 3027 on a read-only database.
+    /// REQUIRES: a unit is open. Throws 3027 on a read-only database, 3045 while a stranger uses it.
     virtual PageEdit Edit(PageNumber page) = 0;
 
     /// A zeroed page, taken from the free pages of the global map or added at the end of the file. Throws
@@ -131,12 +140,15 @@ public:
     /// Whether the global map says the page is free.
     virtual bool IsFree(PageNumber page) = 0;
 
+    /// Throws 3046 when another process keeps writing for too long.
     virtual void BeginUnit() = 0;
+    /// Throws what Flush throws when a flush is due; the unit is open still then.
     virtual void CommitUnit() = 0;
     virtual void RollbackUnit() noexcept = 0;
     /// 0 outside of units.
     virtual int UnitDepth() const = 0;
-    /// Everything committed becomes durable and visible to other processes. REQUIRES: no unit is open.
+    /// Everything committed becomes durable and visible to other processes, and they get their turn to write.
+    /// REQUIRES: no unit is open. Throws 3026 / 3043 and what creating the journal throws (3051).
     virtual void Flush() = 0;
     /// Notices what other processes have written: drops stale pages and raises Generation(). For the start of
     /// every operation that reads outside of a unit (BeginUnit does it by itself); costs one small read of

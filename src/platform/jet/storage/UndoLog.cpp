@@ -48,10 +48,11 @@ void UndoLog::Merge() {
         if (page < outer.pageCount && !outer.images.contains(page)) needed.emplace_back(index, page);
     }
     std::sort(needed.begin(), needed.end());
-    std::vector<std::uint8_t> image(pageBytes_);
+    std::vector<std::uint8_t> image;
     std::size_t end = inner.firstImage;
     for (const auto& [index, page] : needed) {
         if (index != end) {
+            image.resize(pageBytes_);
             Load(index, image);
             Store(end, image);
         }

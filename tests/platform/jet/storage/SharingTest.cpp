@@ -96,6 +96,25 @@ TEST_F(SharingTest, SeesWhatAnotherProcessWroteAfterItsFlush) {
     EXPECT_EQ(ValueIn(*first), 2);
 }
 
+TEST_F(SharingTest, NeverMixesPagesFromBeforeAndAfterAFlush) {
+    for (const bool asReader : {false, true}) {
+        {
+            const auto writer = Pager::Open(one, kPath);
+            Put(*writer, 1);
+        }
+        const auto writer = Pager::Open(one, kPath);
+        const auto reader = Pager::Open(two, kPath, asReader ? readOnly : PagerOptions{});
+        EXPECT_EQ(ValueIn(*reader), 1);
+        const PageNumber last = writer->PageCount() - 1;
+        Put(*writer, 2);
+        writer->Flush();
+        EXPECT_EQ(reader->Read(2).Bytes().U8(600), 1);  // cached: still the old state, and all of it
+        ExpectError(3197, [&] { reader->Read(last); });
+        EXPECT_EQ(reader->Read(last).Number(), last);
+        EXPECT_EQ(reader->Read(2).Bytes().U8(600), 2);
+    }
+}
+
 TEST_F(SharingTest, AUnitBuildsOnWhatOthersWroteBefore) {
     const auto first = Pager::Open(one, kPath);
     const auto second = Pager::Open(two, kPath);
