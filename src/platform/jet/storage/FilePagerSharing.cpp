@@ -76,6 +76,13 @@ void FilePager::WaitForTurn() {
 void FilePager::ReleaseWrite() {
     if (!holdsWriteLock_) return;
     holdsWriteLock_ = false;
+    // Until here nobody else could write, so whatever the journal says now is our own doing: a flush, or one
+    // that failed before it touched the file.
+    try {
+        seen_ = journal_->Peek(false);
+    } catch (const RuntimeError&) {
+        seen_ = {true, 0};  // nothing known: everything is read again
+    }
     gaveWay_ = lockFile_->DoOthersWait();
     lockFile_->UnlockWrite();
 }

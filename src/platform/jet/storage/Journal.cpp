@@ -255,8 +255,17 @@ void Journal::ForgetBatch() {
     batch_.clear();
     pending_.clear();
     pendingAt_ = sealedEnd_;
-    // Nothing was written in place yet, so the next batch starts over with a header of its own.
-    if (!everSealed_) active_ = false;
+    if (everSealed_) return;
+    // Nothing was written in place yet, so the next batch starts over with a header of its own. Others need
+    // not find this one; if they do, it changes nothing.
+    active_ = false;
+    try {
+        Header header;
+        header.counter = counter_;
+        File().Write(0, header.Serialize());
+    } catch (const RuntimeError&) {
+        return;
+    }
 }
 
 void Journal::Finish() {
