@@ -1,0 +1,93 @@
+#include "forms/Messages.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QMessageBox>
+
+#include "forms/QtText.h"
+
+namespace marrowkit {
+namespace {
+
+// One frame of a 60 Hz display: painting more often cannot be seen.
+constexpr qint64 kFrameMilliseconds = 16;
+
+QElapsedTimer& SinceLastPump() {
+    static QElapsedTimer timer;
+    return timer;
+}
+
+QMessageBox::Icon QtIcon(MessageIcon icon) {
+    switch (icon) {
+        case MessageIcon::Information:
+            return QMessageBox::Information;
+        case MessageIcon::Exclamation:
+            return QMessageBox::Warning;
+        case MessageIcon::Question:
+            return QMessageBox::Question;
+        case MessageIcon::Error:
+            return QMessageBox::Critical;
+        case MessageIcon::None:
+            break;
+    }
+    return QMessageBox::NoIcon;
+}
+
+QMessageBox::StandardButtons QtButtons(MessageButtons buttons) {
+    switch (buttons) {
+        case MessageButtons::YesNo:
+            return QMessageBox::Yes | QMessageBox::No;
+        case MessageButtons::YesNoCancel:
+            return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+        case MessageButtons::Ok:
+            break;
+    }
+    return QMessageBox::Ok;
+}
+
+}  // namespace
+
+MessageAnswer ShowMessageBox(QWidget* owner, const std::string& text, MessageIcon icon,
+                             const std::string& title, MessageButtons buttons, bool noIsDefault) {
+    QMessageBox box(owner);
+    box.setObjectName(QStringLiteral("messageBox"));
+    box.setTextFormat(Qt::PlainText);
+    box.setWindowTitle(ToQt(title));
+    box.setText(ToQt(text).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
+    box.setIcon(QtIcon(icon));
+    box.setStandardButtons(QtButtons(buttons));
+    if (noIsDefault) box.setDefaultButton(QMessageBox::No);
+    // What the box says must not look like a busy program.
+    const bool hourglass = QApplication::overrideCursor() != nullptr;
+    if (hourglass) QApplication::setOverrideCursor(Qt::ArrowCursor);
+    const int answer = box.exec();
+    if (hourglass) QApplication::restoreOverrideCursor();
+    switch (answer) {
+        case QMessageBox::Yes:
+            return MessageAnswer::Yes;
+        case QMessageBox::No:
+            return MessageAnswer::No;
+        case QMessageBox::Cancel:
+            return MessageAnswer::Cancel;
+        default:
+            return MessageAnswer::Ok;
+    }
+}
+
+void PumpEvents() {
+    QElapsedTimer& timer = SinceLastPump();
+    if (timer.isValid() && timer.elapsed() < kFrameMilliseconds) return;
+    PumpEventsNow();
+}
+
+void PumpEventsNow() {
+    QCoreApplication::processEvents();
+    SinceLastPump().start();
+}
+
+void ShowHourglass(bool on) {
+    while (QApplication::overrideCursor() != nullptr) QApplication::restoreOverrideCursor();
+    if (on) QApplication::setOverrideCursor(Qt::WaitCursor);
+}
+
+}  // namespace marrowkit
