@@ -74,10 +74,13 @@ MessageAnswer ShowMessageBox(QWidget* owner, const std::string& text, MessageIco
     }
 }
 
+bool FrameIsDue() {
+    const QElapsedTimer& timer = SinceLastPump();
+    return !timer.isValid() || timer.elapsed() >= kFrameMilliseconds;
+}
+
 void PumpEvents() {
-    QElapsedTimer& timer = SinceLastPump();
-    if (timer.isValid() && timer.elapsed() < kFrameMilliseconds) return;
-    PumpEventsNow();
+    if (FrameIsDue()) PumpEventsNow();
 }
 
 void PumpEventsNow() {

@@ -1,0 +1,122 @@
+#include "import/frmProgress.h"
+
+#include <QCloseEvent>
+#include <QHBoxLayout>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include "forms/FatalError.h"
+#include "forms/Messages.h"
+#include "forms/QtText.h"
+#include "forms/Twips.h"
+#include "import/ImportEngine.h"
+#include "import/ImportSettings.h"
+
+namespace marrowkit {
+
+frmProgress::frmProgress(QWidget* owner, const QString& datafileName) : QDialog(owner) {
+    setObjectName(QStringLiteral("frmProgress"));
+    lblPrompt = new QLabel(QStringLiteral("Initialising..."));
+    lblPrompt->setObjectName(QStringLiteral("lblPrompt"));
+    lblPrompt->setTextFormat(Qt::PlainText);
+    lblStatus = new QLabel;
+    lblStatus->setObjectName(QStringLiteral("lblStatus"));
+    lblStatus->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    pbStatus = new QProgressBar;
+    pbStatus->setObjectName(QStringLiteral("pbStatus"));
+    pbStatus->setTextVisible(false);
+    pbStatus->setRange(0, 1);
+    pbStatus->setValue(0);
+    cmdCancel = new QPushButton(QStringLiteral("&Cancel"));
+    cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
+
+    auto* texts = new QHBoxLayout;
+    texts->addWidget(lblPrompt, 1);
+    texts->addWidget(lblStatus);
+    auto* bottom = new QHBoxLayout;
+    bottom->addWidget(pbStatus, 1);
+    bottom->addWidget(cmdCancel);
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(texts);
+    layout->addLayout(bottom);
+
+    connect(cmdCancel, &QPushButton::clicked, this, [this] {
+        cmdCancel->setEnabled(false);
+        cancelled_ = true;
+    });
+    SetInnerSize(*this, 5175, 1215);
+    GlobalImportSettings().ImportCancelled = false;
+    setWindowTitle(QStringLiteral("Importing %1...").arg(datafileName));
+    ShowHourglass(true);
+}
+
+frmProgress::~frmProgress() {
+    ShowHourglass(false);
+}
+
+void frmProgress::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    if (started_) return;
+    started_ = true;
+    QTimer::singleShot(0, this, Guarded([this] { Run(); }));
+}
+
+void frmProgress::Run() {
+    PumpEventsNow();
+    running_ = true;
+    RunImport(GlobalImportSettings(), *this, [this](const std::string& text) {
+        ShowMessageBox(this, text, MessageIcon::Information, std::string(kApplicationTitle));
+    });
+    running_ = false;
+    GlobalImportSettings().ImportCancelled = cancelled_;
+    accept();
+}
+
+void frmProgress::reject() {
+    if (running_) {
+        cmdCancel->click();
+    } else {
+        QDialog::reject();
+    }
+}
+
+void frmProgress::closeEvent(QCloseEvent* event) {
+    if (!running_) return QDialog::closeEvent(event);
+    cmdCancel->click();
+    event->ignore();
+}
+
+void frmProgress::SetPrompt(const std::string& text) {
+    lblPrompt->setText(ToQt(text));
+}
+
+void frmProgress::SetStatus(const std::string& text) {
+    status_ = text;
+}
+
+void frmProgress::SetBarRange(std::int32_t minimum, std::int32_t maximum) {
+    // A range of nothing would make the bar run to and fro instead of standing still.
+    pbStatus->setRange(minimum, maximum > minimum ? maximum : minimum + 1);
+    barValue_ = minimum;
+}
+
+void frmProgress::SetBarValue(std::int32_t value) {
+    barValue_ = value;
+}
+
+void frmProgress::SetCancelEnabled(bool enabled) {
+    cmdCancel->setEnabled(enabled);
+}
+
+void frmProgress::LetEventsRun() {
+    if (!FrameIsDue()) return;
+    ShowLatest();
+    PumpEventsNow();
+}
+
+void frmProgress::ShowLatest() {
+    lblStatus->setText(ToQt(status_));
+    pbStatus->setValue(barValue_);
+}
+
+}  // namespace marrowkit

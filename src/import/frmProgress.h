@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QDialog>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QString>
+
+#include "import/ImportProgress.h"
+
+namespace marrowkit {
+
+/// Runs one import as soon as it is first shown, shows how far it is, and closes itself at the end.
+/// Everything it needs is in GlobalImportSettings(); it leaves ImportSucceeded, NewDatabaseKey and
+/// ImportCancelled there.
+class frmProgress : public QDialog, private ImportProgress {
+    Q_OBJECT
+
+public:
+    frmProgress(QWidget* owner, const QString& datafileName);
+    ~frmProgress() override;
+
+    /// Esc and the close box press Cancel; the window goes when the import has noticed.
+    void reject() override;
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void SetPrompt(const std::string& text) override;
+    void SetStatus(const std::string& text) override;
+    void SetBarRange(std::int32_t minimum, std::int32_t maximum) override;
+    void SetBarValue(std::int32_t value) override;
+    void SetCancelEnabled(bool enabled) override;
+    bool Cancelled() const override { return cancelled_; }
+    void LetEventsRun() override;
+
+    void Run();
+    void ShowLatest();
+
+    QLabel* lblPrompt;
+    QLabel* lblStatus;
+    QProgressBar* pbStatus;
+    QPushButton* cmdCancel;
+
+    bool cancelled_ = false;
+    bool started_ = false;
+    bool running_ = false;
+    // What the stages said last; the controls follow once a frame.
+    std::string status_;
+    std::int32_t barValue_ = 0;
+};
+
+}  // namespace marrowkit
