@@ -3,13 +3,13 @@
 #include <algorithm>
 
 #include "platform/files/FileTools.h"
-#include "platform/text/Utf8.h"
+#include "platform/text/Text.h"
 #include "shell/modGlobal.h"
 
 namespace marrowkit {
 namespace {
 
-constexpr std::size_t kDatafileEndingChars = 4;  // ".dat"
+constexpr int kDatafileEndingChars = 4;  // ".dat"
 
 bool IsLetter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
@@ -68,7 +68,7 @@ std::string MakeDefaultDatabaseName(std::string_view fileName) {
     std::string name =
         Utf8Left(fileName, Utf8Length(fileName) - std::min(Utf8Length(fileName), kDatafileEndingChars));
     std::erase_if(name, [](char c) { return kInvalidNameCharacters.find(c) != std::string_view::npos; });
-    name = Utf8Left(name, kMaxDatabaseNameChars);
+    name = Left(name, kMaxDatabaseNameChars);
     return name.empty() ? "New Vellora" : name;
 }
 
