@@ -6,8 +6,8 @@
 # Asks for nothing, says nothing when nothing is missing, and needs root or sudo only when something is.
 set -euo pipefail
 
-build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev qt6-base-dev libgl1-mesa-dev)
-tests=(libgtest-dev libgmock-dev libsqlite3-dev mdbtools python3 procps)
+build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev qt6-base-dev libqt6svg6-dev libgl1-mesa-dev python3)
+tests=(libgtest-dev libgmock-dev libsqlite3-dev mdbtools procps)
 benchmarks=(libbenchmark-dev libsqlite3-dev libdeflate-dev zlib1g-dev mdbtools rhash sqlite3)
 
 packages=("${build[@]}")
@@ -53,8 +53,7 @@ fi
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 echo "Installing ${missing[*]} ..."
-export DEBIAN_FRONTEND=noninteractive
-if ! { "${root[@]}" apt-get update && "${root[@]}" apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+if ! { "${root[@]}" apt-get update && "${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
     tail -n 20 "$log" >&2
     echo "setup.sh: the packages could not be installed; the lines above say why." >&2
     exit 1
