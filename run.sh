@@ -5,9 +5,9 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 scripts/setup.sh build
-preset=${MARROWKIT_PRESET:-dev}
+preset=${MARROWKIT_PRESET:-release}
 echo "Building ..."
-cmake --preset "$preset" -DMARROWKIT_TESTS=OFF >/dev/null
+cmake --preset "$preset" >/dev/null
 cmake --build "build/$preset" | tail -n 1
 cli=build/$preset/src/cli/marrowkit-cli
 
