@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/files/FileTools.h"
+#include "platform/files/FileSystem.h"
 #include "platform/text/Text.h"
 #include "shell/modGlobal.h"
 
@@ -35,7 +35,7 @@ std::optional<ImportRefusal> ApplyImportChoices(const ImportChoices& choices, Im
     if (!settings.ImportIntoExisting) {
         if (choices.name.empty()) return ImportRefusal{"You must enter a Vellora name!", Field::Name};
         newFolder = LibraryRoot + choices.name;
-        if (FileTools().FolderExists(newFolder)) {
+        if (IsFolder(newFolder)) {
             return ImportRefusal{"There is already a Vellora folder with that name!", Field::Name};
         }
         newFolderSlash = newFolder.back() == '\\' ? newFolder : newFolder + "\\";
@@ -44,7 +44,7 @@ std::optional<ImportRefusal> ApplyImportChoices(const ImportChoices& choices, Im
         if (!IsAbsoluteRomPath(choices.romPath)) {
             return ImportRefusal{"Please enter an absolute (full) Rom Path!", Field::RomPath};
         }
-        if (!FileTools().FolderExists(choices.romPath)) {
+        if (!IsFolder(choices.romPath)) {
             return ImportRefusal{"The Rom Path could not be found!", Field::RomPath};
         }
     }

@@ -15,7 +15,7 @@
 #include "import/ImportSettings.h"
 #include "import/frmBrowseFolder.h"
 #include "import/frmProgress.h"
-#include "platform/files/FileTools.h"
+#include "platform/files/FileSystem.h"
 #include "platform/files/Paths.h"
 #include "platform/files/StartCommand.h"
 
@@ -278,7 +278,7 @@ void frmRomCenter2::ViewDatafile() {
 void frmRomCenter2::PickRomFolder() {
     std::string& path = GlobalImportSettings().BrowseFolderPath;
     path = FromQt(txtRomPath->text());
-    if (!IsAbsoluteRomPath(path) || !FileTools().FolderExists(path)) path.clear();
+    if (!IsAbsoluteRomPath(path) || !IsFolder(path)) path.clear();
     frmBrowseFolder(this).exec();
     if (path.empty()) return;
     txtRomPath->setText(ToQt(path));

@@ -5,8 +5,8 @@
 
 namespace marrowkit {
 
-/// The two switches of the program. Each counts wherever its text stands in the command line, in any case of letters, also
-/// within a longer word.
+/// The two switches of the program. Each counts wherever its text stands in the command line, in any case of
+/// letters, also within a longer word.
 struct CommandLineSwitches {
     bool expert = false;
     bool noMessageBox = false;

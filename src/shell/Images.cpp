@@ -1,0 +1,53 @@
+#include "shell/Images.h"
+
+#include <QFile>
+#include <QImage>
+#include <QImageReader>
+#include <QPainter>
+#include <QPixmap>
+#include <QSvgRenderer>
+
+#include "forms/QtText.h"
+#include "platform/errors/RuntimeError.h"
+
+namespace marrowkit {
+namespace {
+
+// The drawings are made on a grid that falls on whole pixels at these sizes; the larger ones serve high-DPI
+// screens.
+constexpr int kSizes[] = {16, 24, 32, 48, 64, 96, 128, 256};
+
+}  // namespace
+
+QIcon BuiltInImage(std::string_view name) {
+    QSvgRenderer renderer(QStringLiteral(":/images/%1.svg").arg(ToQt(name)));
+    QIcon icon;
+    for (const int size : kSizes) {
+        QPixmap pixmap(size, size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        renderer.render(&painter);
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}
+
+QIcon LoadStartupIcon(std::string_view hostPath) {
+    const QString file =
+        QFile::decodeName(QByteArray(hostPath.data(), static_cast<qsizetype>(hostPath.size())));
+    if (!QFile::exists(file)) Raise(RuntimeErrorNumber::FileNotFound);
+    QImageReader reader(file);
+    reader.setDecideFormatFromContent(true);
+    QImage image = reader.read();
+    if (image.isNull()) Raise(RuntimeErrorNumber::InvalidPicture);
+    image = image.convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        auto* pixels = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            if (pixels[x] == qRgb(255, 255, 255)) pixels[x] = qRgba(255, 255, 255, 0);
+        }
+    }
+    return QIcon(QPixmap::fromImage(std::move(image)));
+}
+
+}  // namespace marrowkit
