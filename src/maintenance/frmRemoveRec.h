@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QDialog>
+#include <QListWidget>
+#include <QPushButton>
+#include <optional>
+
+#include "forms/FatalError.h"
+#include "platform/dao/Dao.h"
+#include "shell/UserInterface.h"
+
+namespace marrowkit {
+
+/// Deletes records of the lookup tables, after moving their games to another record. Holds one connection to
+/// CurrentDatabasePath from its load to its unload.
+class frmRemoveRec : public QDialog, private HoldsDatabase {
+    Q_OBJECT
+
+public:
+    /// Opens the database; its errors reach the caller. `ui` shows the messages.
+    frmRemoveRec(QWidget* owner, UserInterface& ui);
+    ~frmRemoveRec() override;
+
+private:
+    void CloseDatabase() noexcept override;
+    void ShowTable();
+    void DeleteRecord();
+    void RemoveFromList(int row);
+    void FocusRecords();
+
+    UserInterface& ui_;
+    QListWidget* lstTable;
+    QListWidget* lstRecords;
+    QPushButton* cmdDelete;
+    QPushButton* cmdClose;
+    std::optional<dao::Database> database_;
+};
+
+}  // namespace marrowkit
