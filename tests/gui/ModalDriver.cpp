@@ -1,0 +1,80 @@
+#include "gui/ModalDriver.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+namespace marrowkit::test {
+namespace {
+
+constexpr int kPollMilliseconds = 5;
+constexpr int kPatienceMilliseconds = 20000;
+
+}  // namespace
+
+ModalDriver::ModalDriver() { Schedule(); }
+
+ModalDriver::~ModalDriver() {
+    if (!Done()) ADD_FAILURE() << steps_.size() << " expected modal window(s) never came";
+}
+
+void ModalDriver::AnswerBox(QMessageBox::StandardButton answer) { steps_.push_back({QString(), answer, nullptr}); }
+
+void ModalDriver::UseDialog(const QString& objectName, std::function<void(QDialog&)> use) {
+    steps_.push_back({objectName, QMessageBox::NoButton, std::move(use)});
+}
+
+void ModalDriver::Schedule() {
+    // A new shot each time: a repeating timer does not fire inside the event loops that its own steps open.
+    QTimer::singleShot(kPollMilliseconds, this, [this] { Poll(); });
+}
+
+void ModalDriver::Poll() {
+    Schedule();
+    QWidget* window = QApplication::activeModalWidget();
+    if (window == nullptr || !window->isVisible()) {
+        waiting_.invalidate();
+        return;
+    }
+    if (!waiting_.isValid()) waiting_.start();
+    auto* box = qobject_cast<QMessageBox*>(window);
+    if (steps_.empty()) {
+        if (box != nullptr) GiveUp(*window, QStringLiteral("unexpected message: ") + box->text());
+        if (waiting_.elapsed() > kPatienceMilliseconds) GiveUp(*window, QStringLiteral("nobody closes this window"));
+        return;
+    }
+    const Step& next = steps_.front();
+    const bool wantsBox = next.dialogName.isEmpty();
+    if (box != nullptr && !wantsBox) return GiveUp(*window, QStringLiteral("unexpected message: ") + box->text());
+    if (wantsBox != (box != nullptr) || (!wantsBox && window->objectName() != next.dialogName)) {
+        if (waiting_.elapsed() > kPatienceMilliseconds) GiveUp(*window, QStringLiteral("another window was expected"));
+        return;
+    }
+    const Step step = next;
+    steps_.pop_front();
+    waiting_.invalidate();
+    if (box == nullptr) return step.use(*qobject_cast<QDialog*>(window));
+
+    SeenBox seen;
+    seen.title = box->windowTitle();
+    seen.text = box->text();
+    seen.icon = box->icon();
+    seen.buttons = box->standardButtons();
+    if (box->defaultButton() != nullptr) seen.defaultButton = box->standardButton(box->defaultButton());
+    boxes_.push_back(seen);
+    if (QAbstractButton* button = box->button(step.answer)) {
+        button->click();
+    } else {
+        GiveUp(*window, QStringLiteral("the box has no such button: ") + box->text());
+    }
+}
+
+void ModalDriver::GiveUp(QWidget& window, const QString& why) {
+    ADD_FAILURE() << window.objectName().toStdString() << ": " << why.toStdString();
+    waiting_.invalidate();
+    if (auto* dialog = qobject_cast<QDialog*>(&window)) dialog->reject();
+}
+
+}  // namespace marrowkit::test
