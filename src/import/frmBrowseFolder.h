@@ -9,9 +9,9 @@
 
 namespace marrowkit {
 
-/// Picks a folder: a list of drives, and below it the current folder's way from the drive down to it and its subfolders. A
-/// double click (or Enter) on an entry makes it the current folder. BrowseFolderPath of the import settings names the folder
-/// to start in, and afterwards the one chosen; empty when none was.
+/// Picks a folder: a list of drives, and below it the current folder's way from the drive down to it and its
+/// subfolders. A double click (or Enter) on an entry makes it the current folder. BrowseFolderPath of the
+/// import settings names the folder to start in, and afterwards the one chosen; empty when none was.
 class frmBrowseFolder : public QDialog {
     Q_OBJECT
 

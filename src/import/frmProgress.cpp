@@ -14,7 +14,8 @@
 
 namespace marrowkit {
 
-frmProgress::frmProgress(QWidget* owner, const QString& datafileName) : QDialog(owner) {
+frmProgress::frmProgress(QWidget* owner, UserInterface& ui, const QString& datafileName)
+    : QDialog(owner), ui_(ui) {
     setObjectName(QStringLiteral("frmProgress"));
     lblPrompt = new QLabel(QStringLiteral("Initialising..."));
     lblPrompt->setObjectName(QStringLiteral("lblPrompt"));
@@ -64,9 +65,7 @@ void frmProgress::showEvent(QShowEvent* event) {
 void frmProgress::Run() {
     PumpEventsNow();
     running_ = true;
-    RunImport(GlobalImportSettings(), *this, [this](const std::string& text) {
-        ShowMessageBox(this, text, MessageIcon::Information, std::string(kApplicationTitle));
-    });
+    RunImport(GlobalImportSettings(), tables_, *this, ui_);
     running_ = false;
     GlobalImportSettings().ImportCancelled = cancelled_;
     accept();

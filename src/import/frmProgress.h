@@ -7,6 +7,8 @@
 #include <QString>
 
 #include "import/ImportProgress.h"
+#include "import/ImportTables.h"
+#include "shell/UserInterface.h"
 
 namespace marrowkit {
 
@@ -17,7 +19,7 @@ class frmProgress : public QDialog, private ImportProgress {
     Q_OBJECT
 
 public:
-    frmProgress(QWidget* owner, const QString& datafileName);
+    frmProgress(QWidget* owner, UserInterface& ui, const QString& datafileName);
     ~frmProgress() override;
 
     /// Esc and the close box press Cancel; the window goes when the import has noticed.
@@ -39,6 +41,8 @@ private:
     void Run();
     void ShowLatest();
 
+    UserInterface& ui_;
+    ImportTables tables_;
     QLabel* lblPrompt;
     QLabel* lblStatus;
     QProgressBar* pbStatus;

@@ -4,6 +4,7 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
+#include <span>
 #include <string_view>
 
 #include "forms/FatalError.h"
@@ -11,13 +12,14 @@
 #include "forms/QtText.h"
 #include "forms/TextFields.h"
 #include "forms/Twips.h"
-#include "import/ImportChoices.h"
+#include "import/ImportOptions.h"
 #include "import/ImportSettings.h"
 #include "import/frmBrowseFolder.h"
 #include "import/frmProgress.h"
 #include "platform/files/FileSystem.h"
 #include "platform/files/Paths.h"
-#include "platform/files/StartCommand.h"
+#include "platform/files/StartProgram.h"
+#include "shell/modGlobal.h"
 
 namespace marrowkit {
 namespace {
@@ -37,7 +39,7 @@ QToolButton* HelpButton(const char* objectName, std::string_view title, std::str
     return button;
 }
 
-QListWidget* ColumnList(const char* objectName, const std::vector<ColumnItem>& items) {
+QListWidget* ColumnList(const char* objectName, std::span<const ColumnItem> items) {
     auto* list = new QListWidget;
     list->setObjectName(ToQt(objectName));
     for (const ColumnItem& item : items) {
@@ -65,7 +67,7 @@ std::int32_t SelectedColumn(const QListWidget& list) {
 
 }  // namespace
 
-frmRomCenter2::frmRomCenter2(QWidget* owner) : QDialog(owner) {
+frmRomCenter2::frmRomCenter2(QWidget* owner, UserInterface& ui) : QDialog(owner), ui_(ui) {
     setObjectName(QStringLiteral("frmRomCenter2"));
     setWindowTitle(QStringLiteral("RomCenter 2.00 Datafile Import"));
 
@@ -117,8 +119,8 @@ QWidget* frmRomCenter2::BuildOptions() {
     fraOptions->setObjectName(QStringLiteral("fraOptions"));
     auto* columns = new QHBoxLayout(fraOptions);
 
-    lstName = ColumnList("lstName", NameColumnItems());
-    lstFile = ColumnList("lstFile", FileColumnItems());
+    lstName = ColumnList("lstName", kNameColumns);
+    lstFile = ColumnList("lstFile", kFileColumns);
     const auto addList = [&](const QString& caption, QListWidget* list, QToolButton* help) {
         auto* grid = new QGridLayout;
         auto* label = new QLabel(caption);
@@ -218,7 +220,7 @@ void frmRomCenter2::Load() {
     const std::string fileName = SplitPath(settings.DatafilePath).fileName;
     lblDataFile->setText(ToQt(fileName));
     lblDataFile->setToolTip(ToQt(settings.DatafilePath));
-    chkTosec->setChecked(lblDataFile->text().contains(QStringLiteral("tosec"), Qt::CaseInsensitive));
+    chkTosec->setChecked(NamesTosec(fileName));
     if (settings.ImportIntoExisting) {
         txtName->setText(ToQt(settings.ExistingDatabaseName));
         txtName->setReadOnly(true);
@@ -226,15 +228,15 @@ void frmRomCenter2::Load() {
     } else {
         txtName->setText(ToQt(MakeDefaultDatabaseName(fileName)));
     }
-    lstName->setCurrentRow(2);
-    lstFile->setCurrentRow(2);
+    lstName->setCurrentRow(static_cast<int>(kDefaultColumnItem));
+    lstFile->setCurrentRow(static_cast<int>(kDefaultColumnItem));
     EnableScan(false);
     settings.ImportSucceeded = false;
     settings.NewDatabaseKey.clear();
 }
 
 void frmRomCenter2::Connect() {
-    SwallowTypedCharacters(*txtName, ToQt(kInvalidNameCharacters));
+    SwallowTypedCharacters(*txtName, ToQt(kForbiddenNameCharacters));
     SelectAllOnFocus(*txtName);
     SelectAllOnFocus(*txtRomPath);
     connect(txtName, &QLineEdit::textChanged, this,
@@ -269,7 +271,9 @@ void frmRomCenter2::EnableScan(bool enabled) {
 }
 
 void frmRomCenter2::ViewDatafile() {
-    if (!StartCommand("notepad.exe \"" + GlobalImportSettings().DatafilePath + "\"")) {
+    try {
+        StartCommandLine("notepad.exe \"" + GlobalImportSettings().DatafilePath + "\"");
+    } catch (const RuntimeError&) {
         ShowMessageBox(this, "Oops! Could not view file! Check that notepad.exe is on your path!",
                        MessageIcon::Exclamation, std::string(kApplicationTitle));
     }
@@ -288,26 +292,26 @@ void frmRomCenter2::PickRomFolder() {
 void frmRomCenter2::Start() {
     cmdOK->setEnabled(false);
     PumpEventsNow();
-    ImportChoices choices;
-    choices.name = FromQt(txtName->text());
-    choices.nameColumn = SelectedColumn(*lstName);
-    choices.fileColumn = SelectedColumn(*lstFile);
-    choices.skipDuplicates = chkIgnoreDups->checkState() == Qt::Checked;
-    choices.tosecNames = chkTosec->checkState() == Qt::Checked;
-    choices.addZipExtension = chkAddZip->checkState() == Qt::Checked;
-    choices.scanForRoms = chkScan->checkState() == Qt::Checked;
-    choices.romPath = FromQt(txtRomPath->text());
-    choices.matchExtensionsOnly = chkMatch->checkState() == Qt::Checked;
+    ImportOptions options;
+    options.name = FromQt(txtName->text());
+    options.nameColumn = SelectedColumn(*lstName);
+    options.fileColumn = SelectedColumn(*lstFile);
+    options.skipDuplicates = chkIgnoreDups->checkState() == Qt::Checked;
+    options.tosecNames = chkTosec->checkState() == Qt::Checked;
+    options.addZipExtension = chkAddZip->checkState() == Qt::Checked;
+    options.scanForRoms = chkScan->checkState() == Qt::Checked;
+    options.romPath = FromQt(txtRomPath->text());
+    options.matchExtensionsOnly = chkMatch->checkState() == Qt::Checked;
 
     ImportSettings& settings = GlobalImportSettings();
-    if (const auto refusal = ApplyImportChoices(choices, settings)) {
+    if (const auto refusal = StoreImportOptions(options, modGlobal::LibraryRoot, settings)) {
         ShowMessageBox(this, refusal->text, MessageIcon::Information, std::string(kApplicationTitle));
         QLineEdit* field = refusal->field == ImportRefusal::Field::Name ? txtName : txtRomPath;
         if (field->isEnabled()) field->setFocus();
         cmdOK->setEnabled(true);
         return;
     }
-    frmProgress(this, lblDataFile->text()).exec();
+    frmProgress(this, ui_, lblDataFile->text()).exec();
     if (settings.ImportCancelled) {
         cmdOK->setEnabled(true);
         cmdOK->setFocus();

@@ -9,6 +9,8 @@
 #include <QPushButton>
 #include <QToolButton>
 
+#include "shell/UserInterface.h"
+
 namespace marrowkit {
 
 /// The import options dialog. Reads DatafilePath and ImportIntoExisting from GlobalImportSettings(), stores
@@ -17,7 +19,8 @@ class frmRomCenter2 : public QDialog {
     Q_OBJECT
 
 public:
-    explicit frmRomCenter2(QWidget* owner);
+    /// `ui` shows the messages of the import itself.
+    frmRomCenter2(QWidget* owner, UserInterface& ui);
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -34,6 +37,7 @@ private:
     void PickRomFolder();
     void Start();
 
+    UserInterface& ui_;
     QLabel* lblDataFile;
     QPushButton* cmdView;
     QLineEdit* txtName;

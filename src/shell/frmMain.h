@@ -11,13 +11,14 @@
 #include <vector>
 
 #include "maintenance/LibraryTree.h"
+#include "maintenance/SelectedNode.h"
 #include "shell/UserInterface.h"
 #include "shell/frmWait.h"
 
 namespace marrowkit {
 
-/// The main window: the library tree, the menus over it, and the handlers that start every operation. Its operations run on
-/// the selected node and talk to the person through the UserInterface that this window is.
+/// The main window: the library tree, the menus over it, and the handlers that start every operation. Its
+/// operations run on the selected node and talk to the person through the UserInterface that this window is.
 class frmMain : public QMainWindow, private UserInterface {
     Q_OBJECT
 
@@ -55,8 +56,8 @@ private:
     // Tree
     void AddNode(QTreeWidgetItem* parent, const LibraryNode& node);
     QIcon NodeIcon(const LibraryNode& node);
-    void ShowMenuOf(const QTreeWidgetItem* node, const QPoint& globalPosition);
-    void NodeClicked(const QTreeWidgetItem* node);
+    void ShowMenuOf(const QTreeWidgetItem& node, const QPoint& globalPosition);
+    void NodeClicked(const QTreeWidgetItem& node);
     void NodeDoubleClicked();
     void SelectDatabase(const std::string& folderKey);
     SelectedNode Selected() const;
@@ -83,12 +84,13 @@ private:
     QMenu* mnuVellora;
     QMenu* mnuDB;
     QMenu* mnuScriptRoot;
-    /// Built-in images at 0 to 4; from 5 on one per database folder with a start-up icon, new at every refresh.
+    /// Built-in images at 0 to 4; from 5 on one per database folder with a start-up icon, new at every
+    /// refresh.
     std::vector<QIcon> ilstVellora_;
     QHash<QString, QTreeWidgetItem*> nodesByKey_;
     std::unique_ptr<frmWait> wait_;
     std::string commandLine_;
-    bool Expert = false;
+    bool refreshing_ = false;
 };
 
 }  // namespace marrowkit

@@ -1,0 +1,44 @@
+#include <QApplication>
+#include <QStringList>
+
+#include "forms/FatalError.h"
+#include "forms/QtText.h"
+#include "shell/frmMain.h"
+#include "shell/modGlobal.h"
+
+namespace marrowkit {
+namespace {
+
+/// The last net: an error that no handler of ours has seen.
+class Application : public QApplication {
+public:
+    using QApplication::QApplication;
+
+    bool notify(QObject* receiver, QEvent* event) override {
+        bool handled = false;
+        RunHandler([&] { handled = QApplication::notify(receiver, event); });
+        return handled;
+    }
+};
+
+int Run(int argc, char** argv) {
+    Application application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Marrowkit"));
+    QApplication::setDesktopFileName(QStringLiteral("marrowkit"));
+    int exitCode = 0;
+    RunHandler([&] {
+        modGlobal::Start();
+        const std::string commandLine = FromQt(QApplication::arguments().join(QLatin1Char(' ')));
+        frmMain window(commandLine);
+        window.Start();
+        exitCode = QApplication::exec();
+    });
+    return exitCode;
+}
+
+}  // namespace
+}  // namespace marrowkit
+
+int main(int argc, char** argv) {
+    return marrowkit::Run(argc, argv);
+}
