@@ -12,6 +12,10 @@ MessageAnswer ShowMessageBox(QWidget* owner, const std::string& text, MessageIco
                              const std::string& title, MessageButtons buttons = MessageButtons::Ok,
                              bool noIsDefault = false);
 
+/// Whether a display frame has passed since events ran last: whoever shows fast-changing texts sets them only
+/// then.
+bool FrameIsDue();
+
 /// Lets pending window events run, at most once per display frame, so that it may be called after every unit
 /// of work.
 void PumpEvents();

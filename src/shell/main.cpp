@@ -28,7 +28,7 @@ int Run(int argc, char** argv) {
     int exitCode = 0;
     RunHandler([&] {
         modGlobal::Start();
-        const std::string commandLine = FromQt(QApplication::arguments().join(QLatin1Char(' ')));
+        const std::string commandLine = FromQt(QApplication::arguments().mid(1).join(QLatin1Char(' ')));
         frmMain window(commandLine);
         window.Start();
         exitCode = QApplication::exec();

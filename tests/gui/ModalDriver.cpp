@@ -2,6 +2,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QPushButton>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -62,7 +63,7 @@ void ModalDriver::Poll() {
     seen.text = box->text();
     seen.icon = box->icon();
     seen.buttons = box->standardButtons();
-    if (box->defaultButton() != nullptr) seen.defaultButton = box->standardButton(box->defaultButton());
+    if (QPushButton* button = box->defaultButton()) seen.defaultButton = box->standardButton(button);
     boxes_.push_back(seen);
     if (QAbstractButton* button = box->button(step.answer)) {
         button->click();
