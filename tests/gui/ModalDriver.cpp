@@ -15,13 +15,17 @@ constexpr int kPatienceMilliseconds = 20000;
 
 }  // namespace
 
-ModalDriver::ModalDriver() { Schedule(); }
+ModalDriver::ModalDriver() {
+    Schedule();
+}
 
 ModalDriver::~ModalDriver() {
     if (!Done()) ADD_FAILURE() << steps_.size() << " expected modal window(s) never came";
 }
 
-void ModalDriver::AnswerBox(QMessageBox::StandardButton answer) { steps_.push_back({QString(), answer, nullptr}); }
+void ModalDriver::AnswerBox(QMessageBox::StandardButton answer) {
+    steps_.push_back({QString(), answer, nullptr});
+}
 
 void ModalDriver::UseDialog(const QString& objectName, std::function<void(QDialog&)> use) {
     steps_.push_back({objectName, QMessageBox::NoButton, std::move(use)});
@@ -43,14 +47,17 @@ void ModalDriver::Poll() {
     auto* box = qobject_cast<QMessageBox*>(window);
     if (steps_.empty()) {
         if (box != nullptr) GiveUp(*window, QStringLiteral("unexpected message: ") + box->text());
-        if (waiting_.elapsed() > kPatienceMilliseconds) GiveUp(*window, QStringLiteral("nobody closes this window"));
+        if (waiting_.elapsed() > kPatienceMilliseconds)
+            GiveUp(*window, QStringLiteral("nobody closes this window"));
         return;
     }
     const Step& next = steps_.front();
     const bool wantsBox = next.dialogName.isEmpty();
-    if (box != nullptr && !wantsBox) return GiveUp(*window, QStringLiteral("unexpected message: ") + box->text());
+    if (box != nullptr && !wantsBox)
+        return GiveUp(*window, QStringLiteral("unexpected message: ") + box->text());
     if (wantsBox != (box != nullptr) || (!wantsBox && window->objectName() != next.dialogName)) {
-        if (waiting_.elapsed() > kPatienceMilliseconds) GiveUp(*window, QStringLiteral("another window was expected"));
+        if (waiting_.elapsed() > kPatienceMilliseconds)
+            GiveUp(*window, QStringLiteral("another window was expected"));
         return;
     }
     const Step step = next;

@@ -20,8 +20,9 @@ struct SeenBox {
     QMessageBox::StandardButton defaultButton = QMessageBox::NoButton;
 };
 
-/// Sits in front of the modal windows that a handler under test opens, and does to each what was laid out beforehand, in
-/// order. A window that nobody expected, or one that stays open for long, fails the test and is closed.
+/// Sits in front of the modal windows that a handler under test opens, and does to each what was laid out
+/// beforehand, in order. A window that nobody expected, or one that stays open for long, fails the test and
+/// is closed.
 class ModalDriver : public QObject {
 public:
     ModalDriver();
@@ -29,8 +30,8 @@ public:
 
     /// The next modal window is to be a message box; it is noted and answered.
     void AnswerBox(QMessageBox::StandardButton answer);
-    /// The next one is to be the dialog of this object name. When `use` returns and the dialog is still open, it stays
-    /// so; the next step may concern a window above it or the dialog itself again.
+    /// The next one is to be the dialog of this object name. When `use` returns and the dialog is still open,
+    /// it stays so; the next step may concern a window above it or the dialog itself again.
     void UseDialog(const QString& objectName, std::function<void(QDialog&)> use);
 
     const std::vector<SeenBox>& Boxes() const { return boxes_; }

@@ -1,0 +1,138 @@
+#include <QApplication>
+#include <QClipboard>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QPushButton>
+
+#include <gtest/gtest.h>
+
+#include "gui/ModalDriver.h"
+#include "gui/Typing.h"
+#include "shell/InputDialog.h"
+#include "shell/frmInputBox.h"
+
+namespace marrowkit {
+namespace {
+
+using test::Child;
+
+class InputBox : public ::testing::Test {
+protected:
+    void SetUp() override {
+        InputAllowEmpty = false;
+        InputMaxLength = 64;
+        InputTitle = "Create New Vellora";
+        InputPrompt = "Enter the new Vellora name:";
+        InputOkCaption = "&OK";
+        InputCancelCaption = "&Cancel";
+        InputInvalidChars = R"(\/:*?"<>|)";
+        InputDefault.clear();
+        InputResult = "left over";
+        InputAccepted = true;
+    }
+
+    void Run(const std::function<void(QDialog&)>& use) {
+        test::ModalDriver driver;
+        driver.UseDialog(QStringLiteral("frmInputBox"), use);
+        frmInputBox(nullptr).exec();
+    }
+};
+
+TEST_F(InputBox, ShowsWhatItsCallerSetAndClearsTheResults) {
+    Run([](QDialog& dialog) {
+        EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Create New Vellora"));
+        EXPECT_EQ(Child<QLabel>(dialog, "lblPrompt").text(), QStringLiteral("Enter the new Vellora name:"));
+        EXPECT_EQ(Child<QPushButton>(dialog, "cmdOK").text(), QStringLiteral("&OK"));
+        EXPECT_EQ(Child<QPushButton>(dialog, "cmdCancel").text(), QStringLiteral("&Cancel"));
+        EXPECT_EQ(InputResult, "");
+        EXPECT_FALSE(InputAccepted);
+        dialog.reject();
+    });
+}
+
+TEST_F(InputBox, OkNeedsATextUnlessEmptyIsAllowed) {
+    Run([](QDialog& dialog) {
+        auto& ok = Child<QPushButton>(dialog, "cmdOK");
+        auto& text = Child<QLineEdit>(dialog, "txtInput");
+        EXPECT_FALSE(ok.isEnabled());
+        test::Type(text, "A");
+        EXPECT_TRUE(ok.isEnabled());
+        text.clear();
+        EXPECT_FALSE(ok.isEnabled());
+        dialog.reject();
+    });
+    InputAllowEmpty = true;
+    Run([](QDialog& dialog) {
+        EXPECT_TRUE(Child<QPushButton>(dialog, "cmdOK").isEnabled());
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    EXPECT_TRUE(InputAccepted);
+    EXPECT_EQ(InputResult, "");
+}
+
+TEST_F(InputBox, SwallowsTypedInvalidCharacters) {
+    Run([](QDialog& dialog) {
+        auto& text = Child<QLineEdit>(dialog, "txtInput");
+        test::Type(text, "A/B:C*?\"<>|\\D");
+        EXPECT_EQ(text.text(), QStringLiteral("ABCD"));
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    EXPECT_EQ(InputResult, "ABCD");
+}
+
+TEST_F(InputBox, TheInvalidSetIgnoresCase) {
+    InputInvalidChars = "x";
+    Run([](QDialog& dialog) {
+        auto& text = Child<QLineEdit>(dialog, "txtInput");
+        test::Type(text, "aXxb");
+        EXPECT_EQ(text.text(), QStringLiteral("ab"));
+        dialog.reject();
+    });
+}
+
+TEST_F(InputBox, PastedInvalidCharactersAreCaughtAtOk) {
+    test::ModalDriver driver;
+    driver.UseDialog(QStringLiteral("frmInputBox"), [](QDialog& dialog) {
+        auto& text = Child<QLineEdit>(dialog, "txtInput");
+        QApplication::clipboard()->setText(QStringLiteral("A/B"));
+        text.paste();
+        EXPECT_EQ(text.text(), QStringLiteral("A/B"));
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    driver.AnswerBox(QMessageBox::Ok);
+    driver.UseDialog(QStringLiteral("frmInputBox"), [](QDialog& dialog) {
+        EXPECT_TRUE(dialog.isVisible());
+        EXPECT_FALSE(InputAccepted);
+        EXPECT_EQ(Child<QLineEdit>(dialog, "txtInput").text(), QStringLiteral("A/B"));
+        dialog.reject();
+    });
+    frmInputBox(nullptr).exec();
+    ASSERT_EQ(driver.Boxes().size(), 1U);
+    EXPECT_EQ(driver.Boxes()[0].title, QStringLiteral("Marrowkit"));
+    EXPECT_EQ(driver.Boxes()[0].text, QStringLiteral("You have entered one or more invalid characters!"));
+    EXPECT_EQ(driver.Boxes()[0].icon, QMessageBox::Warning);
+    EXPECT_FALSE(InputAccepted);
+    EXPECT_EQ(InputResult, "");
+}
+
+TEST_F(InputBox, ClosingItLeavesItNotAccepted) {
+    Run([](QDialog& dialog) {
+        test::Type(Child<QLineEdit>(dialog, "txtInput"), "Arcade");
+        dialog.close();
+    });
+    EXPECT_FALSE(InputAccepted);
+    EXPECT_EQ(InputResult, "");
+}
+
+TEST_F(InputBox, TakesSixtyFourCharactersAndNotOneMore) {
+    Run([](QDialog& dialog) {
+        auto& text = Child<QLineEdit>(dialog, "txtInput");
+        test::Type(text, std::string(65, 'n'));
+        EXPECT_EQ(text.text().size(), 64);
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    EXPECT_EQ(InputResult, std::string(64, 'n'));
+}
+
+}  // namespace
+}  // namespace marrowkit
