@@ -3,11 +3,11 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
 #include "gui/ModalDriver.h"
-#include "gui/Typing.h"
 #include "shell/InputDialog.h"
 #include "shell/frmInputBox.h"
 
@@ -55,7 +55,7 @@ TEST_F(InputBox, OkNeedsATextUnlessEmptyIsAllowed) {
         auto& ok = Child<QPushButton>(dialog, "cmdOK");
         auto& text = Child<QLineEdit>(dialog, "txtInput");
         EXPECT_FALSE(ok.isEnabled());
-        test::Type(text, "A");
+        QTest::keyClicks(&text, QStringLiteral("A"));
         EXPECT_TRUE(ok.isEnabled());
         text.clear();
         EXPECT_FALSE(ok.isEnabled());
@@ -73,7 +73,7 @@ TEST_F(InputBox, OkNeedsATextUnlessEmptyIsAllowed) {
 TEST_F(InputBox, SwallowsTypedInvalidCharacters) {
     Run([](QDialog& dialog) {
         auto& text = Child<QLineEdit>(dialog, "txtInput");
-        test::Type(text, "A/B:C*?\"<>|\\D");
+        QTest::keyClicks(&text, QStringLiteral("A/B:C*?\"<>|\\D"));
         EXPECT_EQ(text.text(), QStringLiteral("ABCD"));
         Child<QPushButton>(dialog, "cmdOK").click();
     });
@@ -84,7 +84,7 @@ TEST_F(InputBox, TheInvalidSetIgnoresCase) {
     InputInvalidChars = "x";
     Run([](QDialog& dialog) {
         auto& text = Child<QLineEdit>(dialog, "txtInput");
-        test::Type(text, "aXxb");
+        QTest::keyClicks(&text, QStringLiteral("aXxb"));
         EXPECT_EQ(text.text(), QStringLiteral("ab"));
         dialog.reject();
     });
@@ -117,7 +117,7 @@ TEST_F(InputBox, PastedInvalidCharactersAreCaughtAtOk) {
 
 TEST_F(InputBox, ClosingItLeavesItNotAccepted) {
     Run([](QDialog& dialog) {
-        test::Type(Child<QLineEdit>(dialog, "txtInput"), "Arcade");
+        QTest::keyClicks(&Child<QLineEdit>(dialog, "txtInput"), QStringLiteral("Arcade"));
         dialog.close();
     });
     EXPECT_FALSE(InputAccepted);
@@ -127,7 +127,7 @@ TEST_F(InputBox, ClosingItLeavesItNotAccepted) {
 TEST_F(InputBox, TakesSixtyFourCharactersAndNotOneMore) {
     Run([](QDialog& dialog) {
         auto& text = Child<QLineEdit>(dialog, "txtInput");
-        test::Type(text, std::string(65, 'n'));
+        QTest::keyClicks(&text, QString(65, QLatin1Char('n')));
         EXPECT_EQ(text.text().size(), 64);
         Child<QPushButton>(dialog, "cmdOK").click();
     });
