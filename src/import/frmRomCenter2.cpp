@@ -7,6 +7,7 @@
 #include <span>
 #include <string_view>
 
+#include "creation/CreateDatabase.h"
 #include "forms/FatalError.h"
 #include "forms/Messages.h"
 #include "forms/QtText.h"
@@ -236,7 +237,7 @@ void frmRomCenter2::Load() {
 }
 
 void frmRomCenter2::Connect() {
-    SwallowTypedCharacters(*txtName, ToQt(kForbiddenNameCharacters));
+    SwallowTypedCharacters(*txtName, ToQt(kInvalidNameCharacters));
     SelectAllOnFocus(*txtName);
     SelectAllOnFocus(*txtRomPath);
     connect(txtName, &QLineEdit::textChanged, this,

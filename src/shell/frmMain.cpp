@@ -210,7 +210,7 @@ void frmMain::RefreshLibraryTree() {
     tvVellora->clear();
     nodesByKey_.clear();
     ilstVellora_.resize(kBuiltInImages);
-    const LibraryNode root = ReadLibraryTree(modGlobal::LibraryRoot);
+    const LibraryNode root = ReadLibraryTree();
     AddNode(nullptr, root);
     QTreeWidgetItem* rootItem = tvVellora->topLevelItem(0);
     QFont bold = rootItem->font(0);
