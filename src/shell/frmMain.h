@@ -31,6 +31,8 @@ public:
     void Start();
 
     void RefreshLibraryTree() override;
+    /// How operations started from elsewhere talk to the person through this window.
+    UserInterface& Interface() { return *this; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;

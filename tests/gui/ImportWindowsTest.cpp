@@ -1,0 +1,314 @@
+#include <QCheckBox>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+#include "gui/WindowsFixture.h"
+#include "import/ImportSettings.h"
+#include "import/frmBrowseFolder.h"
+#include "import/frmRomCenter2.h"
+
+namespace marrowkit {
+namespace {
+
+using test::Child;
+
+constexpr const char* kSeparator = "\xAC";
+
+std::string GamesLine(const std::string& name, const std::string& file, const std::string& crc, int size) {
+    std::string line;
+    for (const std::string& field : {std::string(), name, name, name, name, file, crc, std::to_string(size),
+                                     std::string(), std::string(), std::string()}) {
+        line += (line.empty() && field.empty() ? "" : kSeparator) + field;
+    }
+    return kSeparator + line.substr(1) + "\r\n";
+}
+
+class ImportWindows : public test::Windows {
+protected:
+    /// A datafile in C:\Data with these games lines.
+    std::string WriteDatafile(const std::string& name, const std::string& lines,
+                              const std::string& version = "2.00") {
+        test::WriteFile(folder_ / "drive_c/Data" / name,
+                        "[CREDITS]\r\nAuthor=A\r\nVersion=1\r\nComment=C\r\n[DAT]\r\nversion=" + version +
+                            "\r\n[GAMES]\r\n" + lines);
+        return R"(C:\Data\)" + name;
+    }
+    void OpenWithDatafile(const std::string& name) {
+        AddTemplate();
+        Open();
+        GlobalImportSettings().DatafilePath = R"(C:\Data\)" + name;
+    }
+    /// Answers the file dialog with a file of C:\Data.
+    void ChooseFile(const std::string& name) {
+        driver_.UseDialog(QStringLiteral("cDialog"), [this, name](QDialog& dialog) {
+            auto& files = dynamic_cast<QFileDialog&>(dialog);
+            EXPECT_EQ(files.windowTitle(), QStringLiteral("Select the RC-2.0 Datafile..."));
+            files.selectFile(QString::fromStdString((folder_ / "drive_c/Data" / name).string()));
+            files.findChild<QLineEdit*>()->setText(
+                QString::fromStdString((folder_ / "drive_c/Data" / name).string()));
+            static_cast<QDialog&>(files).accept();
+        });
+    }
+};
+
+TEST_F(ImportWindows, AFullImportEndsWithTheNewDatabaseSelected) {
+    AddTemplate();
+    WriteDatafile("Nimbus.dat",
+                  GamesLine("Alpha", "alpha.bin", "cbf43926", 9) + GamesLine("Beta", "beta.bin", "1", 5));
+    test::WriteFile(folder_ / "drive_c/Roms/Sub/a.bin", "123456789");
+    Open();
+    ChooseFile("Nimbus.dat");
+    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
+        EXPECT_EQ(dialog.windowTitle(), QStringLiteral("RomCenter 2.00 Datafile Import"));
+        EXPECT_EQ(Child<QLabel>(dialog, "lblDataFile").text(), QStringLiteral("Nimbus.dat"));
+        EXPECT_EQ(Child<QLineEdit>(dialog, "txtName").text(), QStringLiteral("Nimbus"));
+        EXPECT_FALSE(Child<QCheckBox>(dialog, "chkTosec").isChecked());
+        EXPECT_FALSE(Child<QLineEdit>(dialog, "txtRomPath").isEnabled());
+        Child<QCheckBox>(dialog, "chkScan").click();
+        EXPECT_TRUE(Child<QLineEdit>(dialog, "txtRomPath").isEnabled());
+        QTest::keyClicks(&Child<QLineEdit>(dialog, "txtRomPath"), QStringLiteral("C:\\Roms\\"));
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuFileNewRomCenter2");
+    ASSERT_EQ(driver_.Boxes().size(), 1U);
+    EXPECT_EQ(driver_.Boxes()[0].text,
+              QStringLiteral("You will need to run \"Scan and Fix Errors\" on this database "
+                             "file before you can use it."));
+    EXPECT_EQ(driver_.Boxes()[0].icon, QMessageBox::NoIcon);
+    EXPECT_EQ(Tree().currentItem(), Node(R"(C:\Vellora\Nimbus\)"));
+    EXPECT_TRUE(Tree().currentItem()->isExpanded());
+    EXPECT_EQ(One("Nimbus", "SELECT COUNT(*) FROM Games"), "2");
+    EXPECT_EQ(One("Nimbus", "SELECT Filename FROM Games WHERE Name = \"Alpha\""), R"(Sub\a.bin)");
+    EXPECT_EQ(One("Nimbus", "SELECT CCode FROM Games WHERE Name = \"Beta\""), "4");
+    EXPECT_TRUE(Problems("Nimbus").empty());
+    EXPECT_TRUE(std::filesystem::exists(Library() / "Nimbus/Paths.ini"));
+}
+
+TEST_F(ImportWindows, ADatafileOfAnotherVersionIsRefused) {
+    AddTemplate();
+    WriteDatafile("Old.dat", "", "1.92");
+    Open();
+    ChooseFile("Old.dat");
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuFileNewRomCenter2");
+    EXPECT_EQ(
+        driver_.Boxes()[0].text,
+        QStringLiteral("This datafile was not found to be version 2.00!\n\nReported version is: [1.92]"));
+    EXPECT_EQ(driver_.Boxes()[0].title, QStringLiteral("Marrowkit"));
+}
+
+TEST_F(ImportWindows, OnlyTheFileMenuStartsANewDatabaseAgain) {
+    AddTemplate();
+    AddDatabase("Arcade");
+    Open();
+    SelectDatabase("Arcade");
+    const auto cancelFile = [this] {
+        driver_.UseDialog(QStringLiteral("cDialog"), [](QDialog& dialog) { dialog.reject(); });
+    };
+    cancelFile();
+    Trigger("mnuDBImportRC2");
+    EXPECT_TRUE(GlobalImportSettings().ImportIntoExisting);
+    EXPECT_EQ(GlobalImportSettings().ExistingDatabasePath, DatabaseKey("Arcade"));
+    EXPECT_EQ(GlobalImportSettings().ExistingDatabaseName, "Arcade");
+    cancelFile();
+    Trigger("mnuRootNewRomCenter2");
+    EXPECT_TRUE(GlobalImportSettings().ImportIntoExisting);
+    cancelFile();
+    Trigger("mnuFileNewRomCenter2");
+    EXPECT_FALSE(GlobalImportSettings().ImportIntoExisting);
+}
+
+TEST_F(ImportWindows, TosecNamesAreTickedByTheFilesName) {
+    for (const char* name : {"Atari ST - TOSEC.dat", "Tosec.DAT"}) {
+        OpenWithDatafile(name);
+        driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
+            EXPECT_TRUE(Child<QCheckBox>(dialog, "chkTosec").isChecked());
+            Child<QPushButton>(dialog, "cmdCancel").click();
+        });
+        std::filesystem::remove(Library() / "Empty.mdb");
+        frmRomCenter2(window_.get(), window_->Interface()).exec();
+    }
+}
+
+struct Refusal {
+    const char* name;
+    bool scan;
+    const char* romPath;
+    const char* text;
+};
+
+TEST_F(ImportWindows, StartRefusesWhatCannotBe) {
+    AddDatabase("Arcade");
+    OpenWithDatafile("Nimbus.dat");
+    const Refusal refusals[] = {
+        {"Arcade", false, "", "There is already a Vellora folder with that name!"},
+        {"ARCADE", false, "", "There is already a Vellora folder with that name!"},
+        {"New", true, "Roms", "Please enter an absolute (full) Rom Path!"},
+        {"New", true, R"(\\server\share)", "Please enter an absolute (full) Rom Path!"},
+        {"New", true, R"(C:\Nowhere)", "The Rom Path could not be found!"},
+    };
+    for (const Refusal& refusal : refusals) {
+        driver_.UseDialog(QStringLiteral("frmRomCenter2"), [refusal](QDialog& dialog) {
+            Child<QLineEdit>(dialog, "txtName").setText(QString::fromLatin1(refusal.name));
+            if (refusal.scan) Child<QCheckBox>(dialog, "chkScan").click();
+            Child<QLineEdit>(dialog, "txtRomPath").setText(QString::fromLatin1(refusal.romPath));
+            Child<QPushButton>(dialog, "cmdOK").click();
+        });
+        driver_.AnswerBox(QMessageBox::Ok);
+        driver_.UseDialog(QStringLiteral("frmRomCenter2"), [refusal](QDialog& dialog) {
+            EXPECT_TRUE(Child<QPushButton>(dialog, "cmdOK").isEnabled());
+            EXPECT_EQ(Child<QLineEdit>(dialog, "txtName").text(), QString::fromLatin1(refusal.name));
+            dialog.reject();
+        });
+        frmRomCenter2(window_.get(), window_->Interface()).exec();
+        ASSERT_FALSE(driver_.Boxes().empty());
+        EXPECT_EQ(driver_.Boxes().back().text, QString::fromLatin1(refusal.text));
+        EXPECT_EQ(driver_.Boxes().back().title, QStringLiteral("Marrowkit"));
+        EXPECT_EQ(driver_.Boxes().back().icon, QMessageBox::Information);
+    }
+}
+
+TEST_F(ImportWindows, IntoAnExistingDatabaseTheNameIsFixed) {
+    AddDatabase("Arcade");
+    OpenWithDatafile("Nimbus.dat");
+    GlobalImportSettings().ImportIntoExisting = true;
+    GlobalImportSettings().ExistingDatabaseName = "Arcade";
+    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
+        auto& name = Child<QLineEdit>(dialog, "txtName");
+        EXPECT_TRUE(name.isReadOnly());
+        EXPECT_EQ(name.text(), QStringLiteral("Arcade"));
+        EXPECT_EQ(name.palette().color(QPalette::Base), dialog.palette().color(QPalette::Window));
+        dialog.reject();
+    });
+    frmRomCenter2(window_.get(), window_->Interface()).exec();
+}
+
+TEST_F(ImportWindows, TheListsCarryTheirColumnNumbers) {
+    OpenWithDatafile("Nimbus.dat");
+    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
+        const auto columns = [&](const char* list) {
+            std::vector<int> numbers;
+            auto& widget = Child<QListWidget>(dialog, list);
+            for (int i = 0; i < widget.count(); ++i)
+                numbers.push_back(widget.item(i)->data(Qt::UserRole).toInt());
+            EXPECT_EQ(widget.currentRow(), 2);
+            return numbers;
+        };
+        EXPECT_EQ(columns("lstName"), (std::vector<int>{1, 2, 3, 4, 5, 8}));
+        // The last one is captioned column 8 and reads column 7.
+        EXPECT_EQ(columns("lstFile"), (std::vector<int>{1, 3, 5, 7}));
+        EXPECT_EQ(Child<QListWidget>(dialog, "lstFile").item(3)->text(),
+                  QStringLiteral("RomOf Name (col 8)"));
+        dialog.reject();
+    });
+    frmRomCenter2(window_.get(), window_->Interface()).exec();
+}
+
+TEST_F(ImportWindows, EveryHelpButtonExplainsItsOption) {
+    OpenWithDatafile("Nimbus.dat");
+    const std::pair<const char*, const char*> helps[] = {
+        {"cmdHelpGameNameField", "Game Name Field"},
+        {"cmdHelpGameFilenameField", "Game Filename Field"},
+        {"cmdHelpIgnoreDups", "Ignore Duplicate Game Names"},
+        {"cmdHelpTosec", "TOSEC Filenames (TNC v1)"},
+        {"cmdHelpAddZip", "Add ZIP extension to filenames"},
+        {"cmdHelpScan", "Scan for Roms"},
+    };
+    for (const auto& [button, title] : helps) {
+        driver_.UseDialog(QStringLiteral("frmRomCenter2"),
+                          [name = button](QDialog& dialog) { Child<QToolButton>(dialog, name).click(); });
+        driver_.AnswerBox(QMessageBox::Ok);
+        driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) { dialog.reject(); });
+        frmRomCenter2(window_.get(), window_->Interface()).exec();
+        EXPECT_EQ(driver_.Boxes().back().title, QString::fromLatin1(title));
+        EXPECT_EQ(driver_.Boxes().back().icon, QMessageBox::Information);
+    }
+}
+
+TEST_F(ImportWindows, CancellingTheImportLeavesTheDialogOpen) {
+    AddTemplate();
+    std::string lines;
+    for (int i = 0; i < 20000; ++i) lines += GamesLine("Game " + std::to_string(i), "g.bin", "1", i);
+    WriteDatafile("Large.dat", lines);
+    test::WriteFile(folder_ / "drive_c/Roms/a.bin", "x");
+    Open();
+    GlobalImportSettings().DatafilePath = R"(C:\Data\Large.dat)";
+    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
+        Child<QCheckBox>(dialog, "chkScan").click();
+        Child<QLineEdit>(dialog, "txtRomPath").setText(QStringLiteral("C:\\Roms"));
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    driver_.UseDialog(QStringLiteral("frmProgress"), [](QDialog& dialog) {
+        EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Importing Large.dat..."));
+        Child<QPushButton>(dialog, "cmdCancel").click();
+        EXPECT_FALSE(Child<QPushButton>(dialog, "cmdCancel").isEnabled());
+    });
+    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
+        EXPECT_TRUE(Child<QPushButton>(dialog, "cmdOK").isEnabled());
+        dialog.reject();
+    });
+    frmRomCenter2(window_.get(), window_->Interface()).exec();
+    EXPECT_TRUE(GlobalImportSettings().ImportCancelled);
+    EXPECT_FALSE(GlobalImportSettings().ImportSucceeded);
+    EXPECT_FALSE(std::filesystem::exists(Library() / "Large"));
+    EXPECT_TRUE(driver_.Boxes().empty());
+}
+
+TEST_F(ImportWindows, TheFolderPickerGivesBackTheFolderThatWasOpened) {
+    std::filesystem::create_directories(folder_ / "drive_c/Roms/Atari ST");
+    Open();
+    std::string& path = GlobalImportSettings().BrowseFolderPath;
+    path = R"(C:\Roms)";
+    driver_.UseDialog(QStringLiteral("frmBrowseFolder"), [](QDialog& dialog) {
+        EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Select Folder..."));
+        auto& folders = Child<QListWidget>(dialog, "DirBox");
+        EXPECT_EQ(Child<QLabel>(dialog, "lblPath").text(), QStringLiteral("C:\\Roms"));
+        ASSERT_EQ(folders.count(), 3);  // C:\, Roms, Atari ST
+        folders.setCurrentRow(2);
+        EXPECT_EQ(Child<QLabel>(dialog, "lblPath").text(), QStringLiteral("C:\\Roms\\Atari ST"));
+        QTest::keyClick(&folders, Qt::Key_Return);
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    frmBrowseFolder(window_.get()).exec();
+    EXPECT_EQ(path, R"(C:\Roms\Atari ST)");
+    driver_.UseDialog(QStringLiteral("frmBrowseFolder"),
+                      [](QDialog& dialog) { Child<QPushButton>(dialog, "cmdCancel").click(); });
+    frmBrowseFolder(window_.get()).exec();
+    EXPECT_EQ(path, "");
+}
+
+TEST_F(ImportWindows, ANewVelloraIsSelectedAndExpanded) {
+    AddTemplate();
+    Open();
+    driver_.UseDialog(QStringLiteral("frmInputBox"), [](QDialog& dialog) {
+        QTest::keyClicks(&Child<QLineEdit>(dialog, "txtInput"), QStringLiteral("Space Games"));
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    Trigger("mnuFileNew");
+    QTreeWidgetItem* node = Node(R"(C:\Vellora\Space Games\)");
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(Tree().currentItem(), node);
+    EXPECT_TRUE(node->isExpanded());
+    for (const char* file : {"Credits.ini", "Text.ini", "Credits.txt"}) {
+        EXPECT_NE(Node(std::string(R"(C:\Vellora\Space Games\)") + file), nullptr) << file;
+    }
+    driver_.UseDialog(QStringLiteral("frmInputBox"), [](QDialog& dialog) {
+        QTest::keyClicks(&Child<QLineEdit>(dialog, "txtInput"), QStringLiteral("SPACE GAMES"));
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuFileNew");
+    EXPECT_EQ(driver_.Boxes().back().text,
+              QStringLiteral("There is already a Vellora folder with that name!"));
+    EXPECT_EQ(driver_.Boxes().back().title, QStringLiteral("Marrow-Kit"));
+}
+
+}  // namespace
+}  // namespace marrowkit

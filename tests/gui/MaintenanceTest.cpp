@@ -1,0 +1,250 @@
+#include <QListWidget>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include "gui/WindowsFixture.h"
+#include "maintenance/frmGenres.h"
+#include "platform/registry/RegistryStore.h"
+
+namespace marrowkit {
+namespace {
+
+using test::Child;
+
+/// Every operation from its menu entry to its last message, on both formats.
+class Maintenance : public test::Windows, public ::testing::WithParamInterface<jet::JetVersion> {
+protected:
+    void OpenWith(const std::string& name, int minor = 5) {
+        AddDatabase(name, minor, GetParam());
+        Open();
+        SelectDatabase(name);
+    }
+    void AddGame(const std::string& database, const std::string& name) {
+        Execute(database, "INSERT INTO Games (Name, PU_Id) VALUES (\"" + name + "\", 37)");
+    }
+    const test::SeenBox& Box(std::size_t i) {
+        static const test::SeenBox none;
+        return i < driver_.Boxes().size() ? driver_.Boxes()[i] : none;
+    }
+    void ExpectNothingIsBusy() {
+        EXPECT_TRUE(Tree().isEnabled());
+        EXPECT_EQ(window_->findChild<QDialog*>(QStringLiteral("frmWait")), nullptr);
+        EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    }
+};
+
+TEST_P(Maintenance, ScanAndFixRepairsAndReports) {
+    OpenWith("Arcade");
+    Execute("Arcade", "INSERT INTO Games (Name, V_LengthType) VALUES (NULL, 20)");
+    Execute("Arcade", "UPDATE Games SET Name = NULL, Comment = NULL");
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuDBFix");
+    EXPECT_EQ(Box(0).text, QStringLiteral("Fixed: All NULL Data Removed!"));
+    EXPECT_EQ(Box(0).title, QStringLiteral("Vellora"));
+    EXPECT_EQ(Box(0).icon, QMessageBox::Information);
+    EXPECT_EQ(One("Arcade", "SELECT Name FROM Games"), "");
+    EXPECT_EQ(One("Arcade", "SELECT V_LengthType FROM Games"), "19");
+    EXPECT_EQ(Status(), QStringLiteral("Right-Click each Node for options"));
+    ExpectNothingIsBusy();
+    EXPECT_TRUE(Problems("Arcade").empty());
+}
+
+TEST_P(Maintenance, CompactReportsTheSizes) {
+    OpenWith("Arcade");
+    AddGame("Arcade", "Zaxxon");
+    test::WriteFile(Library() / "Arcade/vltemp.mdb", "left over");
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuDBCompact");
+    EXPECT_TRUE(Box(0).text.startsWith(QStringLiteral("Compacted Database from ")))
+        << Box(0).text.toStdString();
+    EXPECT_TRUE(Box(0).text.endsWith(QStringLiteral("Kb."))) << Box(0).text.toStdString();
+    EXPECT_EQ(Box(0).title, QStringLiteral("Vellora"));
+    EXPECT_FALSE(std::filesystem::exists(Library() / "Arcade/vltemp.mdb"));
+    EXPECT_EQ(One("Arcade", "SELECT Name FROM Games"), "Zaxxon");
+    ExpectNothingIsBusy();
+    EXPECT_TRUE(Problems("Arcade").empty());
+}
+
+TEST_P(Maintenance, ClearExtrasAsksWithNoAsTheDefault) {
+    OpenWith("Arcade");
+    AddGame("Arcade", "Zaxxon");
+    Execute("Arcade", "UPDATE Games SET Extras = True");
+    driver_.AnswerBox(QMessageBox::Cancel);
+    Trigger("mnuDBClearExtras");
+    EXPECT_EQ(Box(0).title, QStringLiteral("Confirm Clearing All Game Extras"));
+    EXPECT_EQ(Box(0).text,
+              QStringLiteral("Do you really want to clear all the Game Extras linked this database?\n\n(This "
+                             "will not remove the files themselves.)"));
+    EXPECT_EQ(Box(0).icon, QMessageBox::Question);
+    EXPECT_EQ(Box(0).buttons, QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+    EXPECT_EQ(Box(0).defaultButton, QMessageBox::No);
+    EXPECT_EQ(One("Arcade", "SELECT Extras FROM Games"), "True");
+    driver_.AnswerBox(QMessageBox::Yes);
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuDBClearExtras");
+    EXPECT_EQ(Box(2).text, QStringLiteral("Cleared all Game Extras!"));
+    EXPECT_EQ(One("Arcade", "SELECT Extras FROM Games"), "False");
+    ExpectNothingIsBusy();
+}
+
+TEST_P(Maintenance, ClearExtrasRefusesAnOldDatabase) {
+    OpenWith("Arcade", 0);
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuDBClearExtras");
+    EXPECT_EQ(Box(0).text, QStringLiteral("Database must be v2.1 or higher to perform this operation!"));
+}
+
+TEST_P(Maintenance, RemoveViewsResetsTheFrontendsCount) {
+    OpenWith("My Arcade");
+    RegistryStore().WriteValue("HKEY_LOCAL_MACHINE",
+                               R"(Software\Quillon\Vellora\Vellora\My Arcade\QuickFilter)", "NumFilters",
+                               std::int32_t{7});
+    driver_.AnswerBox(QMessageBox::Yes);
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuDBRemoveViews");
+    EXPECT_EQ(Box(0).text,
+              QStringLiteral("Do you really want to delete all the custom views from this database?"));
+    EXPECT_EQ(Box(0).title, QStringLiteral("Confirm Removing All Custom Views"));
+    EXPECT_EQ(Box(1).text, QStringLiteral("Removed All Custom Views!"));
+    RegistryVariant count = std::int32_t{-1};
+    std::int32_t status = 0;
+    RegistryStore().ReadValue("HKEY_LOCAL_MACHINE",
+                              R"(Software\Quillon\Vellora\Vellora\My Arcade\QuickFilter)", "NumFilters",
+                              count, status);
+    EXPECT_EQ(std::get<std::int32_t>(count), 0);
+    ExpectNothingIsBusy();
+}
+
+TEST_P(Maintenance, AVanishedDatabaseIsReportedAndLeavesTheTree) {
+    OpenWith("Arcade");
+    std::filesystem::remove_all(Library() / "Arcade");
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuDBRemoveViews");
+    EXPECT_EQ(Box(0).text, QStringLiteral("Huh? This database doesn't exist!"));
+    EXPECT_EQ(Box(0).icon, QMessageBox::NoIcon);
+    EXPECT_EQ(Node(R"(C:\Vellora\Arcade\)"), nullptr);
+}
+
+TEST_P(Maintenance, DeleteRecordMovesItsGamesToTheReplacement) {
+    OpenWith("Arcade");
+    Execute("Arcade", "INSERT INTO Publishers (Publisher) VALUES (\"Aardvark\")");
+    Execute("Arcade", "INSERT INTO Publishers (Publisher) VALUES (\"Zebra\")");
+    Execute("Arcade",
+            "INSERT INTO Games (Name, PU_Id) SELECT \"Zaxxon\", PU_Id FROM Publishers WHERE Publisher = "
+            "\"Aardvark\"");
+    driver_.UseDialog(QStringLiteral("frmRemoveRec"), [](QDialog& dialog) {
+        auto& tables = Child<QListWidget>(dialog, "lstTable");
+        auto& records = Child<QListWidget>(dialog, "lstRecords");
+        auto& remove = Child<QPushButton>(dialog, "cmdDelete");
+        EXPECT_EQ(tables.count(), 5);
+        EXPECT_FALSE(remove.isEnabled());
+        tables.setCurrentRow(0);
+        // The frontend's own records are not offered.
+        ASSERT_EQ(records.count(), 2);
+        EXPECT_EQ(records.item(0)->text(), QStringLiteral("Aardvark"));
+        EXPECT_EQ(records.item(1)->text(), QStringLiteral("Zebra"));
+        EXPECT_EQ(records.currentRow(), 0);
+        EXPECT_TRUE(remove.isEnabled());
+        remove.click();
+    });
+    driver_.UseDialog(QStringLiteral("frmGetID"), [](QDialog& dialog) {
+        auto& records = Child<QListWidget>(dialog, "lstRecords");
+        EXPECT_EQ(records.count(), 3);  // Zebra and the two of the frontend
+        const auto zebra = records.findItems(QStringLiteral("Zebra"), Qt::MatchExactly);
+        ASSERT_EQ(zebra.size(), 1);
+        records.setCurrentItem(zebra[0]);
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    driver_.AnswerBox(QMessageBox::Yes);
+    driver_.AnswerBox(QMessageBox::Ok);
+    driver_.UseDialog(QStringLiteral("frmRemoveRec"), [](QDialog& dialog) {
+        auto& records = Child<QListWidget>(dialog, "lstRecords");
+        ASSERT_EQ(records.count(), 1);
+        EXPECT_EQ(records.item(0)->text(), QStringLiteral("Zebra"));
+        EXPECT_EQ(records.currentRow(), 0);
+        EXPECT_TRUE(Child<QPushButton>(dialog, "cmdDelete").isEnabled());
+        Child<QPushButton>(dialog, "cmdClose").click();
+    });
+    Trigger("mnuDBDeleteRecords");
+    EXPECT_EQ(Box(0).text,
+              QStringLiteral("Delete the record \"Aardvark\" from the table \"Publishers\" and\nmove all "
+                             "affected games to the record \"Zebra\"?\n\nARE YOU SURE?   THIS CANNOT BE "
+                             "UNDONE!"));
+    EXPECT_EQ(Box(0).buttons, QMessageBox::Yes | QMessageBox::No);
+    EXPECT_EQ(Box(0).icon, QMessageBox::Question);
+    EXPECT_EQ(Box(1).text, QStringLiteral("Record Deleted!"));
+    EXPECT_EQ(One("Arcade", "SELECT Publisher FROM Publishers WHERE Publisher = \"Aardvark\""), "none");
+    EXPECT_EQ(
+        One("Arcade", "SELECT Publisher FROM Publishers INNER JOIN Games ON Publishers.PU_Id = Games.PU_Id"),
+        "Zebra");
+    EXPECT_TRUE(Problems("Arcade").empty());
+}
+
+TEST_P(Maintenance, CancellingTheReplacementDeletesNothing) {
+    OpenWith("Arcade");
+    Execute("Arcade", "INSERT INTO Crackers (Cracker) VALUES (\"Static\")");
+    driver_.UseDialog(QStringLiteral("frmRemoveRec"), [](QDialog& dialog) {
+        Child<QListWidget>(dialog, "lstTable").setCurrentRow(4);
+        Child<QPushButton>(dialog, "cmdDelete").click();
+    });
+    driver_.UseDialog(QStringLiteral("frmGetID"),
+                      [](QDialog& dialog) { Child<QPushButton>(dialog, "cmdCancel").click(); });
+    driver_.UseDialog(QStringLiteral("frmRemoveRec"), [](QDialog& dialog) {
+        EXPECT_EQ(Child<QListWidget>(dialog, "lstRecords").count(), 1);
+        dialog.close();
+    });
+    Trigger("mnuDBDeleteRecords");
+    EXPECT_EQ(One("Arcade", "SELECT Cracker FROM Crackers WHERE Cracker = \"Static\""), "Static");
+}
+
+TEST_P(Maintenance, DeletingAFolderNeedsAYes) {
+    OpenWith("My Arcade");
+    test::WriteFile(Library() / "My Arcade/Gfx/deep/er/picture.gif", "x");
+    Tree().setCurrentItem(Node(R"(C:\Vellora\My Arcade\)"));
+    driver_.AnswerBox(QMessageBox::No);
+    Trigger("mnuVelloraDelete");
+    EXPECT_EQ(Box(0).title, QStringLiteral("Really Delete 'My Arcade'?"));
+    EXPECT_EQ(
+        Box(0).text,
+        QStringLiteral("Are you sure you want to permanently delete this Vellora folder?\n\n'C:\\Vellora\\My "
+                       "Arcade'\n\nWARNING: This action is irreversable.  Once it's gone, it's gone!"));
+    EXPECT_EQ(Box(0).defaultButton, QMessageBox::No);
+    EXPECT_TRUE(std::filesystem::exists(Library() / "My Arcade/Gfx/deep/er/picture.gif"));
+    EXPECT_EQ(Status(), QStringLiteral("Right-Click each Node for options"));
+    driver_.AnswerBox(QMessageBox::Yes);
+    Trigger("mnuVelloraDelete");
+    EXPECT_FALSE(std::filesystem::exists(Library() / "My Arcade"));
+    EXPECT_EQ(Node(R"(C:\Vellora\My Arcade\)"), nullptr);
+    EXPECT_TRUE(std::filesystem::exists(Library()));
+}
+
+TEST_P(Maintenance, TheGenresWizardChangesNothing) {
+    OpenWith("Arcade");
+    const std::string before = test::ReadFile(Library() / "Arcade/Arcade.mdb");
+    EXPECT_FALSE(Action("mnuDBGenres").isEnabled());
+    GenresDatabasePath = DatabaseKey("Arcade");
+    driver_.UseDialog(QStringLiteral("frmGenres"), [](QDialog& dialog) {
+        EXPECT_TRUE(Child<QWidget>(dialog, "picPage_0").isVisible());
+        Child<QRadioButton>(dialog, "optWizSelect_3").click();
+        for (const char* button : {"cmdBack", "cmdNext", "cmdRP1"})
+            Child<QPushButton>(dialog, button).click();
+        EXPECT_TRUE(Child<QWidget>(dialog, "picPage_0").isVisible());
+        EXPECT_TRUE(dialog.isVisible());
+        Child<QPushButton>(dialog, "cmdClose").click();
+    });
+    frmGenres(window_.get()).exec();
+    EXPECT_EQ(test::ReadFile(Library() / "Arcade/Arcade.mdb"), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, Maintenance,
+                         ::testing::Values(jet::JetVersion::Jet3, jet::JetVersion::Jet4),
+                         [](const auto& tested) {
+                             return tested.param == jet::JetVersion::Jet3 ? std::string("Jet3")
+                                                                          : std::string("Jet4");
+                         });
+
+}  // namespace
+}  // namespace marrowkit
