@@ -20,6 +20,7 @@ constexpr AddCommand kCommands[] = {
     AddTablesCommand,
     AddSchemaCommand,
     AddExportCommand,
+    AddSqlCommand,
     AddCreateTemplateCommand,
     AddCrcCommand,
     AddTosecCommand,

@@ -38,6 +38,7 @@ void AddImportCommand(CLI::App& app, Session& session);
 void AddMaintenanceCommands(CLI::App& app, Session& session);
 void AddRecordsCommand(CLI::App& app, Session& session);
 void AddShowCommand(CLI::App& app, Session& session);
+void AddSqlCommand(CLI::App& app, Session& session);
 void AddTosecCommand(CLI::App& app, Session& session);
 
 /// All of them, in the order of the list.

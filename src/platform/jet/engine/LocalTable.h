@@ -57,6 +57,9 @@ public:
     /// Gives every row a value in an AutoNumber column that was added to the table, in storage order.
     void NumberRows(ChangeScope& scope, std::string_view column);
 
+    /// Scratch of the outermost update.
+    RowDraft& UpdateDraft() { return updateDraft_; }
+
     /// Grows whenever keys may have vanished from the table's indexes.
     std::uint64_t VanishedKeysStamp() const { return vanishedKeys_; }
     void KeysVanished() { ++vanishedKeys_; }
@@ -71,6 +74,7 @@ private:
     mutable std::uint64_t layoutStamp_ = 0;
     std::uint64_t vanishedKeys_ = 1;
     RowDraft insertDraft_;
+    RowDraft updateDraft_;
 };
 
 }  // namespace marrowkit::jet

@@ -8,6 +8,9 @@ namespace marrowkit::jet {
 
 namespace {
 
+// In front of a long value that lies in its row.
+constexpr std::size_t kLongValueHeaderBytes = 12;
+
 bool IsPlainAscii(std::span<const std::uint8_t> bytes) {
     // A zero byte wraps to 0xFF, so both it and everything above 0x7F leave the top bit set.
     std::uint8_t seen = 0;
@@ -34,12 +37,35 @@ void DecodeTextInto(JetVersion version, ByteView stored, Value& value) {
     TextOf(value) = DecodeText(version, stored);
 }
 
-void DecodeLongValue(const TableLayout& layout, const ColumnStorage& storage, ByteView inRow, Value& value) {
-    const std::vector<std::uint8_t> bytes = storage.longValues->Load(inRow);
-    if (storage.definition->type == ColumnType::Memo) {
-        DecodeTextInto(layout.Version(), ByteView(bytes), value);
+void DecodeWholeLongValue(const TableLayout& layout, const ColumnDefinition& definition, ByteView bytes,
+                          Value& value) {
+    if (definition.type == ColumnType::Memo) {
+        DecodeTextInto(layout.Version(), bytes, value);
     } else {
-        value = DecodeValue(layout.PageGeometry(), *storage.definition, ByteView(bytes));
+        value = DecodeValue(layout.PageGeometry(), definition, bytes);
+    }
+}
+
+void DecodeLongValue(const TableLayout& layout, const ColumnStorage& storage, ByteView inRow, Value& value) {
+    if (inRow.Empty()) {
+        // Some writers store an empty memo as no bytes at all.
+        DecodeWholeLongValue(layout, *storage.definition, inRow, value);
+    } else if (LongValueStore::IsInline(inRow)) {
+        const ByteView bytes = inRow.Sub(kLongValueHeaderBytes, LongValueStore::Length(inRow));
+        DecodeWholeLongValue(layout, *storage.definition, bytes, value);
+    } else {
+        const std::vector<std::uint8_t> bytes = storage.longValues->Load(inRow);
+        DecodeWholeLongValue(layout, *storage.definition, ByteView(bytes), value);
+    }
+}
+
+/// A row's values are overwritten again and again, nearly always by values of the same type.
+template <typename T>
+void Assign(Value& value, T number) {
+    if (T* held = std::get_if<T>(&value)) {
+        *held = number;
+    } else {
+        value = number;
     }
 }
 
@@ -59,16 +85,16 @@ void DecodeColumn(const TableLayout& layout, const RowView& row, std::size_t col
     const ByteView bytes = row.Bytes(definition);
     switch (definition.type) {
         case ColumnType::Byte:
-            value = bytes.U8(0);
+            Assign(value, bytes.U8(0));
             break;
         case ColumnType::Integer:
-            value = bytes.I16(0);
+            Assign(value, bytes.I16(0));
             break;
         case ColumnType::Long:
-            value = bytes.I32(0);
+            Assign(value, bytes.I32(0));
             break;
         case ColumnType::Double:
-            value = bytes.F64(0);
+            Assign(value, bytes.F64(0));
             break;
         case ColumnType::Text:
             if (definition.IsFixed()) {
@@ -79,12 +105,7 @@ void DecodeColumn(const TableLayout& layout, const RowView& row, std::size_t col
             break;
         case ColumnType::Memo:
         case ColumnType::Ole:
-            // Some writers store an empty memo as no bytes at all.
-            if (bytes.Empty()) {
-                value = DecodeValue(layout.PageGeometry(), definition, bytes);
-            } else {
-                DecodeLongValue(layout, storage, bytes, value);
-            }
+            DecodeLongValue(layout, storage, bytes, value);
             break;
         default:
             value = row.Decode(definition);

@@ -28,7 +28,7 @@ std::vector<Value> KeyValues(const TableLayout& layout, const IndexStorage& inde
 /// Refuses when a row that nobody deletes along refers to this one, and lists the rows that go with it.
 void CollectDependents(LocalTable& table, TableLayout& layout, const RowView& view, RowId row, bool cascaded,
                        std::deque<Work>& work) {
-    for (const RelationshipSide& side : layout.referencedBy) {
+    for (RelationshipSide& side : layout.referencedBy) {
         const auto key = KeyValues(layout, layout.realIndexes[side.realIndex], view);
         const bool refuses = !side.cascadesDeletes && !side.setsNull;
         // The row itself may be among them; a second one is enough to refuse.

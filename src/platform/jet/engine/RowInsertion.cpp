@@ -29,11 +29,12 @@ void CheckNewRow(LocalTable& table, TableLayout& layout, RowDraft& draft) {
         if (!layout.storage[column].longValues) EncodeColumn(layout, draft, column);
     }
     CheckTableRule(layout, draft);
+    for (std::size_t index = 0; index < layout.realIndexes.size(); ++index) BuildKey(layout, draft, index);
     for (RelationshipSide& side : layout.references) {
         CheckReference(table, layout, side, draft, std::nullopt);
     }
     for (std::size_t index = 0; index < layout.realIndexes.size(); ++index) {
-        PrepareKey(layout, draft, index, std::nullopt);
+        CheckKey(layout, draft, index, std::nullopt);
     }
 }
 

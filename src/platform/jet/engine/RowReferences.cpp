@@ -18,6 +18,15 @@ IndexStorage& PartnerIndex(TableLayout& partner, std::uint32_t number) {
                                             std::to_string(number) + ", which a relationship names");
 }
 
+LocalTable& PartnerOf(LocalTable& table, RelationshipSide& side) {
+    if (side.partner == nullptr) {
+        side.partner = side.partnerTable == table.DefinitionPage()
+                           ? &table
+                           : &table.GetDatabase().TableAt(side.partnerTable);
+    }
+    return *side.partner;
+}
+
 /// The values of a relationship's columns as a key of the other side's index.
 template <typename ValueAt>
 bool BuildPartnerKey(const TableLayout& partner, const IndexStorage& index, std::size_t count,
@@ -40,12 +49,10 @@ bool BuildPartnerKey(const TableLayout& partner, const IndexStorage& index, std:
 
 }  // namespace
 
-Dependents FindDependents(LocalTable& primary, const RelationshipSide& side, std::span<const Value> key,
+Dependents FindDependents(LocalTable& primary, RelationshipSide& side, std::span<const Value> key,
                           std::size_t limit) {
     Dependents found;
-    found.table = side.partnerTable == primary.DefinitionPage()
-                      ? &primary
-                      : &primary.GetDatabase().TableAt(side.partnerTable);
+    found.table = &PartnerOf(primary, side);
     TableLayout& partner = found.table->Layout();
     const IndexStorage& index = PartnerIndex(partner, side.partnerNumber);
     found.columns = index.columns;
@@ -63,25 +70,24 @@ Dependents FindDependents(LocalTable& primary, const RelationshipSide& side, std
 void CheckReference(LocalTable& foreign, TableLayout& layout, RelationshipSide& side, RowDraft& draft,
                     std::optional<RowId> self) {
     const IndexStorage& own = layout.realIndexes[side.realIndex];
-    LocalTable& primary = side.partnerTable == foreign.DefinitionPage()
-                              ? foreign
-                              : foreign.GetDatabase().TableAt(side.partnerTable);
+    LocalTable& primary = PartnerOf(foreign, side);
+    const std::vector<std::uint8_t>& ownKey = draft.keys[side.realIndex].bytes;
+    if (ownKey == side.lastKey && side.lastKeyStamp == primary.VanishedKeysStamp()) return;
     TableLayout& partner = primary.Layout();
     const IndexStorage& index = PartnerIndex(partner, side.partnerNumber);
     std::vector<std::uint8_t> wanted;
     const auto foreignAt = [&](std::size_t i) -> const Value& { return draft[own.columns[i]]; };
     if (!BuildPartnerKey(partner, index, own.columns.size(), foreignAt, wanted)) return;
 
-    if (wanted == side.lastKey && side.lastKeyStamp == primary.VanishedKeysStamp()) return;
     if (&primary == &foreign) {
-        RowKey ownKey;
+        RowKey rowsKey;
         BuildRowKey(
             partner.Version(), index, [&](std::size_t column) -> const Value& { return draft[column]; },
-            ownKey);
-        if (ownKey.bytes == wanted) return;
+            rowsKey);
+        if (rowsKey.bytes == wanted) return;
         if (index.tree.ContainsKey(wanted, self)) return;
     } else if (index.tree.ContainsKey(wanted)) {
-        side.lastKey = std::move(wanted);
+        side.lastKey = ownKey;
         side.lastKeyStamp = primary.VanishedKeysStamp();
         return;
     }

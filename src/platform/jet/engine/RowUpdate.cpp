@@ -26,8 +26,13 @@ struct Follower {
 /// One change of one row.
 class RowUpdate {
 public:
-    RowUpdate(LocalTable& table, RowId row, int depth, bool mayNumber = false)
-        : table_(table), layout_(table.Layout()), row_(row), depth_(depth), mayNumber_(mayNumber) {
+    RowUpdate(LocalTable& table, RowDraft& draft, RowId row, int depth, bool mayNumber = false)
+        : table_(table),
+          layout_(table.Layout()),
+          draft_(draft),
+          row_(row),
+          depth_(depth),
+          mayNumber_(mayNumber) {
         const std::optional<StoredRow> stored = layout_.rows.Read(row);
         if (!stored) RaiseJet(JetError::RecordDeleted);
         // A copy: the page changes while the row is replaced.
@@ -62,6 +67,7 @@ private:
     void CollectFollowers();
     void Write();
     void WriteRow();
+    bool WriteInPlace();
     void ReplaceLongValue(std::size_t column);
     void Cascade(ChangeScope& scope, const Follower& follower);
 
@@ -82,12 +88,12 @@ private:
 
     LocalTable& table_;
     TableLayout& layout_;
+    RowDraft& draft_;
     RowId row_;
     int depth_;
     bool mayNumber_;  ///< whether AutoNumbers may be changed, too
     std::vector<std::uint8_t> bytes_;
     std::optional<RowView> view_;
-    RowDraft draft_;
     std::vector<std::size_t> changed_;  ///< columns whose value becomes another one
     struct ChangedKey {
         std::size_t realIndex;
@@ -111,7 +117,7 @@ void RowUpdate::NoteChange(std::size_t column) {
 
 /// A row that refers to itself keeps doing so when its key changes and updates cascade.
 void RowUpdate::FollowOwnKey() {
-    for (const RelationshipSide& side : layout_.referencedBy) {
+    for (RelationshipSide& side : layout_.referencedBy) {
         const IndexStorage& index = layout_.realIndexes[side.realIndex];
         if (side.partnerTable != table_.DefinitionPage() || !side.cascadesUpdates || !AnyChanged(index)) {
             continue;
@@ -140,7 +146,8 @@ void RowUpdate::PrepareKeys() {
         const IndexStorage& index = layout_.realIndexes[i];
         if (!AnyChanged(index)) continue;
         RowKey oldKey = KeyOfStoredRow(layout_, index, *view_);
-        PrepareKey(layout_, draft_, i, row_);
+        BuildKey(layout_, draft_, i);
+        CheckKey(layout_, draft_, i, row_);
         if (draft_.keys[i].bytes != oldKey.bytes) changedKeys_.push_back({i, std::move(oldKey)});
     }
 }
@@ -156,7 +163,7 @@ void RowUpdate::CheckReferences() {
 /// Lists the foreign rows that must follow, or refuses. A key that changes only in case is no new identity,
 /// so nothing is refused then, but cascading writes it through.
 void RowUpdate::CollectFollowers() {
-    for (const RelationshipSide& side : layout_.referencedBy) {
+    for (RelationshipSide& side : layout_.referencedBy) {
         const IndexStorage& index = layout_.realIndexes[side.realIndex];
         if (!AnyChanged(index)) continue;
         const bool keyChanged = std::ranges::any_of(
@@ -191,7 +198,27 @@ void RowUpdate::ReplaceLongValue(std::size_t column) {
     if (!old.Empty()) storage.longValues->Free(old);
 }
 
+/// Numbers that become other numbers leave everything else in the row where it is.
+bool RowUpdate::WriteInPlace() {
+    for (const std::size_t column : changed_) {
+        const ColumnDefinition& definition = *layout_.storage[column].definition;
+        if (!definition.IsFixed() || definition.type == ColumnType::Boolean || view_->IsNull(definition) ||
+            IsNull(draft_[column])) {
+            return false;
+        }
+    }
+    for (const std::size_t column : changed_) {
+        const ColumnStorage& storage = layout_.storage[column];
+        const ByteView old = view_->Bytes(*storage.definition);
+        const std::vector<std::uint8_t>& encoded = draft_.encoded[storage.descriptor].value();
+        std::ranges::copy(encoded, bytes_.begin() + (old.Data() - bytes_.data()));
+    }
+    layout_.rows.Replace(row_, bytes_);
+    return true;
+}
+
 void RowUpdate::WriteRow() {
+    if (WriteInPlace()) return;
     for (std::size_t column = 0; column < layout_.columns.size(); ++column) {
         ColumnStorage& storage = layout_.storage[column];
         const ColumnDefinition& definition = *storage.definition;
@@ -246,7 +273,9 @@ void UpdateAtDepth(LocalTable& table, ChangeScope& scope, RowId row, std::span<c
                    int depth) {
     if (depth > kMaxCascadeDepth) RaiseJet(JetError::TooComplex);
     try {
-        RowUpdate(table, row, depth).Run(scope, values);
+        // A cascade may lead back to the same table while its draft is in use.
+        RowDraft own;
+        RowUpdate(table, depth == 0 ? table.UpdateDraft() : own, row, depth).Run(scope, values);
     } catch (const OutOfBounds&) {
         RaiseDamagedRow(table.Layout(), row);
     }
@@ -273,7 +302,7 @@ void LocalTable::NumberRows(ChangeScope& scope, std::string_view column) {
     TableLayout& layout = Layout();
     for (const RowId row : rows) {
         const Assignment number{position, NextAutoNumber(layout, position)};
-        RowUpdate(*this, row, 0, true).Run(scope, std::span(&number, 1));
+        RowUpdate(*this, updateDraft_, row, 0, true).Run(scope, std::span(&number, 1));
         RaiseAutoNumberCounter(layout, position, number.value);
     }
     SaveCounters(*layout.pager, layout.definition);

@@ -20,10 +20,12 @@ Value NextAutoNumber(const TableLayout& layout, std::size_t column);
 /// The counter follows every AutoNumber that is greater, handed out or given.
 void RaiseAutoNumberCounter(TableLayout& layout, std::size_t column, const Value& value);
 
-/// Builds the draft's key of a real index into `draft.keys` and checks what the index demands: no Null
-/// (3058), no second row with the key (3022), a sort order that is known (3251).
-void PrepareKey(const TableLayout& layout, RowDraft& draft, std::size_t realIndex,
-                std::optional<RowId> exceptRow);
+/// Builds the draft's key of a real index into `draft.keys`. Throws 3251 for a sort order that is not known.
+void BuildKey(const TableLayout& layout, RowDraft& draft, std::size_t realIndex);
+
+/// Checks what the index demands of the draft's key: no Null (3058), no second row with it (3022).
+void CheckKey(const TableLayout& layout, const RowDraft& draft, std::size_t realIndex,
+              std::optional<RowId> exceptRow);
 
 /// Adds the entry of the draft's key, and counts a new distinct key.
 void AddIndexEntry(TableLayout& layout, const RowKey& key, std::size_t realIndex, RowId row);

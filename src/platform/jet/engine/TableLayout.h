@@ -15,6 +15,8 @@
 
 namespace marrowkit::jet {
 
+class LocalTable;
+
 /// Where and how one column is stored; parallel to TableLayout::columns.
 struct ColumnStorage {
     const ColumnDefinition* definition = nullptr;
@@ -45,8 +47,11 @@ struct RelationshipSide {
     bool cascadesDeletes = false;
     bool setsNull = false;  ///< on delete
 
-    /// Foreign side: the parent key that was found last, so that rows of one parent look it up once. Holds
-    /// as long as the parent table's count of vanished keys is `lastKeyStamp`.
+    LocalTable* partner = nullptr;  ///< looked up when it is needed first
+
+    /// Foreign side: the key (as this table's index has it) whose primary row was found last, so that rows of
+    /// one primary row look it up once. Holds as long as the primary table's count of vanished keys is
+    /// `lastKeyStamp`.
     std::vector<std::uint8_t> lastKey;
     std::uint64_t lastKeyStamp = 0;
 };
