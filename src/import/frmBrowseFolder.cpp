@@ -18,6 +18,7 @@
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
 #include "platform/text/Text.h"
+#include "shell/modGlobal.h"
 
 namespace marrowkit {
 namespace {
@@ -81,7 +82,7 @@ frmBrowseFolder::frmBrowseFolder(QWidget* owner) : QDialog(owner) {
     SetInnerSize(*this, 4695, 3855);
 
     std::string& browsePath = GlobalImportSettings().BrowseFolderPath;
-    const std::string start = browsePath.empty() ? ProgramFolder() : browsePath;
+    const std::string start = browsePath.empty() ? modGlobal::StartFolder() : browsePath;
     browsePath.clear();  // closing without OK returns nothing
     FillDrives();
     DriveBox->setCurrentIndex(DriveBox->findData(ToQt(UCase(Left(start, 2)) + "\\")));

@@ -10,6 +10,12 @@
 #include "forms/QtText.h"
 #include "platform/errors/RuntimeError.h"
 
+// Resources of a static library are left out of a program unless somebody asks for them, from outside of all
+// namespaces.
+static void RegisterImages() {
+    Q_INIT_RESOURCE(images);
+}
+
 namespace marrowkit {
 namespace {
 
@@ -20,6 +26,7 @@ constexpr int kSizes[] = {16, 24, 32, 48, 64, 96, 128, 256};
 }  // namespace
 
 QIcon BuiltInImage(std::string_view name) {
+    RegisterImages();
     QSvgRenderer renderer(QStringLiteral(":/images/%1.svg").arg(ToQt(name)));
     QIcon icon;
     for (const int size : kSizes) {

@@ -7,6 +7,7 @@
 #include "forms/QtText.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/HostPath.h"
+#include "shell/modGlobal.h"
 
 namespace marrowkit {
 namespace {
@@ -30,7 +31,8 @@ QStringList QtFilters(const QString& filter) {
 
 std::string ShowOpenFileDialog(QWidget* owner, const std::string& initialFolder, const std::string& filter,
                                const std::string& title) {
-    const std::string folder = FileTools().FolderExists(initialFolder) ? initialFolder : ProgramFolder();
+    const std::string folder =
+        FileTools().FolderExists(initialFolder) ? initialFolder : modGlobal::StartFolder();
     QFileDialog dialog(owner, ToQt(title), QFile::decodeName(HostPath(folder).c_str()));
     dialog.setObjectName(QStringLiteral("cDialog"));
     dialog.setNameFilters(QtFilters(ToQt(filter)));

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "platform/errors/RuntimeError.h"
 #include "platform/files/DriveMap.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
@@ -13,6 +14,14 @@ bool Expert = false;
 
 std::string VersionText() {
     return std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor);
+}
+
+std::string StartFolder() {
+    try {
+        return ProgramFolder();
+    } catch (const RuntimeError&) {
+        return LibraryRoot;
+    }
 }
 
 void Start(const std::string& library) {

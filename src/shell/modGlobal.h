@@ -17,6 +17,10 @@ extern std::string LibraryRoot;
 /// Started with -EXPERT: fewer warnings.
 extern bool Expert;
 
+/// Where choosing files and folders begins when nothing else says so: the program's own folder, or the
+/// library when no drive leads to that.
+std::string StartFolder();
+
 /// Sets LibraryRoot: to `library` (a path of the host or of Windows) unless that is empty, else to what
 /// MARROWKIT_LIBRARY in the environment names, else to the folder that holds the program file. Drive letters
 /// are those of the library's Wine prefix, when it lies in one. Raises 52, 68, 76 for a path that cannot be.

@@ -5,6 +5,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QTest>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -199,7 +200,7 @@ TEST_F(MainWindow, TheMenuKeyOpensTheSelectedNodesMenu) {
     AddDatabase("Arcade");
     Open();
     SelectDatabase("Arcade");
-    QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint());
+    QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(), QPoint());
     QCoreApplication::sendEvent(&Tree(), &event);
     auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     ASSERT_NE(menu, nullptr);
