@@ -28,10 +28,14 @@ std::string& TextOf(Value& value) {
 /// Most texts are compressed ASCII (or code page bytes that are), and need no decoding at all.
 void DecodeTextInto(JetVersion version, ByteView stored, Value& value) {
     std::span<const std::uint8_t> bytes = stored.All();
+    if (bytes.empty()) {
+        TextOf(value).clear();
+        return;
+    }
     const bool compressed = bytes.size() >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE;
     if (compressed && version == JetVersion::Jet4) bytes = bytes.subspan(2);
-    if ((compressed || version == JetVersion::Jet3 || bytes.empty()) && IsPlainAscii(bytes)) {
-        TextOf(value).assign(bytes.begin(), bytes.end());
+    if ((compressed || version == JetVersion::Jet3) && IsPlainAscii(bytes)) {
+        TextOf(value).assign(reinterpret_cast<const char*>(bytes.data()), bytes.size());
         return;
     }
     TextOf(value) = DecodeText(version, stored);
@@ -75,14 +79,14 @@ void DecodeColumn(const TableLayout& layout, const RowView& row, std::size_t col
     const ColumnStorage& storage = layout.storage[column];
     const ColumnDefinition& definition = *storage.definition;
     if (definition.type == ColumnType::Boolean) {
-        value = row.Decode(definition);
-        return;
-    }
-    if (row.IsNull(definition)) {
-        value = Null{};
+        Assign(value, std::get<bool>(row.Decode(definition)));
         return;
     }
     const ByteView bytes = row.Bytes(definition);
+    if (bytes.Empty() && row.IsNull(definition)) {
+        value = Null{};
+        return;
+    }
     switch (definition.type) {
         case ColumnType::Byte:
             Assign(value, bytes.U8(0));
