@@ -25,12 +25,14 @@ const Catalog& LocalDatabase::GetCatalog() const {
 }
 
 std::vector<CatalogObject> LocalDatabase::Objects() const {
+    pager_->Refresh();
     std::vector<CatalogObject> objects;
     for (const CatalogEntry& entry : GetCatalog().Entries()) objects.push_back(entry.object);
     return objects;
 }
 
 std::vector<std::string> LocalDatabase::TableNames(bool withSystemTables) const {
+    pager_->Refresh();
     std::vector<std::string> names;
     for (const CatalogEntry& entry : GetCatalog().Entries()) {
         if (!entry.IsLocalTable()) continue;
@@ -40,6 +42,7 @@ std::vector<std::string> LocalDatabase::TableNames(bool withSystemTables) const 
 }
 
 std::vector<Relationship> LocalDatabase::Relationships() const {
+    pager_->Refresh();
     // The walk needs table objects, which are made on demand.
     return ReadRelationships(const_cast<LocalDatabase&>(*this));
 }
@@ -59,6 +62,7 @@ std::shared_ptr<LocalTable> LocalDatabase::FindLocalTable(std::string_view name)
 }
 
 std::shared_ptr<Table> LocalDatabase::FindTable(std::string_view name) {
+    pager_->Refresh();
     return FindLocalTable(name);
 }
 

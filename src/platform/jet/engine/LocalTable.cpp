@@ -56,6 +56,7 @@ TableLayout& LocalTable::Layout() const {
 }
 
 std::int64_t LocalTable::RowCount() const {
+    database_->GetPager().Refresh();
     const TableLayout& layout = Layout();
     if (!layout.isSystem) return layout.definition.rowCount;
     std::int64_t count = 0;
@@ -64,6 +65,7 @@ std::int64_t LocalTable::RowCount() const {
 }
 
 std::optional<Row> LocalTable::Read(RowId row, std::span<const std::size_t> columns) const {
+    database_->GetPager().Refresh();
     const TableLayout& layout = Layout();
     const std::optional<StoredRow> stored = layout.rows.Read(row);
     if (!stored) return std::nullopt;
@@ -77,12 +79,14 @@ std::optional<Row> LocalTable::Read(RowId row, std::span<const std::size_t> colu
 }
 
 std::unique_ptr<Table::Scan> LocalTable::OpenScan(std::vector<std::size_t> columns) const {
+    database_->GetPager().Refresh();
     return OpenTableScan(SharedLayout(), std::move(columns));
 }
 
 std::unique_ptr<Table::Scan> LocalTable::OpenIndexScan(std::size_t index, IndexRange range,
                                                        std::vector<std::size_t> columns,
                                                        bool backwards) const {
+    database_->GetPager().Refresh();
     auto layout = SharedLayout();
     const std::size_t realIndex = layout->indexes.at(index).realIndex;
     return OpenRangeScan(std::move(layout), realIndex, range, std::move(columns), backwards);
