@@ -37,6 +37,40 @@ std::size_t Middle(const EntryList& entries, std::uint32_t prefix) {
     return std::max<std::size_t>(at, 1);
 }
 
+/// Entries [from, to) of a page and what is stored once of them.
+struct Part {
+    std::size_t from;
+    std::size_t to;
+    std::uint32_t prefix;
+};
+
+/// The part with the prefix that the whole list has, when it fits so, else with its own, longer one; nullopt
+/// when it needs more than a page.
+std::optional<Part> PartThatFits(const EntryList& entries, std::size_t from, std::size_t to,
+                                 std::uint32_t sharedPrefix, const IndexPage& page) {
+    for (const std::uint32_t prefix : {sharedPrefix, entries.CommonPrefix(from, to)}) {
+        const std::uint32_t stored = std::min(prefix, page.MaxPrefixBytes());
+        if (entries.StoredBytes(from, to, stored) <= page.Capacity()) return Part{from, to, stored};
+    }
+    return std::nullopt;
+}
+
+/// Cuts a page's entries, one of them just added at `added`, into two parts that fit on a page each: in the
+/// middle when that will do. A new first or last entry may end what all others begin with and make them too
+/// long to stand beside it, and a few long entries may not be halved evenly; beside the new entry there is
+/// always a place to cut, because what was on the page fits and the new entry takes no more than half a page.
+std::pair<Part, Part> CutInTwo(const EntryList& entries, std::size_t added, const IndexPage& page) {
+    const std::size_t count = entries.Size();
+    const std::uint32_t shared = std::min(entries.CommonPrefix(0, count), page.MaxPrefixBytes());
+    for (const std::size_t cut : {Middle(entries, shared), added + 1, added}) {
+        if (cut == 0 || cut >= count) continue;
+        const auto left = PartThatFits(entries, 0, cut, shared, page);
+        const auto right = PartThatFits(entries, cut, count, shared, page);
+        if (left && right) return {*left, *right};
+    }
+    throw OutOfBounds{};
+}
+
 }  // namespace
 
 BTree::BTree(Pager& pager, PageNumber table, PageNumber root, RowId pageMap)
@@ -206,7 +240,8 @@ void BTree::InsertOverflowing(Path& path, KeyView entry) {
         const IndexPageEdit index(*pager_, page);
         EntryList entries(index);
         entries.Insert(index.CountBefore(path.back().position), entry);
-        const std::uint32_t prefix = std::min(entries.CommonPrefix(), index.MaxPrefixBytes());
+        const std::uint32_t prefix =
+            std::min(entries.CommonPrefix(0, entries.Size()), index.MaxPrefixBytes());
         if (entries.StoredBytes(0, entries.Size(), prefix) <= index.Capacity()) {
             return index.Assign(entries.Range(0, entries.Size()), prefix);
         }
@@ -234,13 +269,12 @@ void BTree::SplitLeaf(Path& path, KeyView entry) {
         return InsertChild(path, path.size() - 2, last, page.Number(), added.Number());
     }
     entries.Insert(at, entry);
-    const std::uint32_t prefix = std::min(entries.CommonPrefix(), index.MaxPrefixBytes());
-    const std::size_t middle = Middle(entries, prefix);
-    addedIndex.Assign(entries.Range(0, middle), prefix);
-    index.Assign(entries.Range(middle, entries.Size()), prefix);
+    const auto [left, right] = CutInTwo(entries, at, index);
+    addedIndex.Assign(entries.Range(left.from, left.to), left.prefix);
+    index.Assign(entries.Range(right.from, right.to), right.prefix);
     LinkBefore(added.Number(), page.Number());
-    lastLeaf_ = at < middle ? added.Number() : page.Number();
-    InsertChild(path, path.size() - 2, entries[middle - 1], added.Number(), page.Number());
+    lastLeaf_ = at < left.to ? added.Number() : page.Number();
+    InsertChild(path, path.size() - 2, entries[left.to - 1], added.Number(), page.Number());
 }
 
 /// In the node at `depth`: the place that led to a split page leads to `right` now, and a new entry in front
@@ -271,8 +305,9 @@ void BTree::SplitNode(Path& path, std::size_t depth, KeyView entry) {
     const std::size_t count = entries.Size();
     // At the right end of the tree the left page stays as full as can be, like leaves do.
     const bool ascending = at + 1 == count && node.Next() == 0;
+    // The entry that moves up is the one that the middle of the bytes falls into, so either side fits.
     const std::size_t middle =
-        ascending ? count - 2 : std::clamp<std::size_t>(Middle(entries, 0), 1, count - 2);
+        ascending ? count - 2 : std::clamp<std::size_t>(Middle(entries, 0) - 1, 1, count - 2);
 
     const PageEdit added = NewPage(node.Level());
     const IndexPageEdit addedNode(*pager_, added);

@@ -404,9 +404,9 @@ void EntryList::Insert(std::size_t at, EntryView entry) {
     entries_.insert(entries_.begin() + static_cast<std::ptrdiff_t>(at), entry);
 }
 
-std::uint32_t EntryList::CommonPrefix() const {
+std::uint32_t EntryList::CommonPrefix(std::size_t from, std::size_t to) const {
     // Sorted, so what the first and the last share all share.
-    return entries_.empty() ? 0 : CommonLength(entries_.front(), entries_.back());
+    return from == to ? 0 : CommonLength(entries_[from], entries_[to - 1]);
 }
 
 std::uint32_t EntryList::StoredBytes(std::size_t from, std::size_t to, std::uint32_t prefixBytes) const {

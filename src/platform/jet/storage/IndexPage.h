@@ -139,8 +139,8 @@ public:
     std::span<const EntryView> Range(std::size_t from, std::size_t to) const {
         return std::span(entries_).subspan(from, to - from);
     }
-    /// Length of what all entries begin with.
-    std::uint32_t CommonPrefix() const;
+    /// Length of what entries [from, to) all begin with.
+    std::uint32_t CommonPrefix(std::size_t from, std::size_t to) const;
     /// Bytes that entries [from, to) take when stored with this prefix.
     std::uint32_t StoredBytes(std::size_t from, std::size_t to, std::uint32_t prefixBytes) const;
 

@@ -83,6 +83,15 @@ const Pattern kPatterns[] = {
          key.insert(key.end(), rest.begin(), rest.end());
          return key;
      }},
+    {"KeysThatBreakLongSharedBeginnings",
+     [](std::mt19937& random, std::uint32_t i) {
+         Bytes key(i % 40 == 0 ? random() % 150 : 150, 0x55);
+         key.push_back(static_cast<std::uint8_t>(i % 40 == 0 ? 0x40 + random() % 0x30 : 0x55));
+         const Bytes rest = NumberKey(static_cast<std::uint32_t>(random()) % 5000);
+         key.insert(key.end(), rest.begin(), rest.end());
+         return key;
+     }},
+    {"KeysOfNearlyHalfAPage", [](std::mt19937& random, std::uint32_t) { return TextKey(random, 880, 9); }},
 };
 
 TEST_P(BTreeTest, BehavesLikeASetWhateverTheOrderOfChanges) {
@@ -125,6 +134,50 @@ TEST_P(BTreeTest, BehavesLikeASetWhateverTheOrderOfChanges) {
         EXPECT_EQ(CheckIndex(*database.pager, database.layout.root, true).pages.size(), 1U);
         unit.Commit();
     }
+}
+
+TEST_P(BTreeTest, TakesAKeyThatSharesNothingWithAPageFullOfLongKeys) {
+    const std::size_t shared = 150;
+    for (const bool inFront : {true, false}) {
+        SCOPED_TRACE(inFront);
+        BTree tree = database.Index();
+        Model model;
+        Unit unit(*database.pager);
+        const auto insert = [&](Bytes key, std::uint32_t i) {
+            const RowId row{3, static_cast<std::uint8_t>(i)};
+            EXPECT_TRUE(tree.Insert(key, row));
+            model.emplace(std::move(key), row);
+        };
+        for (std::uint32_t i = 0; i < 120; ++i) {
+            Bytes key(shared, 0x55);
+            key.push_back(i < 60 ? 0x10 : 0x70);
+            key.push_back(static_cast<std::uint8_t>(i));
+            insert(key, i);
+        }
+        ASSERT_EQ(CheckIndex(*database.pager, database.layout.root, true).pages.size(), 1U);
+        insert({static_cast<std::uint8_t>(inFront ? 0x11 : 0x77)}, 200);
+        ExpectEqual(model);
+        tree.Clear();
+        unit.Commit();
+    }
+}
+
+TEST_P(BTreeTest, SplitsPagesOfThreeOrFourEntriesThatDifferInLength) {
+    // Entries of up to half a page: cutting in the middle by bytes may leave too much on one side.
+    const std::size_t half = GetParam() == JetVersion::Jet3 ? 900 : 1808;
+    std::mt19937 random(5);
+    BTree tree = database.Index();
+    Model model;
+    Unit unit(*database.pager);
+    for (std::uint32_t i = 0; i < 600; ++i) {
+        const std::size_t length = random() % 2 == 0 ? half - 9 - random() % 40 : half / 2 + random() % 20;
+        Bytes key(length, static_cast<std::uint8_t>(random()));
+        const RowId row{i / 100 + 3, static_cast<std::uint8_t>(i % 100)};
+        tree.Insert(key, row);
+        model.emplace(key, row);
+    }
+    ExpectEqual(model);
+    unit.Commit();
 }
 
 TEST_P(BTreeTest, GrowsToThreeLevelsAndShrinksBack) {
