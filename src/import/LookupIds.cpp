@@ -1,29 +1,8 @@
 #include "import/LookupIds.h"
 
-#include <type_traits>
-#include <variant>
-
-#include "platform/errors/RuntimeError.h"
+#include "platform/expression/Conversion.h"
 
 namespace marrowkit {
-
-namespace {
-
-std::int32_t ToLong(const jet::Value& value) {
-    return std::visit(
-        [](const auto& held) -> std::int32_t {
-            using Held = std::decay_t<decltype(held)>;
-            if constexpr (std::is_same_v<Held, std::int32_t> || std::is_same_v<Held, std::int16_t> ||
-                          std::is_same_v<Held, std::uint8_t>) {
-                return held;
-            } else {
-                Raise(RuntimeErrorNumber::TypeMismatch);
-            }
-        },
-        value);
-}
-
-}  // namespace
 
 LookupIds::LookupIds(dao::Database& database, std::string_view table, std::string_view keyField,
                      std::string_view nameField)
@@ -44,13 +23,13 @@ std::int32_t LookupIds::FindOrAdd(const std::string& name) {
     dao::Recordset rows = database_.OpenRecordset(query_ + name + '"');
     if (rows.EOF_()) return Add(name);
     rows.MoveFirst();
-    return ToLong(rows.Fields(keyField_).Value());
+    return expression::ToLong(rows.Fields(keyField_).Value());
 }
 
 std::int32_t LookupIds::Add(const std::string& name) {
     if (!additions_) additions_ = database_.OpenRecordset("SELECT * FROM " + table_);
     additions_->AddNew();
-    const std::int32_t id = ToLong(additions_->Fields(keyField_).Value());
+    const std::int32_t id = expression::ToLong(additions_->Fields(keyField_).Value());
     additions_->Fields(nameField_).SetValue(name);
     additions_->Update();
     return id;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <variant>
 
-#include "platform/errors/RuntimeError.h"
+#include "platform/expression/Conversion.h"
 #include "platform/text/Text.h"
 
 namespace marrowkit {
@@ -29,17 +29,6 @@ const std::array<LookupTable, 5> kLookupTables = {{
      "SELECT CR_Id as ID, Cracker AS Name FROM Crackers WHERE NOT (CR_Id = ", ") ORDER BY Cracker"},
 }};
 
-namespace {
-
-std::int32_t IdOf(const jet::Value& value) {
-    if (const auto* id = std::get_if<std::int32_t>(&value)) return *id;
-    if (const auto* id = std::get_if<std::int16_t>(&value)) return *id;
-    if (const auto* id = std::get_if<std::uint8_t>(&value)) return *id;
-    Raise(RuntimeErrorNumber::TypeMismatch);
-}
-
-}  // namespace
-
 const LookupTable* FindLookupTable(std::string_view table) {
     const auto found = std::find_if(kLookupTables.begin(), kLookupTables.end(),
                                     [&](const LookupTable& row) { return EqualNoCase(row.table, table); });
@@ -59,7 +48,7 @@ std::vector<LookupRecord> ListLookupRecords(dao::Database& database, std::string
     dao::Recordset records = database.OpenRecordset(query, type);
     while (!records.EOF_()) {
         LookupRecord record;
-        record.id = IdOf(records.Fields("ID").Value());
+        record.id = expression::ToLong(records.Fields("ID").Value());
         const jet::Value name = records.Fields("Name").Value();
         if (const auto* text = std::get_if<std::string>(&name)) record.name = *text;
         list.push_back(std::move(record));
