@@ -9,6 +9,7 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QStatusBar>
+#include <QTimer>
 
 #include "forms/FatalError.h"
 #include "forms/Messages.h"
@@ -107,10 +108,6 @@ void frmMain::BuildControls() {
     }
     connect(tvVellora, &QTreeWidget::itemClicked, this,
             [this](const QTreeWidgetItem* node) { NodeClicked(*node); });
-    connect(tvVellora, &QTreeWidget::currentItemChanged, this, [this](const QTreeWidgetItem* node) {
-        // Arrow keys move the selection as a click does.
-        if (node != nullptr && !refreshing_ && tvVellora->hasFocus()) NodeClicked(*node);
-    });
     connect(tvVellora, &QTreeWidget::itemDoubleClicked, this, Guarded([this] { NodeDoubleClicked(); }));
     auto* refresh = new QShortcut(QKeySequence(Qt::Key_F5), this);
     connect(refresh, &QShortcut::activated, this, Guarded([this] { RefreshLibraryTree(); }));
@@ -205,7 +202,6 @@ void frmMain::closeEvent(QCloseEvent* event) {
 void frmMain::RefreshLibraryTree() {
     SetHourglass(true);
     PumpEventsNow();
-    refreshing_ = true;
     tvVellora->setUpdatesEnabled(false);
     tvVellora->clear();
     nodesByKey_.clear();
@@ -218,7 +214,6 @@ void frmMain::RefreshLibraryTree() {
     rootItem->setFont(0, bold);
     rootItem->setExpanded(true);
     tvVellora->setUpdatesEnabled(true);
-    refreshing_ = false;
     SetStatusText(std::string(kTreeHint));
     SetHourglass(false);
 }
@@ -264,9 +259,16 @@ bool frmMain::eventFilter(QObject* watched, QEvent* event) {
     }
     if (watched == tvVellora && event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent*>(event)->key();
-        if (key != Qt::Key_Return && key != Qt::Key_Enter) return false;
-        RunHandler([this] { NodeDoubleClicked(); });
-        return true;
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            RunHandler([this] { NodeDoubleClicked(); });
+            return true;
+        }
+        // Arrow keys click the node that they lead to, once the tree has followed them.
+        QTimer::singleShot(0, this, [this, before = tvVellora->currentItem()] {
+            const QTreeWidgetItem* now = tvVellora->currentItem();
+            if (now != nullptr && now != before) NodeClicked(*now);
+        });
+        return false;
     }
     return QMainWindow::eventFilter(watched, event);
 }

@@ -92,7 +92,6 @@ private:
     QHash<QString, QTreeWidgetItem*> nodesByKey_;
     std::unique_ptr<frmWait> wait_;
     std::string commandLine_;
-    bool refreshing_ = false;
 };
 
 }  // namespace marrowkit

@@ -235,7 +235,7 @@ TEST_F(ImportWindows, EveryHelpButtonExplainsItsOption) {
 TEST_F(ImportWindows, CancellingTheImportLeavesTheDialogOpen) {
     AddTemplate();
     std::string lines;
-    for (int i = 0; i < 20000; ++i) lines += GamesLine("Game " + std::to_string(i), "g.bin", "1", i);
+    for (int i = 0; i < 400000; ++i) lines += GamesLine("Game " + std::to_string(i), "g.bin", "1", i);
     WriteDatafile("Large.dat", lines);
     test::WriteFile(folder_ / "drive_c/Roms/a.bin", "x");
     Open();

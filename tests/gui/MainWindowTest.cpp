@@ -175,6 +175,16 @@ TEST_F(MainWindow, ALeftClickShowsTheNodesKey) {
     EXPECT_EQ(Status(), QStringLiteral("Right-Click each Node for options"));
 }
 
+TEST_F(MainWindow, AnArrowKeyClicksTheNodeItLeadsTo) {
+    AddDatabase("Arcade");
+    Open();
+    Tree().setCurrentItem(Node("ROOT"));
+    QTest::keyClick(&Tree(), Qt::Key_Down);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(Tree().currentItem(), Node(R"(C:\Vellora\Arcade\)"));
+    EXPECT_EQ(Status(), QStringLiteral(R"(C:\Vellora\Arcade\)"));
+}
+
 TEST_F(MainWindow, ARightClickPopsUpTheMenuOfItsNodeAndSelectsNothing) {
     AddDatabase("Arcade");
     test::WriteFile(Library() / "Arcade/Paths.ini", "x");
@@ -229,12 +239,14 @@ TEST_F(MainWindow, AnIconThatIsNoPictureEndsTheProgramWithTheReport) {
     GTEST_FLAG_SET(death_test_style, "fast");
     EXPECT_EXIT(
         {
-            QTimer::singleShot(0, [] {
+            QTimer poll;
+            QObject::connect(&poll, &QTimer::timeout, &poll, [] {
                 if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
                     fprintf(stderr, "[%s] %s", qPrintable(box->windowTitle()), qPrintable(box->text()));
                     box->accept();
                 }
             });
+            poll.start(5);
             RunHandler([this] { Open(); });
         },
         ::testing::ExitedWithCode(1), "\\[Marrowkit\\] Run-time error '481':");

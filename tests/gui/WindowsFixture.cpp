@@ -1,6 +1,7 @@
 #include "gui/WindowsFixture.h"
 
 #include <QAction>
+#include <QTest>
 #include <QTreeWidgetItemIterator>
 #include <cstdlib>
 
@@ -41,6 +42,8 @@ void Windows::AddDatabase(const std::string& name, int minor, jet::JetVersion fo
 void Windows::Open(const std::string& commandLine) {
     window_ = std::make_unique<frmMain>(commandLine);
     window_->Start();
+    // Shortcuts work in the active window only.
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window_.get()));
 }
 
 QTreeWidgetItem* Windows::Node(const std::string& key) {
