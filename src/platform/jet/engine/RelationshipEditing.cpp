@@ -8,6 +8,7 @@
 #include "platform/jet/engine/LocalDatabase.h"
 #include "platform/jet/engine/RelationshipRows.h"
 #include "platform/jet/engine/RowDecoding.h"
+#include "platform/jet/engine/TableScans.h"
 #include "platform/jet/format/Collation.h"
 #include "platform/jet/format/JetErrors.h"
 
@@ -66,8 +67,12 @@ void CheckExistingRows(const TableLayout& primary, const IndexStorage& index, co
     std::vector<std::uint8_t> lastFound;
     Row values;
     while (cursor.Next()) {
-        const StoredRow stored = cursor.Row();
-        DecodeColumns(foreign, stored.bytes, foreignColumns, values);
+        try {
+            const StoredRow stored = cursor.Row();
+            DecodeColumns(foreign, stored.bytes, foreignColumns, values);
+        } catch (const OutOfBounds&) {
+            RaiseDamagedRow(foreign, cursor.Id());
+        }
         if (std::ranges::all_of(values, IsNull)) continue;
         key.clear();
         for (std::size_t i = 0; i < values.size(); ++i) {
@@ -82,9 +87,12 @@ void CheckExistingRows(const TableLayout& primary, const IndexStorage& index, co
     }
 }
 
-std::optional<std::size_t> FindIndexOn(const TableLayout& layout, const std::vector<std::size_t>& columns) {
+/// An index on exactly these columns in this order; a unique one where one to one is wanted.
+std::optional<std::size_t> FindIndexOn(const TableLayout& layout, const std::vector<std::size_t>& columns,
+                                       bool unique) {
     for (std::size_t i = 0; i < layout.realIndexes.size(); ++i) {
-        if (layout.realIndexes[i].columns == columns) return i;
+        const IndexStorage& index = layout.realIndexes[i];
+        if (index.columns == columns && (index.unique || !unique)) return i;
     }
     return std::nullopt;
 }
@@ -106,9 +114,10 @@ LogicalIndex SideOf(const Relationship& relationship, LogicalIndex::Side side) {
 
 /// Finds, or makes and fills, the real index of the foreign side.
 std::size_t ForeignRealIndex(Pager& pager, const TableLayout& layout, TableDefinition& definition,
-                             const std::vector<std::size_t>& columns) {
-    if (const auto found = FindIndexOn(layout, columns)) return *found;
+                             const std::vector<std::size_t>& columns, bool unique) {
+    if (const auto found = FindIndexOn(layout, columns, unique)) return *found;
     Index design;
+    design.unique = unique;
     for (const std::size_t column : columns) design.parts.push_back({layout.columns[column].name, true});
     RealIndex real = DesignRealIndex(layout.Version(), definition, design);
     CreateIndexPages(pager, definition.page, real);
@@ -127,7 +136,8 @@ void LinkTables(Pager& pager, const Relationship& relationship, const TableLayou
     TableDefinition otherDefinition = primary.definition;
     TableDefinition& primaryDefinition = isSelf ? foreignDefinition : otherDefinition;
 
-    const std::size_t foreignRealIndex = ForeignRealIndex(pager, foreign, foreignDefinition, foreignColumns);
+    const std::size_t foreignRealIndex =
+        ForeignRealIndex(pager, foreign, foreignDefinition, foreignColumns, relationship.unique);
     LogicalIndex foreignSide = SideOf(relationship, LogicalIndex::Side::Foreign);
     foreignSide.name = relationship.name;
     foreignSide.realIndex = static_cast<std::uint32_t>(foreignRealIndex);

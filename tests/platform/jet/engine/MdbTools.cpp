@@ -72,6 +72,15 @@ std::string HexDigits(std::string_view text) {
     return digits;
 }
 
+/// The text that hexadecimal digits stand for.
+std::string FromHex(std::string_view digits) {
+    std::string text;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+        text += static_cast<char>(std::stoi(std::string(digits.substr(i, 2)), nullptr, 16));
+    }
+    return text;
+}
+
 /// C1 controls (code page bytes without a character) and single surrogates come out differently everywhere.
 bool IsComparable(std::string_view text) {
     for (std::size_t i = 0; i + 1 < text.size(); ++i) {
@@ -109,12 +118,13 @@ std::string Ours(const Column& column, const Value& value) {
             return cut.empty() ? std::string(kNull) : cut;
         }
         case ColumnType::Guid:
+            return HexDigits(GuidText(std::get<Guid>(value)));
         case ColumnType::FixedBlock:
             return kUncompared;
         case ColumnType::Binary: {
             Binary bytes = std::get<Binary>(value);
             bytes.erase(std::ranges::find(bytes, std::uint8_t{0}), bytes.end());
-            return bytes.empty() ? kUncompared : HexText(bytes);
+            return bytes.empty() ? std::string(kNull) : HexText(bytes);
         }
         case ColumnType::Ole: {
             const auto& bytes = std::get<Binary>(value);
@@ -136,7 +146,9 @@ std::string Theirs(const Column& column, const std::string& cell, const std::str
             return RoundedNumber(std::strtod(cell.c_str(), nullptr));
         case ColumnType::Binary:
         case ColumnType::Ole:
-            return HexDigits(cell);
+            return cell.empty() ? std::string(kNull) : HexDigits(cell);
+        case ColumnType::Guid:
+            return HexDigits(FromHex(cell));
         case ColumnType::Text:
         case ColumnType::Memo:
             return cell.empty() ? std::string(kNull) : cell;

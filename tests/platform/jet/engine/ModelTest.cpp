@@ -7,6 +7,7 @@
 #include <random>
 
 #include "EngineTestSupport.h"
+#include "MdbTools.h"
 #include "platform/jet/format/Collation.h"
 #include "platform/jet/format/IndexKey.h"
 
@@ -296,6 +297,7 @@ TEST_P(ModelTest, RandomChanges) {
     }
     Reopen();
     ASSERT_NO_FATAL_FAILURE(Compare(model));
+    if (MdbTools::IsInstalled()) MdbTools::ExpectSameCells(path_, T("T"));
     // And empty again.
     Unit change(database_->GetPager());
     for (const auto& [id, row] : model) T("T").Delete(id);

@@ -252,6 +252,17 @@ TEST_P(RelationshipTest, FollowsTheNewNameOfATable) {
     Insert(T("Children"), {{"Parent", 1}});
 }
 
+TEST_P(RelationshipTest, OneToOneAllowsOneForeignRowEach) {
+    Relationship relationship = RelationshipOf("OneOf", "Parents", "Id", "Children", "Parent");
+    relationship.unique = true;
+    database_->CreateRelationship(relationship);
+    EXPECT_TRUE(database_->Relationships().front().unique);
+    Insert(T("Children"), {{"Parent", 1}});
+    Insert(T("Children"), {});
+    Insert(T("Children"), {});
+    EXPECT_EQ(ErrorOf([&] { Insert(T("Children"), {{"Parent", 1}}); }), 3022);
+}
+
 TEST_P(RelationshipTest, UsesAnIndexThatIsThere) {
     database_->CreateIndex("Children", IndexOn("ByParent", {"Parent"}));
     Relate();
