@@ -57,10 +57,8 @@ void AddCheckCommand(CLI::App& app, Session& session) {
         ->check(CLI::Range(1, 1'000'000))
         ->capture_default_str();
     command->footer(
-        "Reads a whole file: header, catalog, table definitions, the owner of every page, rows, long "
-        "values,\n"
-        "every index entry against its row and back, relationships. Writes one line for each problem and "
-        "ends\n"
+        "Reads a whole file and holds its parts against each other: the use of every page, rows and index\n"
+        "entries, memos and pictures, relationships. Writes one line for each problem and ends\n"
         "with 1 when there is one. The file is only read, also while somebody works with it; what is being\n"
         "written at that moment may look like damage.\n"
         "\n"

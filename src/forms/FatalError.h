@@ -18,8 +18,8 @@ public:
     virtual void CloseDatabase() noexcept = 0;
 };
 
-/// The end of every error that nobody traps: closes what HoldsDatabase holds, shows the runtime's report
-/// ("Run-time error 'N':", an empty line, the description) and ends the process with exit code 1.
+/// The end of every error that nobody traps: closes what HoldsDatabase holds, shows number and description
+/// the way the runtime does ("Run-time error 'N':" above) and ends the process with exit code 1.
 [[noreturn]] void ReportFatalError(const RuntimeError& error);
 
 /// Runs an event handler; an error that leaves it is fatal. No exception may travel through Qt.

@@ -13,8 +13,8 @@ inline constexpr char kDatafileSeparator = '\xAC';
 /// Nine columns between ten separators; field 0 is the empty text in front of the first separator.
 inline constexpr std::size_t kGamesLineFields = 11;
 
-/// Cuts a datafile's bytes into lines. A line ends at CR LF or at a lone CR; a lone LF is part of the line,
-/// so a file with LF line ends is one single line. Text after the last line end is a line too.
+/// Cuts a datafile's bytes into lines. CR ends a line, and takes an LF behind it along; LF alone does not, so
+/// a file with LF line ends is one single line. Text after the last line end is a line too.
 class DatafileLines {
 public:
     /// `bytes` must outlive the object and the lines it yields.

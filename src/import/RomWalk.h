@@ -8,8 +8,8 @@
 
 namespace marrowkit {
 
-/// Lists the ROM folder and the folders below it in tables.Files: the entries of a folder before those of its
-/// subfolders, in the order in which the file system gives them, subfolders listed like files. With
+/// Lists the ROM folder and the folders below it in tables.Files, unsorted: first all entries of a folder,
+/// subfolders listed like files, then subfolder by subfolder what lies in each. With
 /// settings.MatchExtensionsOnly only names that end in one of tables.FileTypes, type after type.
 ///
 /// A folder that cannot be read adds nothing. Returns an empty text, or the text of the error that ended the

@@ -86,7 +86,7 @@ private:
     QMenu* mnuVellora;
     QMenu* mnuDB;
     QMenu* mnuScriptRoot;
-    /// Built-in images at 0 to 4; from 5 on one per database folder with a start-up icon, new at every
+    /// Built-in images at 0 to 4; behind them the start-up icons that databases bring along, new at every
     /// refresh.
     std::vector<QIcon> ilstVellora_;
     QHash<QString, QTreeWidgetItem*> nodesByKey_;

@@ -32,8 +32,8 @@ private:
     std::vector<char> buffer_;
 };
 
-/// Reads lines as the runtime's sequential input does: a line ends at CR LF or at a lone CR; a lone LF is
-/// part of the line. Bytes come as they are, without the line end.
+/// Reads lines as the runtime's sequential input does: CR ends a line, and takes an LF behind it along; LF
+/// alone does not. Bytes come as they are, without the line end.
 class LineReader {
 public:
     explicit LineReader(std::string_view path) : reader_(path) {}

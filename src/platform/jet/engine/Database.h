@@ -62,9 +62,9 @@ struct Problem {
     std::string ToText() const;
 };
 
-/// Walks a whole file and reports everything that is wrong with it: header, catalog, owner of every page,
-/// usage maps, rows, long values, every index entry against its row and back, counters, relationships. Opens
-/// the file read-only and never throws on damage. `maxProblems` bounds the answer.
+/// Walks a whole file and reports everything that is wrong with it, from the header over the use of every
+/// page to rows without index entries, index entries without rows and broken relationships. Opens the file
+/// read-only and never throws on damage. `maxProblems` bounds the answer.
 std::vector<Problem> Check(const std::string& path, std::size_t maxProblems = 1000,
                            Storage* storage = nullptr);
 
