@@ -117,7 +117,11 @@ Value NextAutoNumber(const TableLayout& layout, std::size_t column) {
 void RaiseAutoNumberCounter(TableLayout& layout, std::size_t column, const Value& value) {
     if (layout.columns[column].randomAutoNumber) return;
     const auto* number = std::get_if<std::int32_t>(&value);
-    if (number != nullptr && *number > static_cast<std::int32_t>(layout.definition.lastAutoNumber)) {
+    if (number == nullptr) return;
+    const std::uint32_t last = layout.definition.lastAutoNumber;
+    // Behind the greatest number comes the smallest: the one that is next counts whatever its sign.
+    const bool isNext = static_cast<std::uint32_t>(*number) == last + 1;
+    if (isNext || *number > static_cast<std::int32_t>(last)) {
         layout.definition.lastAutoNumber = static_cast<std::uint32_t>(*number);
     }
 }

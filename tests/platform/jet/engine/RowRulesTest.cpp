@@ -177,6 +177,16 @@ TEST_P(RowRulesTest, AutoNumbers) {
     Update(T("T"), row, {{"Id", 103}, {"X", 1}});
 }
 
+TEST_P(RowRulesTest, AutoNumbersGoOnBehindTheGreatest) {
+    database_->CreateTable({"T", {AutoNumberColumn("Id")}, {PrimaryKey({"Id"})}, "", ""});
+    Table& table = T("T");
+    Insert(table, {{"Id", 2147483646}});
+    EXPECT_EQ(ValueOf(table, Insert(table, {}), "Id"), Value(2147483647));
+    EXPECT_EQ(ValueOf(table, Insert(table, {}), "Id"), Value(-2147483647 - 1));
+    EXPECT_EQ(ValueOf(table, Insert(table, {}), "Id"), Value(-2147483647));
+    EXPECT_EQ(table.TakeAutoNumber(), -2147483646);
+}
+
 TEST_P(RowRulesTest, RandomAndGuidAutoNumbers) {
     Column random = AutoNumberColumn("Id");
     random.randomAutoNumber = true;
