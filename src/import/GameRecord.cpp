@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "maintenance/SchemaNames.h"
 #include "platform/text/Text.h"
 #include "platform/text/Utf8.h"
 
@@ -10,6 +11,7 @@ namespace marrowkit {
 namespace {
 
 using jet::Value;
+namespace fields = schema::games;
 
 constexpr std::size_t kNameCharacters = 255;
 constexpr std::size_t kCommentCharacters = 125;
@@ -52,53 +54,54 @@ struct FieldRule {
 };
 
 constexpr FieldRule kFields[] = {
-    {"PU_Id", [](const Game& game) -> Value { return game.facts.publisherId; }},
-    {"CR_Id", [](const Game& game) -> Value { return game.facts.crackerId; }},
-    {"LA_Id", [](const Game& game) -> Value { return game.facts.languageId; }},
-    {"Name", [](const Game& game) { return Cut(game.entry.Name, kNameCharacters); }},
-    {"YE_ID", [](const Game& game) -> Value { return game.facts.yearId; }},
-    {"Comment", [](const Game& game) { return Cut(game.facts.comment, kCommentCharacters); }},
-    {"FileToRun", Empty},
-    {"FilenameIndex", Long<0>},
-    {"ScrnShotFilename", Empty},
-    {"MU_Id", Long<kUnknownMusicianId>},
-    {"GE_Id", Long<1>},
-    {"DI_Id", Long<8>},
-    {"PR_Id", Long<1>},
-    {"SidFileName", Empty},
-    {"DateLastPlayed", Empty},
-    {"TimesPlayed", Long<0>},
-    {"HighScore", Empty},
-    {"SA", False},
-    {"Filename",
+    {fields::kPublisher, [](const Game& game) -> Value { return game.facts.publisherId; }},
+    {fields::kCracker, [](const Game& game) -> Value { return game.facts.crackerId; }},
+    {fields::kLanguage, [](const Game& game) -> Value { return game.facts.languageId; }},
+    {fields::kName, [](const Game& game) { return Cut(game.entry.Name, kNameCharacters); }},
+    {fields::kYear, [](const Game& game) -> Value { return game.facts.yearId; }},
+    {fields::kComment, [](const Game& game) { return Cut(game.facts.comment, kCommentCharacters); }},
+    {fields::kFileToRun, Empty},
+    {fields::kFilenameIndex, Long<0>},
+    {fields::kScreenshotFilename, Empty},
+    {fields::kMusician, Long<kUnknownMusicianId>},
+    {fields::kGenre, Long<kUncategorizedGenreId>},
+    {fields::kDifficulty, Long<kUnknownDifficultyId>},
+    {fields::kProgrammer, Long<kUnknownProgrammerId>},
+    {fields::kSidFileName, Empty},
+    {fields::kDateLastPlayed, Empty},
+    {fields::kTimesPlayed, Long<0>},
+    {fields::kHighScore, Empty},
+    {fields::kSa, False},
+    {fields::kFilename,
      [](const Game& game) -> Value {
          return game.scanForRoms ? game.entry.MatchedFile : game.entry.FileName;
      }},
-    {"CCode", [](const Game& game) -> Value { return Found(game) ? kFileFound : kFileMissing; }},
-    {"FA", [](const Game& game) -> Value { return Found(game); }},
-    {"CRC", [](const Game& game) -> Value { return game.entry.Crc; }},
-    {"Filesize", [](const Game& game) -> Value { return game.entry.Size; }},
-    {"Fav", False},
-    {"Extras", False},
-    {"Classic", False},
-    {"Rating", Long<0>},
-    {"V_LoadingScreen", False},
-    {"V_HighScoreSaver", [](const Game& game) -> Value { return game.facts.highScoreSaver; }},
-    {"V_IncludedDocs", False},
-    {"V_PalNTSC", [](const Game& game) -> Value { return game.facts.palNtsc; }},
-    {"V_TrueDriveEmu", False},
-    {"V_Length", Long<0>},
-    {"V_Trainers", [](const Game& game) -> Value { return game.facts.trainers; }},
-    {"PlayersFrom", Long<-1>},
-    {"PlayersTo", Long<-1>},
-    {"PlayersSim", False},
-    {"V_Comment", [](const Game& game) { return Cut(game.facts.versionComment, kVersionCommentCharacters); }},
-    {"Adult", False},
-    {"MemoText", Empty},
-    {"Prequel", Long<0>},
-    {"Sequel", Long<0>},
-    {"Related", Long<0>},
-    {"Control", Long<0>},
+    {fields::kCCode, [](const Game& game) -> Value { return Found(game) ? kFileFound : kFileMissing; }},
+    {fields::kFa, [](const Game& game) -> Value { return Found(game); }},
+    {fields::kCrc, [](const Game& game) -> Value { return game.entry.Crc; }},
+    {fields::kFilesize, [](const Game& game) -> Value { return game.entry.Size; }},
+    {fields::kFavourite, False},
+    {fields::kExtras, False},
+    {fields::kClassic, False},
+    {fields::kRating, Long<0>},
+    {fields::kLoadingScreen, False},
+    {fields::kHighScoreSaver, [](const Game& game) -> Value { return game.facts.highScoreSaver; }},
+    {fields::kIncludedDocs, False},
+    {fields::kPalNtsc, [](const Game& game) -> Value { return game.facts.palNtsc; }},
+    {fields::kTrueDriveEmu, False},
+    {fields::kLength, Long<0>},
+    {fields::kTrainers, [](const Game& game) -> Value { return game.facts.trainers; }},
+    {fields::kPlayersFrom, Long<-1>},
+    {fields::kPlayersTo, Long<-1>},
+    {fields::kPlayersSim, False},
+    {fields::kVersionComment,
+     [](const Game& game) { return Cut(game.facts.versionComment, kVersionCommentCharacters); }},
+    {fields::kAdult, False},
+    {fields::kMemoText, Empty},
+    {fields::kPrequel, Long<0>},
+    {fields::kSequel, Long<0>},
+    {fields::kRelated, Long<0>},
+    {fields::kControl, Long<0>},
 };
 
 }  // namespace
@@ -122,7 +125,7 @@ void GameRecordWriter::Add(const DatafileEntry& entry, const GameFacts& facts, b
     for (const FieldRule& rule : kFields) {
         games_.Fields(positions_[index++]).SetValue(rule.value(game));
     }
-    if (facts.setLengthType) games_.Fields("V_LengthType").SetValue(kUnknownLengthType);
+    if (facts.setLengthType) games_.Fields(fields::kLengthType).SetValue(kUnknownLengthType);
     games_.Update();
 }
 

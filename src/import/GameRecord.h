@@ -17,6 +17,9 @@ inline constexpr std::int32_t kUnknownCrackerId = 8;
 inline constexpr std::int32_t kNoCrackerId = 7;
 inline constexpr std::int32_t kFirstLanguageId = 1;
 inline constexpr std::int32_t kUnknownMusicianId = 38;
+inline constexpr std::int32_t kUncategorizedGenreId = 1;
+inline constexpr std::int32_t kUnknownDifficultyId = 8;
+inline constexpr std::int32_t kUnknownProgrammerId = 1;
 inline constexpr std::int32_t kUnknownLengthType = 19;
 
 /// What is known of a game beyond its line in the datafile. The defaults are those of a game of which nothing

@@ -3,27 +3,28 @@
 #include <algorithm>
 #include <variant>
 
+#include "maintenance/SchemaNames.h"
 #include "platform/expression/Conversion.h"
 #include "platform/text/Text.h"
 
 namespace marrowkit {
 
 const std::array<LookupTable, 5> kLookupTables = {{
-    {"Publishers", "PU_Id", "Publisher",
+    {schema::kPublishers, "PU_Id", "Publisher",
      "SELECT PU_Id AS ID, Publisher AS Name FROM Publishers WHERE NOT (PU_ID = 37 OR PU_ID = 39) "
      "ORDER BY Publisher",
      "SELECT PU_Id as ID, Publisher AS Name FROM Publishers WHERE NOT (PU_Id = ", ") ORDER BY Publisher"},
-    {"Musicians", "MU_Id", "Musician",
+    {schema::kMusicians, "MU_Id", "Musician",
      "SELECT MU_Id AS ID, Musician AS Name FROM Musicians WHERE NOT (MU_ID = 38 OR MU_ID = 39) "
      "ORDER BY Musician",
      "SELECT MU_Id as ID, Musician AS Name FROM Musicians WHERE NOT (MU_Id = ", ") ORDER BY Musician"},
-    {"Programmers", "PR_Id", "Programmer",
+    {schema::kProgrammers, "PR_Id", "Programmer",
      "SELECT PR_Id AS ID, Programmer AS Name FROM Programmers WHERE NOT (PR_ID = 1) ORDER BY Programmer",
      "SELECT PR_Id as ID, Programmer AS Name FROM Programmers WHERE NOT (PR_Id = ", ") ORDER BY Programmer"},
-    {"Languages", "LA_Id", "Language",
+    {schema::kLanguages, "LA_Id", "Language",
      "SELECT LA_Id AS ID, Language AS Name FROM Languages WHERE NOT (LA_ID = 1) ORDER BY Language",
      "SELECT LA_Id as ID, Language AS Name FROM Languages WHERE NOT (LA_Id = ", ") ORDER BY Language"},
-    {"Crackers", "CR_Id", "Cracker",
+    {schema::kCrackers, "CR_Id", "Cracker",
      "SELECT CR_Id AS ID, Cracker AS Name FROM Crackers WHERE NOT (CR_ID = 7 OR CR_ID = 8) "
      "ORDER BY Cracker",
      "SELECT CR_Id as ID, Cracker AS Name FROM Crackers WHERE NOT (CR_Id = ", ") ORDER BY Cracker"},

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <string_view>
 
 /// The frontend's tables and fields, as far as the program names them. Jet compares names ignoring case; the
@@ -77,22 +76,5 @@ inline constexpr std::string_view kRelated = "Related";
 inline constexpr std::string_view kControl = "Control";
 inline constexpr std::string_view kKorvo = "Korvo";  ///< since schema 2.3
 }  // namespace games
-
-/// A lookup table whose records can be deleted, and the records the frontend ships and relies on.
-struct LookupTable {
-    std::string_view table;
-    std::string_view key;  ///< also the field of Games that refers to it
-    std::string_view name;
-    std::array<int, 2> protectedKeys;  ///< equal where only one is protected
-};
-
-/// In the order in which they are offered.
-inline constexpr std::array<LookupTable, 5> kLookupTables{{
-    {kPublishers, "PU_Id", "Publisher", {37, 39}},
-    {kMusicians, "MU_Id", "Musician", {38, 39}},
-    {kProgrammers, "PR_Id", "Programmer", {1, 1}},
-    {kLanguages, "LA_Id", "Language", {1, 1}},
-    {kCrackers, "CR_Id", "Cracker", {7, 8}},
-}};
 
 }  // namespace marrowkit::schema
