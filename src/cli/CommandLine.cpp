@@ -43,9 +43,20 @@ int ReportFatalError(Session& session, int number, const std::string& descriptio
     return kFatal;
 }
 
-int RunChosenCommand(Session& session) {
+/// False, and a message, for a library that cannot be where it is said to be.
+bool StartIn(Session& session) {
     try {
         modGlobal::Start(session.library);
+        return true;
+    } catch (const RuntimeError& error) {
+        session.Fail("The library cannot be used: " + error.description + ".");
+        return false;
+    }
+}
+
+int RunChosenCommand(Session& session) {
+    if (!StartIn(session)) return kFailed;
+    try {
         session.Ui().SetAnswerYes(session.yes);
         session.Ui().SetQuiet(session.quiet);
         const int result = session.run(session);
@@ -78,6 +89,13 @@ int RunCommandLine(std::vector<std::string> arguments, const Streams& streams) {
         std::reverse(arguments.begin(), arguments.end());  // as parse() wants them
         app.parse(arguments);
     } catch (const CLI::ParseError& error) {
+        // A mistyped command would be told as a missing one.
+        if (app.get_subcommands().empty() && error.get_name() == "RequiredError" &&
+            !app.remaining().empty()) {
+            streams.err << "There is no command '" << app.remaining().front()
+                        << "'.\nRun with --help for more information.\n";
+            return kWrongUsage;
+        }
         const int code = app.exit(error, streams.out, streams.err);
         return code == 0 ? kDone : kWrongUsage;
     }

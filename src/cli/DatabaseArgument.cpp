@@ -9,6 +9,20 @@
 
 namespace marrowkit::cli {
 
+namespace {
+
+/// Names that mean a device to Windows in every folder, also with an ending behind them.
+bool IsDeviceName(std::string_view name) {
+    const std::string base = UCase(RTrim(name.substr(0, name.find('.'))));
+    for (const std::string_view device : {"CON", "PRN", "AUX", "NUL"}) {
+        if (base == device) return true;
+    }
+    const bool numbered = base.size() == 4 && base[3] >= '1' && base[3] <= '9';
+    return numbered && (base.starts_with("COM") || base.starts_with("LPT"));
+}
+
+}  // namespace
+
 // A plain name is one of the library, also when there is no such database: the message then names the place
 // where it was looked for. Only a name that ends in ".mdb" may be a file of the current folder as well.
 std::string DatabaseOf(const std::string& argument) {
@@ -37,7 +51,9 @@ std::string ObjectionToDatabaseName(const std::string& name) {
         return "The name of a database has at most " + std::to_string(kDatabaseNameCharacters) +
                " characters.";
     }
-    if (!IsWindowsFileName(name)) return "Windows cannot have a folder of that name: " + name;
+    if (!IsWindowsFileName(name) || IsDeviceName(name)) {
+        return "Windows cannot have a folder of that name: " + name;
+    }
     return "";
 }
 

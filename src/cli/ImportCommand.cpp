@@ -1,4 +1,3 @@
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,6 +14,7 @@
 #include "import/ImportEngine.h"
 #include "import/ImportOptions.h"
 #include "import/ImportReport.h"
+#include "platform/errors/RuntimeError.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
@@ -50,12 +50,11 @@ public:
         if (refusal) return session_.Fail(refusal->text);
         if (WantsReport()) report_ = ExplainDatafile(settings_);
 
-        const bool done = Import();
+        const bool done = ImportAndReport();
         if (settings_.ImportCancelled) return session_.Fail("The import was cancelled.");
         if (settings_.ImportSucceeded) RemindOfScanAndFix(session_.Ui());
         if (!done) return kFailed;
-        if (!arguments_.reportFile.empty()) WriteImportReport(report_, arguments_.reportFile);
-        WriteResult();
+        if (!PrintsReport()) WriteResult();
         return kDone;
     }
 
@@ -91,6 +90,27 @@ private:
     }
 
     bool WantsReport() const { return !arguments_.reportFile.empty() || arguments_.dryRun; }
+    bool PrintsReport() const { return arguments_.dryRun && arguments_.reportFile.empty(); }
+
+    /// The report comes out whatever the import's end: it is wanted most when that was an error.
+    bool ImportAndReport() {
+        try {
+            const bool done = Import();
+            if (!settings_.ImportCancelled) WriteReport();
+            return done;
+        } catch (const RuntimeError&) {
+            WriteReport();
+            throw;
+        }
+    }
+
+    void WriteReport() {
+        if (PrintsReport()) {
+            WriteImportReport(report_, *session_.Rows(ImportReportColumns()));
+        } else if (WantsReport()) {
+            WriteImportReport(report_, arguments_.reportFile);
+        }
+    }
 
     bool Import() {
         TerminalProgress progress(session_.Err(), TerminalProgress::StyleFor(session_.Err(), session_.quiet));
@@ -114,11 +134,6 @@ private:
     }
 
     void WriteResult() {
-        if (arguments_.dryRun && arguments_.reportFile.empty()) {
-            const auto rows = session_.Rows(ImportReportColumns());
-            WriteImportReport(report_, *rows);
-            return;
-        }
         const std::string path = settings_.ImportIntoExisting ? settings_.ExistingDatabasePath
                                                               : DatabasePathOf(settings_.DatabaseName);
         const auto rows = session_.Rows({"Database", "Entries", "Found"});
@@ -184,7 +199,9 @@ void AddImportCommand(CLI::App& app, Session& session) {
     CLI::App* command = app.add_subcommand("import", "Makes a database of a RomCenter 2.00 datafile");
     AddOptions(*command, *arguments);
     command->footer(
-        "Ctrl-C cancels, until the database is being written.\n"
+        "Ctrl-C cancels, until the database is being written. The report is written also when the import "
+        "fails:\n"
+        "it names the lines that cannot be read.\n"
         "\n"
         "Examples:\n"
         "  marrowkit-cli import 'Atari ST - TOSEC.dat'\n"

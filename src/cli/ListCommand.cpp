@@ -9,8 +9,10 @@
 #include "maintenance/DatabaseVersion.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/FileSystem.h"
+#include "platform/files/FileTools.h"
 #include "platform/text/Text.h"
 #include "shell/Library.h"
+#include "shell/modGlobal.h"
 
 namespace marrowkit::cli {
 
@@ -39,6 +41,9 @@ Contents ContentsOf(const std::string& path) {
 
 /// By name, so that the order does not depend on the file system.
 int RunList(Session& session) {
+    if (!FileTools().FolderExists(modGlobal::LibraryRoot)) {
+        return session.Fail("There is no such library: " + modGlobal::LibraryRoot);
+    }
     std::vector<std::string> names = DatabaseNames();
     std::sort(names.begin(), names.end(),
               [](const std::string& a, const std::string& b) { return CompareNoCase(a, b) < 0; });

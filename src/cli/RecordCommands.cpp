@@ -8,6 +8,7 @@
 
 #include "cli/Commands.h"
 #include "cli/DatabaseArgument.h"
+#include "cli/OpenForReading.h"
 #include "maintenance/LookupTables.h"
 #include "platform/dao/Dao.h"
 #include "platform/files/FileTools.h"
@@ -103,7 +104,9 @@ void AddRecordsCommand(CLI::App& app, Session& session) {
         "Examples:\n"
         "  marrowkit-cli records Arcade Publishers");
     command->callback([&session, options] {
-        session.run = [options](Session& current) { return RunRecords(current, *options); };
+        session.run = [options](Session& current) {
+            return FailOnError(current, [&] { return RunRecords(current, *options); });
+        };
     });
 }
 
@@ -113,7 +116,8 @@ void AddDeleteRecordCommand(CLI::App& app, Session& session) {
         app.add_subcommand("delete-record", "Deletes a record of a lookup table and moves its games");
     AddTableOptions(*command, *options);
     command->add_option("ID", options->id, "The record, as 'records' lists it")->required();
-    command->add_option("--replace-with", options->replacementId, "The record that its games move to")
+    command
+        ->add_option("--replace-with", options->replacementId, "The record that its games move to (required)")
         ->required()
         ->option_text("ID");
     command->footer(

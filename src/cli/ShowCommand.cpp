@@ -12,6 +12,7 @@
 #include "platform/files/FolderSearch.h"
 #include "platform/files/Paths.h"
 #include "platform/text/Numbers.h"
+#include "platform/text/Text.h"
 
 namespace marrowkit::cli {
 
@@ -28,6 +29,11 @@ void WriteFiles(RowWriter& rows, const std::string& folder, const std::string& b
     }
 }
 
+/// A database file that lies anywhere else has no files of its own beside it.
+bool IsInFolderOfItsName(const std::string& path) {
+    return EqualNoCase(FileNameOf(path), FileNameOf(WithoutFinalBackslash(FolderOf(path))) + ".mdb");
+}
+
 int RunShow(Session& session, const std::string& argument) {
     const std::string path = DatabaseOf(argument);
     if (!FileTools().FileExists(path, 0, "")) return session.Fail("Could not find file: " + path);
@@ -39,7 +45,7 @@ int RunShow(Session& session, const std::string& argument) {
     for (const std::string& table : database->TableNames()) {
         rows->Write({"table", table, static_cast<double>(database->OpenTable(table)->RowCount())});
     }
-    WriteFiles(*rows, FolderOf(path), "");
+    if (IsInFolderOfItsName(path)) WriteFiles(*rows, FolderOf(path), "");
     rows->Finish();
     return kDone;
 }
@@ -52,12 +58,14 @@ void AddShowCommand(CLI::App& app, Session& session) {
     command->add_option("DB", *database, kDatabaseHelp)->required();
     command->footer(
         "One row for each table with its number of records, and for each file in the database's folder with\n"
-        "its size in bytes.\n"
+        "its size in bytes; a file that lies in no folder of its name is shown alone.\n"
         "\n"
         "Examples:\n"
         "  marrowkit-cli show Arcade");
     command->callback([&session, database] {
-        session.run = [database](Session& current) { return RunShow(current, *database); };
+        session.run = [database](Session& current) {
+            return FailOnError(current, [&] { return RunShow(current, *database); });
+        };
     });
 }
 

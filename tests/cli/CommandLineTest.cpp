@@ -41,6 +41,13 @@ TEST(CommandLine, EndsWith2ForWrongUsage) {
     }
 }
 
+TEST(CommandLine, NamesACommandThatThereIsNot) {
+    const CommandLineRun run = RunCli({"lst", "--json"});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.err, "There is no command 'lst'.\nRun with --help for more information.\n");
+    EXPECT_EQ(RunCli({}).err, "A subcommand is required\nRun with --help for more information.\n");
+}
+
 TEST(CommandLine, TakesGlobalOptionsBeforeAndBehindTheCommand) {
     const TemporaryFolder folder;
     WriteFile(folder / "a", "123456789");
@@ -53,9 +60,19 @@ TEST(CommandLine, TakesGlobalOptionsBeforeAndBehindTheCommand) {
 }
 
 TEST(CommandLine, EndsWithTheFatalErrorReportForAnErrorNobodyExpected) {
-    const CommandLineRun run = RunCli({"crc", "x", "--library", "Q:\\nowhere"});
+    const TemporaryFolder folder;
+    WriteFile(folder / "junk.mdb", "junk");
+    const CommandLineRun run =
+        RunCli({"delete-record", (folder / "junk.mdb").string(), "Languages", "2", "--replace-with", "1"});
     EXPECT_EQ(run.exitCode, 70);
-    EXPECT_EQ(run.err, "Run-time error '68':\n\nDevice unavailable\n");
+    EXPECT_EQ(run.err, "Run-time error '3343':\n\nUnrecognized database format 'junk.mdb'.\n");
+    EXPECT_THAT(run.out, IsEmpty());
+}
+
+TEST(CommandLine, RefusesALibraryThatCannotBe) {
+    const CommandLineRun run = RunCli({"crc", "x", "--library", "Q:\\nowhere"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "The library cannot be used: Device unavailable.\n");
     EXPECT_THAT(run.out, IsEmpty());
 }
 

@@ -159,6 +159,33 @@ TEST_F(ImportCommand, ExplainsItselfWithoutWritingAnything) {
     EXPECT_EQ(report[3]["File"], "stray.bin");
 }
 
+TEST_F(ImportCommand, RemindsOfScanAndFixAlsoWhenAddingGamesFailed) {
+    const std::string datafile =
+        Datafile("Games.dat", Line("A", "A (1985)(S).st") + Line("B", "B (1985)(So\"ft).st") +
+                                  Line("C", "C (1985)(S).st"));
+    const CommandLineRun run = Run({datafile, "--into", "Arcade", "--tosec"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.err, HasSubstr("(3075,"));
+    EXPECT_THAT(run.err,
+                EndsWith("\nYou will need to run \"Scan and Fix Errors\" on this database file before "
+                         "you can use it.\n"));
+    EXPECT_THAT(database_.Rows("SELECT Name FROM Games"), testing::ElementsAre("A"));
+}
+
+TEST_F(ImportCommand, ExplainsAFailureToo) {
+    const std::string lineFeeds = (folder_ / "lf.dat").string();
+    WriteFile(lineFeeds, "[DAT]\nversion=2.00\n" + Line("A", "a"));
+    const CommandLineRun nothing = Run({lineFeeds, "--dry-run"});
+    EXPECT_EQ(nothing.exitCode, 1);
+    EXPECT_THAT(nothing.out, HasSubstr("\"hint\",,\"\",\"\",\"\",,\"There were no games to import!\"\n"));
+
+    const std::string wrongSize = Datafile("size.dat", Line("A", "a", "1", "x"));
+    const std::string report = (folder_ / "r.csv").string();
+    EXPECT_EQ(Run({wrongSize, "--report", report}).exitCode, 70);
+    EXPECT_THAT(ReadFile(folder_ / "r.csv"), HasSubstr("4,\"A\",\"\",\"\",,\"its size ends the import: "));
+    EXPECT_FALSE(Exists("size"));
+}
+
 TEST_F(ImportCommand, WritesItsReportIntoAFile) {
     const std::string datafile = Datafile("Games.dat", Line("A", "a.zip", "CBF43926", "9"));
     const std::string roms = (folder_ / "roms").string();

@@ -32,5 +32,14 @@ TEST(ListCommand, IsEmptyForAnEmptyLibrary) {
     EXPECT_EQ(run.out, "Name,Version,Games,Bytes,Path\n");
 }
 
+TEST(ListCommand, FailsForALibraryThatIsNotThere) {
+    const TemporaryFolder folder;
+    const std::string missing = (folder / "missing").string();
+    const CommandLineRun run = RunCli({"list", "--library", missing});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "There is no such library: " + WindowsPath(missing) + "\\\n");
+}
+
 }  // namespace
 }  // namespace marrowkit::test

@@ -7,6 +7,7 @@
 
 #include "cli/CommandLineTester.h"
 #include "maintenance/FrontendDatabase.h"
+#include "platform/registry/RegistryStore.h"
 #include "support/TemporaryFolder.h"
 
 namespace marrowkit::test {
@@ -51,6 +52,25 @@ TEST_F(MaintenanceCommands, ShowNamesTablesAndFiles) {
     EXPECT_EQ(missing.err, "Could not find file: " + database_.LibraryRoot() + "Nothing\\Nothing.mdb\n");
 }
 
+TEST_F(MaintenanceCommands, ShowLooksAtNoOtherFilesThanTheDatabases) {
+    const fs::path elsewhere = settings_ / "a.mdb";
+    fs::copy_file(database_.HostFile(), elsewhere);
+    const CommandLineRun run = Run({"show", elsewhere.string()});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(run.out, HasSubstr("\"table\",\"Publishers\",2\n"));
+    EXPECT_THAT(run.out, testing::Not(HasSubstr("\"file\"")));
+}
+
+TEST_F(MaintenanceCommands, ShowAndRecordsSayWhatIsNoDatabase) {
+    WriteFile(settings_ / "junk.mdb", "junk");
+    const std::string junk = (settings_ / "junk.mdb").string();
+    for (const auto& arguments : {std::vector<std::string>{"show", junk}, {"records", junk, "Languages"}}) {
+        const CommandLineRun run = Run(arguments);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_THAT(run.err, StartsWith("Unrecognized database format"));
+    }
+}
+
 TEST_F(MaintenanceCommands, FixRepairsByNameAndByPath) {
     for (const std::string& argument : {std::string("Arcade"), database_.HostFile().string()}) {
         database_.Execute("INSERT INTO Games (TimesPlayed) VALUES (1)");
@@ -89,6 +109,12 @@ TEST_F(MaintenanceCommands, RemoveViewsResetsTheFrontendsCount) {
     database_.Execute("INSERT INTO ViewData (Name) VALUES (\"view\")");
     EXPECT_EQ(Run({"--yes", "remove-views", "Arcade"}).exitCode, 0);
     EXPECT_EQ(database_.One("SELECT COUNT(*) FROM ViewData"), "0");
+    RegistryVariant count = std::int32_t{7};
+    std::int32_t status = 0;
+    RegistryStore().ReadValue("HKEY_LOCAL_MACHINE",
+                              "Software\\Quillon\\Vellora\\Vellora\\Arcade\\QuickFilter", "NumFilters", count,
+                              status);
+    EXPECT_EQ(std::get<std::int32_t>(count), 0);
 }
 
 TEST_F(MaintenanceCommands, RecordsListsWhatMayBeDeleted) {

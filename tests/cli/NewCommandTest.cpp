@@ -59,6 +59,10 @@ TEST_F(NewCommand, RefusesNamesThatTheDialogWouldNotTake) {
     EXPECT_EQ(New(std::string(65, 'x')).err, "The name of a database has at most 64 characters.\n");
     EXPECT_EQ(New("..").exitCode, 1);
     EXPECT_EQ(New("dot.").exitCode, 1);
+    for (const char* device : {"nul", "Com1", "LPT9.games", "aux .x"}) {
+        EXPECT_EQ(New(device).err,
+                  std::string("Windows cannot have a folder of that name: ") + device + "\n");
+    }
     EXPECT_EQ(std::distance(fs::directory_iterator(library_.Path()), fs::directory_iterator()), 1);
 }
 
