@@ -3,7 +3,7 @@
 //
 //   jet_benchmark [rows] [repetitions] [jet4]
 //
-// With jet4 in the end only our own inserts and scans run, for a profiler.
+// With jet4 in the end only our own inserts, scans and deletes run, for a profiler.
 
 #include <algorithm>
 #include <chrono>
@@ -105,6 +105,8 @@ void RunInserts(const fs::path& folder, int rows) {
         for (int i = 0; i < 10; ++i) g_sink = games.ScanAll();
     });
     std::printf("scan %.2f ms, %.0f rows/s\n", scan * 1e2, rows * 10 / scan);
+    const double deletes = Seconds([&] { games.DeleteEverySecond(); });
+    std::printf("delete every second row %.2f ms, %.0f rows/s\n", deletes * 1e3, rows / deletes);
 }
 
 int Main(int rows, int repetitions) {
