@@ -31,7 +31,7 @@ struct IndexRange {
     bool lowInclusive = true;
     bool highInclusive = true;
     static IndexRange All() { return {}; }
-    static IndexRange Equal(std::vector<Value> key) { return {key, key, true, true}; }
+    static IndexRange Equal(const std::vector<Value>& key) { return {key, key, true, true}; }
 };
 
 /// One table of an open database: rows in and out, with every rule of the table kept: AutoNumbers, defaults,
