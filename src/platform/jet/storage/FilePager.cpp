@@ -30,7 +30,9 @@ FilePager::FilePager(OpenedDatabase opened)
       cache_(pageBytes_, opened.cacheBytes),
       globalMap_(*this, [this] { return AppendPage(); }),
       undo_(pageBytes_) {
-    if (!exclusive_) seen_ = journal_->Peek(true);
+    if (exclusive_) return;
+    seen_ = journal_->Peek(true);
+    seenMark_ = file_->ChangeMark();
 }
 
 FilePager::~FilePager() {
@@ -367,6 +369,7 @@ void FilePager::WriteEverything() {
     dirtyCount_ = 0;
     spilled_ = false;
     seen_ = journal_->Current();
+    if (!exclusive_) seenMark_ = file_->ChangeMark();
 }
 
 void FilePager::Flush() {

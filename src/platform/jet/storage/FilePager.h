@@ -91,6 +91,7 @@ private:
     void WaitForTurn();
     void ReleaseWrite();
     bool IsFlushDue();
+    bool IsUnchanged(const Journal::State& state);
     void NoticeChanges(const Journal::State& state);
     void RequireUnchanged();
     void RecoverIfNeeded();
@@ -128,6 +129,7 @@ private:
     bool strangersPresent_ = false;
     bool gaveWay_ = false;  ///< the lock was given back because someone waited
     Journal::State seen_;
+    std::uint64_t seenMark_ = 0;  ///< the file's ChangeMark that goes with it
     Clock::time_point lockedSince_;
     Clock::time_point askedForWaiters_;
 };

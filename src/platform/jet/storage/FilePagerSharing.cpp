@@ -105,9 +105,16 @@ void FilePager::RecoverIfNeeded() {
     DropCleanPages();
 }
 
+/// The journal tells of our own processes' writes. A program that knows nothing of it may have had the file
+/// open, written and left, so the file itself is asked as well.
+bool FilePager::IsUnchanged(const Journal::State& state) {
+    return state == seen_ && file_->ChangeMark() == seenMark_;
+}
+
 void FilePager::NoticeChanges(const Journal::State& state) {
-    if (state == seen_) return;
+    if (IsUnchanged(state)) return;
     seen_ = state;
+    seenMark_ = file_->ChangeMark();
     DropCleanPages();
 }
 
@@ -115,7 +122,7 @@ void FilePager::NoticeChanges(const Journal::State& state) {
 /// it need not go with the pages read before, and what is being done with them cannot go on.
 void FilePager::RequireUnchanged() {
     const Journal::State state = journal_->Peek(lockFile_ == nullptr);
-    if (state == seen_) return;
+    if (IsUnchanged(state)) return;
     NoticeChanges(state);
     RaiseJet(JetError::ChangedByOther);
 }

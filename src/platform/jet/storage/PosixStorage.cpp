@@ -80,6 +80,18 @@ public:
         return static_cast<std::uint64_t>(status.st_size);
     }
 
+    std::uint64_t ChangeMark() override {
+        struct stat status {};
+        if (::fstat(descriptor_, &status) != 0) RaiseReadError(errno);
+#ifdef __APPLE__
+        const struct timespec& changed = status.st_mtimespec;
+#else
+        const struct timespec& changed = status.st_mtim;
+#endif
+        return static_cast<std::uint64_t>(changed.tv_sec) * 1'000'000'000U +
+               static_cast<std::uint64_t>(changed.tv_nsec);
+    }
+
     std::size_t Read(std::uint64_t offset, std::span<std::uint8_t> bytes) override {
         std::size_t done = 0;
         while (done < bytes.size()) {

@@ -28,6 +28,9 @@ public:
     virtual void Unlock(std::uint64_t offset, std::uint64_t count) = 0;
     /// True when someone else's lock would make TryLock fail; takes nothing.
     virtual bool IsLockedByOther(std::uint64_t offset, std::uint64_t count, bool exclusive) = 0;
+    /// Differs after a write by anyone, this process included, as finely as the host's clock tells times of
+    /// files apart. Where that is not known it is always the same.
+    virtual std::uint64_t ChangeMark() { return 0; }
 };
 
 /// The one door to the host's files. Tests put a fault-injecting one here: it fails, tears or forgets writes.

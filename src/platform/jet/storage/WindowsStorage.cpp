@@ -66,6 +66,12 @@ public:
         return static_cast<std::uint64_t>(size.QuadPart);
     }
 
+    std::uint64_t ChangeMark() override {
+        FILETIME changed{};
+        if (!::GetFileTime(handle_, nullptr, nullptr, &changed)) RaiseJet(JetError::DiskReadError);
+        return std::uint64_t{changed.dwHighDateTime} << 32 | changed.dwLowDateTime;
+    }
+
     std::size_t Read(std::uint64_t offset, std::span<std::uint8_t> bytes) override {
         std::size_t done = 0;
         while (done < bytes.size()) {

@@ -208,6 +208,28 @@ TEST_F(SharingTest, WhatAStrangerUsesIsReadButNotWritten) {
     EXPECT_EQ(ValueIn(*pager), 1);
 }
 
+TEST_F(SharingTest, SeesWhatAStrangerWroteBeforeItLeft) {
+    const ::marrowkit::test::TemporaryFolder folder;
+    const std::string path = folder / "Test.mdb";
+    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    const auto pager = Pager::Open(HostStorage(), path);
+    const auto stranger = HostStorage().Open(path, OpenMode::ReadWrite);
+    for (const std::uint8_t value : {std::uint8_t{7}, std::uint8_t{8}}) {
+        Put(*pager, 1);
+        pager->Flush();
+        EXPECT_EQ(ValueIn(*pager), 1);
+        // Writes until the clock of the file system has moved on.
+        const std::uint64_t before = stranger->ChangeMark();
+        while (stranger->ChangeMark() == before) stranger->Write(2 * 4096 + 600, std::span(&value, 1));
+        if (value == 7) {
+            EXPECT_EQ(ValueIn(*pager), value);
+        }
+        Unit unit(*pager);
+        EXPECT_EQ(pager->Read(2).Bytes().U8(600), value);
+        unit.Commit();
+    }
+}
+
 TEST_F(SharingTest, LocksOnPagesOrTablesMeanAStranger) {
     for (const std::uint64_t lock : {0x20000A01, 0x40000202, 0x50000203, 0x60000204}) {
         const auto pager = Pager::Open(one, kPath);
