@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace marrowkit::test {
 
@@ -117,9 +118,8 @@ private:
         const auto target = static_cast<std::uint32_t>(Below(2) == 0 ? page : Below(PageCount()));
         for (std::size_t tries = 0; tries < 2000; ++tries) {
             const std::size_t at = Below(pageBytes_ - 4);
-            const std::uint8_t* field = Page(page) + at;
-            const std::uint32_t value =
-                field[0] | field[1] << 8 | field[2] << 16 | static_cast<std::uint32_t>(field[3]) << 24;
+            std::uint32_t value = 0;
+            std::memcpy(&value, Page(page) + at, sizeof value);
             if (value > 2 && value < PageCount()) {
                 PutU32(page, at, target);
                 return Text("a page number on", page);

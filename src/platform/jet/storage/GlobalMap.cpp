@@ -12,7 +12,6 @@ namespace marrowkit::jet {
 
 namespace {
 
-constexpr std::uint8_t kInline = 0;
 constexpr std::uint8_t kReference = 1;
 constexpr std::size_t kInlineBits = 5;
 constexpr std::size_t kBitmapPageBits = 4;

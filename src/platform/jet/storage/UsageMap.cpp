@@ -12,7 +12,6 @@ namespace marrowkit::jet {
 
 namespace {
 
-constexpr std::uint8_t kInline = 0;
 constexpr std::uint8_t kReference = 1;
 
 /// An inline row: type byte, first page, then the bits.
