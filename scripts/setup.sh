@@ -6,7 +6,7 @@
 # Asks for nothing, says nothing when nothing is missing, and needs root or sudo only when something is.
 set -euo pipefail
 
-build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev qt6-base-dev libqt6svg6-dev libgl1-mesa-dev python3)
+build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev qt6-base-dev qt6-svg-dev libgl1-mesa-dev python3)
 tests=(libgtest-dev libgmock-dev libsqlite3-dev mdbtools procps)
 benchmarks=(libbenchmark-dev libsqlite3-dev libdeflate-dev zlib1g-dev mdbtools rhash sqlite3)
 
