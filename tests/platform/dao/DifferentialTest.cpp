@@ -118,7 +118,7 @@ public:
             case 2:
                 return "(S" + comparison + Text() + ")";
             case 3:
-                return "(A BETWEEN " + Number() + " AND " + Number() + ")";
+                return Between();
             case 4:
                 return "(A IN (" + Number() + ", " + Number() + ", " + Number() + "))";
             case 5:
@@ -126,6 +126,11 @@ public:
             default:
                 return "(" + NumberExpression(1) + comparison + NumberExpression(1) + ")";
         }
+    }
+    /// Jet takes the bounds in either order, SQLite only the smaller one first.
+    std::string Between() {
+        const int low = Below(41) - 20;
+        return "(A BETWEEN " + std::to_string(low) + " AND " + std::to_string(low + Below(15)) + ")";
     }
     std::string Select() {
         static const char* const columns[] = {
