@@ -2,7 +2,11 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QFontMetrics>
+#include <QLabel>
 #include <QMessageBox>
+#include <QScreen>
+#include <algorithm>
 
 #include "forms/QtText.h"
 
@@ -45,6 +49,21 @@ QMessageBox::StandardButtons QtButtons(MessageButtons buttons) {
     return QMessageBox::Ok;
 }
 
+/// Message boxes wrap at a width of their own choice. Texts that bring their line breaks along are shown in
+/// these lines where the screen has the room.
+void KeepLines(QMessageBox& box) {
+    auto* label = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label"));
+    if (label == nullptr) return;
+    constexpr int kLongestLineCharacters = 110;
+    const QFontMetrics metrics = label->fontMetrics();
+    int longest = 0;
+    for (const QString& line : box.text().split(QLatin1Char('\n')))
+        longest = std::max(longest, metrics.horizontalAdvance(line));
+    const int room = std::min(metrics.averageCharWidth() * kLongestLineCharacters,
+                              box.screen()->availableGeometry().width() * 3 / 4);
+    if (longest <= room) label->setMinimumWidth(longest + 2);
+}
+
 }  // namespace
 
 MessageAnswer ShowMessageBox(QWidget* owner, const std::string& text, MessageIcon icon,
@@ -55,6 +74,7 @@ MessageAnswer ShowMessageBox(QWidget* owner, const std::string& text, MessageIco
     box.setWindowTitle(ToQt(title));
     box.setText(ToQt(text).replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
     box.setIcon(QtIcon(icon));
+    KeepLines(box);
     box.setStandardButtons(QtButtons(buttons));
     if (noIsDefault) box.setDefaultButton(QMessageBox::No);
     // What the box says must not look like a busy program.

@@ -62,10 +62,12 @@ frmBrowseFolder::frmBrowseFolder(QWidget* owner) : QDialog(owner) {
     DirBox->setObjectName(QStringLiteral("DirBox"));
     DirBox->setAccessibleName(QStringLiteral("Folders"));
     DirBox->setUniformItemSizes(true);
-    lblPath = new QLabel;
+    // Styles have open and closed folders of different sizes.
+    const int iconPixels = style()->pixelMetric(QStyle::PM_SmallIconSize);
+    DirBox->setIconSize(QSize(iconPixels, iconPixels));
+    DriveBox->setIconSize(QSize(iconPixels, iconPixels));
+    lblPath = new ElidedLabel;
     lblPath->setObjectName(QStringLiteral("lblPath"));
-    lblPath->setTextFormat(Qt::PlainText);
-    lblPath->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     cmdOK = new QPushButton(QStringLiteral("&OK"));
     cmdOK->setObjectName(QStringLiteral("cmdOK"));
     cmdOK->setDefault(true);
@@ -93,7 +95,7 @@ frmBrowseFolder::frmBrowseFolder(QWidget* owner) : QDialog(owner) {
                 OpenFolder(FromQt(DriveBox->currentData().toString()));
             }));
     connect(DirBox, &QListWidget::currentItemChanged, this, [this](const QListWidgetItem* entry) {
-        if (entry != nullptr) lblPath->setText(entry->data(kPathRole).toString());
+        if (entry != nullptr) lblPath->ShowText(entry->data(kPathRole).toString());
     });
     connect(DirBox, &QListWidget::itemDoubleClicked, this,
             [this](const QListWidgetItem* entry) { RunHandler([&] { OpenEntry(entry); }); });
@@ -139,7 +141,7 @@ void frmBrowseFolder::OpenFolder(const std::string& path) {
         add(name, JoinPath(currentFolder_, name), closed);
     DirBox->setCurrentItem(current);
     DirBox->scrollToItem(current, QAbstractItemView::PositionAtCenter);
-    lblPath->setText(ToQt(currentFolder_));
+    lblPath->ShowText(ToQt(currentFolder_));
 }
 
 void frmBrowseFolder::OpenEntry(const QListWidgetItem* entry) {

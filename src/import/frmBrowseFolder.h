@@ -2,10 +2,11 @@
 
 #include <QComboBox>
 #include <QDialog>
-#include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
 #include <string>
+
+#include "forms/ElidedLabel.h"
 
 namespace marrowkit {
 
@@ -26,7 +27,7 @@ private:
 
     QComboBox* DriveBox;
     QListWidget* DirBox;
-    QLabel* lblPath;
+    ElidedLabel* lblPath;
     QPushButton* cmdOK;
     QPushButton* cmdCancel;
     std::string currentFolder_;

@@ -4,6 +4,7 @@
 #include <QHBoxLayout>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <utility>
 
 #include "forms/FatalError.h"
 #include "forms/Messages.h"
@@ -25,6 +26,7 @@ frmProgress::frmProgress(QWidget* owner, UserInterface& ui, const QString& dataf
     lblStatus->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     pbStatus = new QProgressBar;
     pbStatus->setObjectName(QStringLiteral("pbStatus"));
+    pbStatus->setAccessibleName(QStringLiteral("Progress of this stage"));
     pbStatus->setTextVisible(false);
     pbStatus->setRange(0, 1);
     pbStatus->setValue(0);
@@ -87,6 +89,8 @@ void frmProgress::closeEvent(QCloseEvent* event) {
 
 void frmProgress::SetPrompt(const std::string& text) {
     lblPrompt->setText(ToQt(text));
+    ShowHourglass(true);  // for as long as this window is open; a stage may have ended its own
+    stageIsNew_ = true;
 }
 
 void frmProgress::SetStatus(const std::string& text) {
@@ -108,7 +112,8 @@ void frmProgress::SetCancelEnabled(bool enabled) {
 }
 
 void frmProgress::LetEventsRun() {
-    if (!FrameIsDue()) return;
+    // A new stage is always shown, and Cancel heard before it begins.
+    if (!std::exchange(stageIsNew_, false) && !FrameIsDue()) return;
     ShowLatest();
     PumpEventsNow();
 }

@@ -51,6 +51,7 @@ private:
     bool cancelled_ = false;
     bool started_ = false;
     bool running_ = false;
+    bool stageIsNew_ = false;
     // What the stages said last; the controls follow once a frame.
     std::string status_;
     std::int32_t barValue_ = 0;

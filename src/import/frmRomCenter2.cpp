@@ -95,10 +95,8 @@ QWidget* frmRomCenter2::BuildDatafileRow() {
     auto* row = new QWidget;
     auto* grid = new QGridLayout(row);
     grid->setContentsMargins(0, 0, 0, 0);
-    lblDataFile = new QLabel;
+    lblDataFile = new ElidedLabel;
     lblDataFile->setObjectName(QStringLiteral("lblDataFile"));
-    lblDataFile->setTextFormat(Qt::PlainText);
-    lblDataFile->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     cmdView = new QPushButton(QStringLiteral("&View"));
     cmdView->setObjectName(QStringLiteral("cmdView"));
     cmdView->setAutoDefault(false);
@@ -127,8 +125,8 @@ QWidget* frmRomCenter2::BuildOptions() {
         auto* label = new QLabel(caption);
         label->setBuddy(list);
         grid->addWidget(label, 0, 0);
+        grid->addWidget(list, 1, 0, 1, 2);  // before its help: Tab goes by this order
         grid->addWidget(help, 0, 1);
-        grid->addWidget(list, 1, 0, 1, 2);
         grid->setColumnStretch(0, 1);
         columns->addLayout(grid, 1);
     };

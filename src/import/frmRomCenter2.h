@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QToolButton>
 
+#include "forms/ElidedLabel.h"
 #include "shell/UserInterface.h"
 
 namespace marrowkit {
@@ -38,7 +39,7 @@ private:
     void Start();
 
     UserInterface& ui_;
-    QLabel* lblDataFile;
+    ElidedLabel* lblDataFile;
     QPushButton* cmdView;
     QLineEdit* txtName;
     QGroupBox* fraOptions;

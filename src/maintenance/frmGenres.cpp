@@ -198,6 +198,7 @@ QWidget* frmGenres::BuildChooseParentPage() {
     QWidget* page = Page(3, "Remove Parent Genres", "fraRP2", content);
     lstRP1 = new QListWidget;
     lstRP1->setObjectName(QStringLiteral("lstRP1"));
+    lstRP1->setAccessibleName(QStringLiteral("Parent Genres"));
     content->addWidget(lstRP1, 1);
     content->addLayout(Sentence("Select a Parent Genre to remove, then click", "Next"));
     return page;

@@ -23,6 +23,12 @@ namespace {
 // screens.
 constexpr int kSizes[] = {16, 24, 32, 48, 64, 96, 128, 256};
 
+/// The same picture whether its node is selected or not: a tinted one would be hard to tell.
+void AddPicture(QIcon& icon, const QPixmap& pixmap) {
+    icon.addPixmap(pixmap, QIcon::Normal);
+    icon.addPixmap(pixmap, QIcon::Selected);
+}
+
 }  // namespace
 
 QIcon BuiltInImage(std::string_view name) {
@@ -34,7 +40,8 @@ QIcon BuiltInImage(std::string_view name) {
         pixmap.fill(Qt::transparent);
         QPainter painter(&pixmap);
         renderer.render(&painter);
-        icon.addPixmap(pixmap);
+        painter.end();
+        AddPicture(icon, pixmap);
     }
     return icon;
 }
@@ -54,7 +61,9 @@ QIcon LoadStartupIcon(std::string_view hostPath) {
             if (pixels[x] == qRgb(255, 255, 255)) pixels[x] = qRgba(255, 255, 255, 0);
         }
     }
-    return QIcon(QPixmap::fromImage(std::move(image)));
+    QIcon icon;
+    AddPicture(icon, QPixmap::fromImage(std::move(image)));
+    return icon;
 }
 
 }  // namespace marrowkit

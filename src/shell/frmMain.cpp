@@ -7,7 +7,6 @@
 #include <QMenuBar>
 #include <QMouseEvent>
 #include <QScreen>
-#include <QShortcut>
 #include <QStatusBar>
 #include <QTimer>
 
@@ -96,11 +95,8 @@ void frmMain::BuildControls() {
     setCentralWidget(tvVellora);
 
     statusBar()->setObjectName(QStringLiteral("sbVellora"));
-    sbVelloraPanel1_ = new QLabel;
+    sbVelloraPanel1_ = new ElidedLabel;
     sbVelloraPanel1_->setObjectName(QStringLiteral("sbVelloraPanel1"));
-    sbVelloraPanel1_->setTextFormat(Qt::PlainText);
-    // A long path must not make the window wider.
-    sbVelloraPanel1_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     statusBar()->addWidget(sbVelloraPanel1_, 1);
 
     for (const char* image : {"vellora", "access", "folder", "inifile", "textfile"}) {
@@ -109,8 +105,8 @@ void frmMain::BuildControls() {
     connect(tvVellora, &QTreeWidget::itemClicked, this,
             [this](const QTreeWidgetItem* node) { NodeClicked(*node); });
     connect(tvVellora, &QTreeWidget::itemDoubleClicked, this, Guarded([this] { NodeDoubleClicked(); }));
-    auto* refresh = new QShortcut(QKeySequence(Qt::Key_F5), this);
-    connect(refresh, &QShortcut::activated, this, Guarded([this] { RefreshLibraryTree(); }));
+    refresh_ = new QShortcut(QKeySequence(Qt::Key_F5), this);
+    connect(refresh_, &QShortcut::activated, this, Guarded([this] { RefreshLibraryTree(); }));
 }
 
 QAction* frmMain::AddAction(QMenu* menu, const char* name, const char* caption, void (frmMain::*handler)()) {
@@ -193,6 +189,7 @@ void frmMain::SaveGeometry() {
 }
 
 void frmMain::closeEvent(QCloseEvent* event) {
+    if (wait_ != nullptr) return event->ignore();
     RunHandler([this] { SaveGeometry(); });
     QMainWindow::closeEvent(event);
 }
@@ -206,9 +203,11 @@ void frmMain::RefreshLibraryTree() {
     tvVellora->clear();
     nodesByKey_.clear();
     ilstVellora_.resize(kBuiltInImages);
-    const LibraryNode root = ReadLibraryTree();
-    AddNode(nullptr, root);
-    QTreeWidgetItem* rootItem = tvVellora->topLevelItem(0);
+    // The items are made first and put into the tree at once: the tree looks around at every item it is
+    // given.
+    std::unique_ptr<QTreeWidgetItem> root = MakeItem(ReadLibraryTree());
+    QTreeWidgetItem* rootItem = root.get();
+    tvVellora->addTopLevelItem(root.release());
     QFont bold = rootItem->font(0);
     bold.setBold(true);
     rootItem->setFont(0, bold);
@@ -218,14 +217,18 @@ void frmMain::RefreshLibraryTree() {
     SetHourglass(false);
 }
 
-void frmMain::AddNode(QTreeWidgetItem* parent, const LibraryNode& node) {
-    auto* item = parent != nullptr ? new QTreeWidgetItem(parent) : new QTreeWidgetItem(tvVellora);
+std::unique_ptr<QTreeWidgetItem> frmMain::MakeItem(const LibraryNode& node) {
+    auto item = std::make_unique<QTreeWidgetItem>();
     const QString key = ToQt(node.key);
     item->setText(0, ToQt(node.text));
     item->setData(0, kKeyRole, key);
     item->setIcon(0, NodeIcon(node));
-    nodesByKey_.insert(key, item);
-    for (const LibraryNode& child : node.children) AddNode(item, child);
+    nodesByKey_.insert(key, item.get());
+    QList<QTreeWidgetItem*> children;
+    children.reserve(static_cast<qsizetype>(node.children.size()));
+    for (const LibraryNode& child : node.children) children.push_back(MakeItem(child).release());
+    item->addChildren(children);
+    return item;
 }
 
 QIcon frmMain::NodeIcon(const LibraryNode& node) {
@@ -333,20 +336,25 @@ std::string frmMain::StatusText() const {
 }
 
 void frmMain::SetStatusText(const std::string& text) {
-    sbVelloraPanel1_->setText(ToQt(text));
-    sbVelloraPanel1_->setToolTip(sbVelloraPanel1_->text());
+    sbVelloraPanel1_->ShowText(ToQt(text));
 }
 
 void frmMain::BeginBusy(const std::string& waitMessage) {
     wait_ = std::make_unique<frmWait>(this);
     wait_->SetMessage(waitMessage);
     wait_->show();
-    tvVellora->setEnabled(false);
+    AllowStarting(false);
 }
 
 void frmMain::EndBusy() {
     wait_.reset();
-    tvVellora->setEnabled(true);
+    AllowStarting(true);
+}
+
+void frmMain::AllowStarting(bool allowed) {
+    tvVellora->setEnabled(allowed);
+    for (QAction* action : mnuFile->actions()) action->setEnabled(allowed);
+    refresh_->setEnabled(allowed);
 }
 
 void frmMain::SetHourglass(bool on) {

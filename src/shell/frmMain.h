@@ -2,14 +2,15 @@
 
 #include <QHash>
 #include <QIcon>
-#include <QLabel>
 #include <QMainWindow>
 #include <QMenu>
+#include <QShortcut>
 #include <QTreeWidget>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "forms/ElidedLabel.h"
 #include "maintenance/LibraryTree.h"
 #include "maintenance/SelectedNode.h"
 #include "shell/UserInterface.h"
@@ -23,14 +24,17 @@ class frmMain : public QMainWindow, private UserInterface {
     Q_OBJECT
 
 public:
-    /// Reads the switches, restores the saved geometry, sets the title. The tree is filled by Start.
+    /// `commandLine` holds the switches that Start reads.
     explicit frmMain(const std::string& commandLine);
     ~frmMain() override;
 
-    /// Shows the window, then the start-up warning unless a switch forbids it, then fills the tree.
+    /// Restores the geometry, shows the start-up warning unless a switch forbids it, fills the tree and shows
+    /// the window.
     void Start();
 
     void RefreshLibraryTree() override;
+    /// How many images the tree has to choose from: the built-in ones and the databases' own.
+    std::size_t ImageCount() const { return ilstVellora_.size(); }
     /// How operations started from elsewhere talk to the person through this window.
     UserInterface& Interface() { return *this; }
 
@@ -49,6 +53,9 @@ private:
     void SetHourglass(bool on) override;
     void LetEventsRun() override;
 
+    /// While an operation runs nothing else may be started and the window stays open.
+    void AllowStarting(bool allowed);
+
     void BuildControls();
     void BuildMenus();
     QAction* AddAction(QMenu* menu, const char* name, const char* caption, void (frmMain::*handler)());
@@ -56,7 +63,8 @@ private:
     void SaveGeometry();
 
     // Tree
-    void AddNode(QTreeWidgetItem* parent, const LibraryNode& node);
+    /// The item of a node with those of all nodes below it, not yet in the tree.
+    std::unique_ptr<QTreeWidgetItem> MakeItem(const LibraryNode& node);
     QIcon NodeIcon(const LibraryNode& node);
     void ShowMenuOf(const QTreeWidgetItem& node, const QPoint& globalPosition);
     void NodeClicked(const QTreeWidgetItem& node);
@@ -80,12 +88,13 @@ private:
     void ChooseDatafile();
 
     QTreeWidget* tvVellora;
-    QLabel* sbVelloraPanel1_;
+    ElidedLabel* sbVelloraPanel1_;
     QMenu* mnuFile;
     QMenu* mnuRoot;
     QMenu* mnuVellora;
     QMenu* mnuDB;
     QMenu* mnuScriptRoot;
+    QShortcut* refresh_;
     /// Built-in images at 0 to 4; behind them the start-up icons that databases bring along, new at every
     /// refresh.
     std::vector<QIcon> ilstVellora_;

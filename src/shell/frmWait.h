@@ -13,6 +13,8 @@ class frmWait : public QDialog {
 public:
     explicit frmWait(QWidget* owner);
 
+    /// Only its owner ends it, never Esc.
+    void reject() override {}
     void SetMessage(const std::string& message);
 
 private:
