@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "gui/WindowsFixture.h"
+#include "gui/ImportFixture.h"
 #include "import/ImportSettings.h"
 #include "import/frmBrowseFolder.h"
 #include "import/frmRomCenter2.h"
@@ -17,45 +17,9 @@ namespace marrowkit {
 namespace {
 
 using test::Child;
+using test::GamesLine;
 
-constexpr const char* kSeparator = "\xAC";
-
-std::string GamesLine(const std::string& name, const std::string& file, const std::string& crc, int size) {
-    std::string line;
-    for (const std::string& field : {std::string(), name, name, name, name, file, crc, std::to_string(size),
-                                     std::string(), std::string(), std::string()}) {
-        line += (line.empty() && field.empty() ? "" : kSeparator) + field;
-    }
-    return kSeparator + line.substr(1) + "\r\n";
-}
-
-class ImportWindows : public test::Windows {
-protected:
-    /// A datafile in C:\Data with these games lines.
-    std::string WriteDatafile(const std::string& name, const std::string& lines,
-                              const std::string& version = "2.00") {
-        test::WriteFile(folder_ / "drive_c/Data" / name,
-                        "[CREDITS]\r\nAuthor=A\r\nVersion=1\r\nComment=C\r\n[DAT]\r\nversion=" + version +
-                            "\r\n[GAMES]\r\n" + lines);
-        return R"(C:\Data\)" + name;
-    }
-    void OpenWithDatafile(const std::string& name) {
-        AddTemplate();
-        Open();
-        GlobalImportSettings().DatafilePath = R"(C:\Data\)" + name;
-    }
-    /// Answers the file dialog with a file of C:\Data.
-    void ChooseFile(const std::string& name) {
-        driver_.UseDialog(QStringLiteral("cDialog"), [this, name](QDialog& dialog) {
-            auto& files = dynamic_cast<QFileDialog&>(dialog);
-            EXPECT_EQ(files.windowTitle(), QStringLiteral("Select the RC-2.0 Datafile..."));
-            files.selectFile(QString::fromStdString((folder_ / "drive_c/Data" / name).string()));
-            files.findChild<QLineEdit*>()->setText(
-                QString::fromStdString((folder_ / "drive_c/Data" / name).string()));
-            static_cast<QDialog&>(files).accept();
-        });
-    }
-};
+class ImportWindows : public test::ImportFixture {};
 
 TEST_F(ImportWindows, AFullImportEndsWithTheNewDatabaseSelected) {
     AddTemplate();
@@ -308,6 +272,208 @@ TEST_F(ImportWindows, ANewVelloraIsSelectedAndExpanded) {
     EXPECT_EQ(driver_.Boxes().back().text,
               QStringLiteral("There is already a Vellora folder with that name!"));
     EXPECT_EQ(driver_.Boxes().back().title, QStringLiteral("Marrow-Kit"));
+}
+
+TEST_F(ImportWindows, EveryHelpButtonSaysItsText) {
+    OpenWithDatafile("Nimbus.dat");
+    const std::pair<const char*, const char*> helps[] = {
+        {"cmdHelpGameNameField",
+         "This is the column in the datafile that you want to use as the Game Name in Vellora."},
+        {"cmdHelpGameFilenameField",
+         "This is the column in the datafile that you want to use as the Game Filename in Vellora."},
+        {"cmdHelpIgnoreDups",
+         "Some datafiles have the same game name listed many times (e.g. multiple rom-file games).\n\nIf the "
+         "column "
+         "you chose as the Game Name Field has duplicate entries, select this option to\nignore them and "
+         "only import "
+         "games with unique names."},
+        {"cmdHelpTosec",
+         "If the column you chose as the Game Filename Field in the datafile uses TOSEC (TNC v1) compliant "
+         "filenames, "
+         "select this option."},
+        {"cmdHelpAddZip",
+         "This field should be used for MAME type setups where the Game Name Field you have chosen does not "
+         "represent "
+         "the actual rom-filename, but the name of the game.  Vellora will add .zip to the game name so that "
+         "your "
+         "zipped roms can be found and/or linked to the database."},
+        {"cmdHelpScan",
+         "Select this option if you want Vellora to try to locate any roms or game files you may already "
+         "have on your "
+         "hard drive.  This scan will be performed on the datafile column you chose as the 'Game Filename "
+         "Field'."},
+        {"cmdHelpMatch",
+         "If you select this option, Vellora will only scan for files whose filename extension matches any "
+         "of those in "
+         "the datafile.\n\nE.g.  If the datafile only contains .TAP and .D64 files, only these filetypes "
+         "will be "
+         "scanned.  Setting this option can speed up the scanning process."},
+    };
+    frmRomCenter2 options(window_.get(), window_->Interface());
+    Child<QCheckBox>(options, "chkScan").click();  // the last one's option belongs to the scan
+    for (const auto& [button, text] : helps) {
+        driver_.AnswerBox(QMessageBox::Ok);
+        Child<QToolButton>(options, button).click();
+        EXPECT_EQ(driver_.Boxes().back().text.toStdString(), text);
+    }
+    EXPECT_EQ(driver_.Boxes().back().title, QStringLiteral("Only search matching filename extensions"));
+}
+
+TEST_F(ImportWindows, TickingTheScanEnablesItsControlsAndGoesToThePath) {
+    OpenWithDatafile("Nimbus.dat");
+    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
+        const auto& path = Child<QLineEdit>(dialog, "txtRomPath");
+        for (const bool ticked : {false, true, false}) {
+            if (Child<QCheckBox>(dialog, "chkScan").isChecked() != ticked)
+                Child<QCheckBox>(dialog, "chkScan").click();
+            for (const char* control : {"lblRomPath", "txtRomPath", "cmdRomPath", "chkMatch", "cmdHelpMatch"})
+                EXPECT_EQ(Child<QWidget>(dialog, control).isEnabled(), ticked) << control;
+            EXPECT_EQ(path.palette().color(QPalette::Base),
+                      dialog.palette().color(ticked ? QPalette::Base : QPalette::Window));
+            if (ticked) {
+                EXPECT_EQ(dialog.focusWidget(), &path);
+            }
+        }
+        dialog.reject();
+    });
+    frmRomCenter2(window_.get(), window_->Interface()).exec();
+}
+
+TEST_F(ImportWindows, TheNameTakesNoForbiddenCharacterAndStartNeedsAName) {
+    OpenWithDatafile("Nimbus.dat");
+    frmRomCenter2 options(window_.get(), window_->Interface());
+    auto& name = Child<QLineEdit>(options, "txtName");
+    name.clear();
+    EXPECT_FALSE(Child<QPushButton>(options, "cmdOK").isEnabled());
+    QTest::keyClicks(&name, QStringLiteral("A\\/:*?\"<>|B"));
+    EXPECT_EQ(name.text(), QStringLiteral("AB"));
+    EXPECT_TRUE(Child<QPushButton>(options, "cmdOK").isEnabled());
+}
+
+TEST_F(ImportWindows, TheFocusIsOnTheNameOrOnTheColumnsOfAnExistingDatabase) {
+    OpenWithDatafile("Nimbus.dat");
+    for (const bool existing : {false, true}) {
+        GlobalImportSettings().ImportIntoExisting = existing;
+        driver_.UseDialog(QStringLiteral("frmRomCenter2"), [existing](QDialog& dialog) {
+            EXPECT_EQ(dialog.focusWidget(), &Child<QWidget>(dialog, existing ? "lstName" : "txtName"));
+            if (!existing) {
+                EXPECT_EQ(Child<QLineEdit>(dialog, "txtName").selectedText(), QStringLiteral("Nimbus"));
+            }
+            dialog.reject();
+        });
+        frmRomCenter2(window_.get(), window_->Interface()).exec();
+    }
+}
+
+TEST_F(ImportWindows, StartStoresEveryChoiceAndDoesNotLookAtARomPathWithoutAScan) {
+    WriteDatafile("Nimbus.dat", "");  // the import ends at once: there are no games
+    OpenWithDatafile("Nimbus.dat");
+    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
+        Child<QLineEdit>(dialog, "txtRomPath").setText(QStringLiteral("nowhere\\"));
+        Child<QListWidget>(dialog, "lstName").setCurrentRow(5);
+        Child<QListWidget>(dialog, "lstFile").setCurrentRow(3);
+        for (const char* box : {"chkIgnoreDups", "chkTosec", "chkAddZip"})
+            Child<QCheckBox>(dialog, box).click();
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    driver_.AnswerBox(QMessageBox::Ok);
+    frmRomCenter2(window_.get(), window_->Interface()).exec();
+    const ImportSettings& settings = GlobalImportSettings();
+    EXPECT_EQ(settings.NameColumn, 8);
+    EXPECT_EQ(settings.FileColumn, 7);  // behind the caption of column 8
+    EXPECT_TRUE(settings.SkipDuplicates);
+    EXPECT_TRUE(settings.TosecNames);
+    EXPECT_TRUE(settings.AddZipExtension);
+    EXPECT_FALSE(settings.ScanForRoms);
+    EXPECT_FALSE(settings.MatchExtensionsOnly);
+    EXPECT_EQ(settings.DatabaseName, "Nimbus");
+    EXPECT_EQ(settings.NewFolderPath, R"(C:\Vellora\Nimbus)");
+    EXPECT_EQ(settings.NewFolderPathSlash, R"(C:\Vellora\Nimbus\)");
+    EXPECT_EQ(settings.RomPath, "nowhere");
+    EXPECT_EQ(settings.RomPathSlash, R"(nowhere\)");
+    EXPECT_EQ(driver_.Boxes().back().text, QStringLiteral("There were no games to import!"));
+}
+
+TEST_F(ImportWindows, ViewSaysWhenNothingCanShowTheDatafile) {
+    OpenWithDatafile("Nimbus.dat");
+    const std::string path = std::getenv("PATH");
+    setenv("PATH", (folder_ / "nothing").c_str(), 1);
+    frmRomCenter2 options(window_.get(), window_->Interface());
+    driver_.AnswerBox(QMessageBox::Ok);
+    Child<QPushButton>(options, "cmdView").click();
+    setenv("PATH", path.c_str(), 1);
+    ASSERT_EQ(driver_.Boxes().size(), 1U);
+    EXPECT_EQ(driver_.Boxes()[0].text,
+              QStringLiteral("Oops! Could not view file! Check that notepad.exe is on your path!"));
+    EXPECT_EQ(driver_.Boxes()[0].title, QStringLiteral("Marrowkit"));
+    EXPECT_EQ(driver_.Boxes()[0].icon, QMessageBox::Warning);
+}
+
+TEST_F(ImportWindows, TheChosenFolderBecomesTheRomPath) {
+    std::filesystem::create_directories(folder_ / "drive_c/Roms/Tapes");
+    OpenWithDatafile("Nimbus.dat");
+    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
+        Child<QCheckBox>(dialog, "chkScan").click();
+        Child<QLineEdit>(dialog, "txtRomPath").setText(QStringLiteral("C:\\Roms\\"));
+        Child<QToolButton>(dialog, "cmdRomPath").click();
+    });
+    driver_.UseDialog(QStringLiteral("frmBrowseFolder"), [](QDialog& dialog) {
+        EXPECT_EQ(Child<QLabel>(dialog, "lblPath").text(), QStringLiteral("C:\\Roms"));
+        auto& folders = Child<QListWidget>(dialog, "DirBox");
+        folders.setCurrentRow(2);
+        QTest::keyClick(&folders, Qt::Key_Return);
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
+        EXPECT_EQ(Child<QLineEdit>(dialog, "txtRomPath").text(), QStringLiteral("C:\\Roms\\Tapes"));
+        EXPECT_EQ(dialog.focusWidget(), &Child<QWidget>(dialog, "txtRomPath"));
+        dialog.reject();
+    });
+    frmRomCenter2(window_.get(), window_->Interface()).exec();
+}
+
+TEST_F(ImportWindows, TabGoesThroughTheOptionsInReadingOrder) {
+    OpenWithDatafile("Nimbus.dat");
+    frmRomCenter2 options(window_.get(), window_->Interface());
+    Child<QCheckBox>(options, "chkScan").click();
+    std::vector<std::string> order;
+    QWidget* first = &Child<QWidget>(options, "cmdView");
+    for (QWidget* widget = first;;) {
+        const bool stops = (widget->focusPolicy() & Qt::TabFocus) != 0;
+        if (stops && widget->isEnabled()) order.push_back(widget->objectName().toStdString());
+        widget = widget->nextInFocusChain();
+        if (widget == first) break;
+    }
+    EXPECT_EQ(order, (std::vector<std::string>{"cmdView",       "txtName",
+                                               "lstName",       "cmdHelpGameNameField",
+                                               "lstFile",       "cmdHelpGameFilenameField",
+                                               "chkIgnoreDups", "cmdHelpIgnoreDups",
+                                               "chkTosec",      "cmdHelpTosec",
+                                               "chkAddZip",     "cmdHelpAddZip",
+                                               "chkScan",       "cmdHelpScan",
+                                               "txtRomPath",    "cmdRomPath",
+                                               "chkMatch",      "cmdHelpMatch",
+                                               "cmdOK",         "cmdCancel"}));
+}
+
+TEST_F(ImportWindows, TheDatafilesFolderIsRememberedAndACancelledChoiceIsNot) {
+    AddTemplate();
+    WriteDatafile("Old.dat", "", "1.92");
+    Open();
+    const auto expectStart = [this](const std::filesystem::path& folder) {
+        driver_.UseDialog(QStringLiteral("cDialog"), [folder](QDialog& dialog) {
+            EXPECT_EQ(dynamic_cast<QFileDialog&>(dialog).directory().absolutePath().toStdString(),
+                      folder.string());
+            dialog.reject();
+        });
+        Trigger("mnuFileNewRomCenter2");
+    };
+    expectStart(Library());  // nothing remembered: where the program is, here told by the library
+    ChooseFile("Old.dat");
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuFileNewRomCenter2");
+    expectStart(folder_ / "drive_c/Data");
+    expectStart(folder_ / "drive_c/Data");
 }
 
 }  // namespace

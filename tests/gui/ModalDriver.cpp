@@ -63,6 +63,7 @@ void ModalDriver::Poll() {
     const Step step = next;
     steps_.pop_front();
     waiting_.invalidate();
+    if (look_) look_(*window);
     if (box == nullptr) return step.use(*qobject_cast<QDialog*>(window));
 
     SeenBox seen;

@@ -33,6 +33,8 @@ public:
     /// The next one is to be the dialog of this object name. When `use` returns and the dialog is still open,
     /// it stays so; the next step may concern a window above it or the dialog itself again.
     void UseDialog(const QString& objectName, std::function<void(QDialog&)> use);
+    /// Called with each expected window before its step is taken.
+    void OnWindow(std::function<void(QWidget&)> look) { look_ = std::move(look); }
 
     const std::vector<SeenBox>& Boxes() const { return boxes_; }
     /// All steps were taken.
@@ -50,6 +52,7 @@ private:
 
     std::deque<Step> steps_;
     std::vector<SeenBox> boxes_;
+    std::function<void(QWidget&)> look_;
     QElapsedTimer waiting_;
 };
 

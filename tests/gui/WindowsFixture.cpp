@@ -3,7 +3,9 @@
 #include <QAction>
 #include <QTest>
 #include <QTreeWidgetItemIterator>
+#include <cstdio>
 #include <cstdlib>
+#include <unistd.h>
 
 #include "creation/TemplateDatabase.h"
 #include "forms/QtText.h"
@@ -61,6 +63,26 @@ void Windows::SelectDatabase(const std::string& name) {
 
 void Windows::Trigger(const char* action) {
     Action(action).trigger();
+}
+
+void Windows::AnswerAndPrint(std::initializer_list<QMessageBox::StandardButton> answers) {
+    for (const QMessageBox::StandardButton answer : answers) driver_.AnswerBox(answer);
+    driver_.OnWindow([](QWidget& window) {
+        if (const auto* box = qobject_cast<QMessageBox*>(&window)) {
+            std::fprintf(stderr, "[%s] %s\n", qPrintable(box->windowTitle()), qPrintable(box->text()));
+        }
+    });
+}
+
+void Windows::MakeEverythingReadOnly() const {
+    using std::filesystem::perms;
+    const auto readOnly = perms::owner_read | perms::owner_exec | perms::group_read | perms::group_exec |
+                          perms::others_read | perms::others_exec;
+    std::filesystem::permissions(folder_.Path(), readOnly);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_.Path()))
+        std::filesystem::permissions(entry.path(), readOnly);
+    constexpr uid_t kNobody = 65534;  // permissions do not bind root
+    if (geteuid() == 0 && seteuid(kNobody) != 0) ADD_FAILURE() << "cannot become an ordinary user";
 }
 
 void Windows::Execute(const std::string& database, std::string_view sql) {

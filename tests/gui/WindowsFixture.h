@@ -2,6 +2,7 @@
 
 #include <QTreeWidgetItem>
 #include <filesystem>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,6 +38,11 @@ protected:
     void SelectDatabase(const std::string& name);
     /// Chooses a menu entry.
     void Trigger(const char* action);
+    /// For death tests: answers the message boxes that come and writes each to stderr as "[title] text".
+    void AnswerAndPrint(std::initializer_list<QMessageBox::StandardButton> answers);
+    /// For death tests: from here on an ordinary user runs, who may read the library and change nothing in
+    /// it.
+    void MakeEverythingReadOnly() const;
     QAction& Action(const char* name) { return Child<QAction>(*window_, name); }
 
     static std::string DatabaseKey(const std::string& name) {
