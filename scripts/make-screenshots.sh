@@ -7,6 +7,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+scripts/setup.sh build tests
 cmake --preset dev >/dev/null
 cmake --build build/dev --target screenshots | tail -n 1
 
