@@ -343,12 +343,14 @@ void frmMain::BeginBusy(const std::string& waitMessage) {
     wait_ = std::make_unique<frmWait>(this);
     wait_->SetMessage(waitMessage);
     wait_->show();
+    treeHadFocus_ = focusWidget() == tvVellora;
     AllowStarting(false);
 }
 
 void frmMain::EndBusy() {
     wait_.reset();
     AllowStarting(true);
+    if (treeHadFocus_) tvVellora->setFocus();  // a disabled tree loses it, and the arrow keys with it
 }
 
 void frmMain::AllowStarting(bool allowed) {

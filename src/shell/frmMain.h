@@ -100,6 +100,7 @@ private:
     std::vector<QIcon> ilstVellora_;
     QHash<QString, QTreeWidgetItem*> nodesByKey_;
     std::unique_ptr<frmWait> wait_;
+    bool treeHadFocus_ = false;
     std::string commandLine_;
 };
 

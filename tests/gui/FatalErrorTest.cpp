@@ -153,5 +153,16 @@ TEST_F(FatalError, EndsAnImportWhosePlainLoaderMeetsASizeThatIsNoNumber) {
     EXPECT_FALSE(std::filesystem::exists(Library() / "Bad"));
 }
 
+TEST_F(FatalError, EndsClosingTheWindowWhenItsGeometryCannotBeSaved) {
+    Open();
+    EXPECT_EXIT(
+        {
+            MakeEverythingReadOnly();
+            AnswerAndPrint({QMessageBox::Ok});
+            window_->close();
+        },
+        ::testing::ExitedWithCode(1), "\\[Marrowkit\\] Run-time error '[0-9]+':\n\n.+");
+}
+
 }  // namespace
 }  // namespace marrowkit

@@ -134,5 +134,26 @@ TEST_F(InputBox, TakesSixtyFourCharactersAndNotOneMore) {
     EXPECT_EQ(InputResult, std::string(64, 'n'));
 }
 
+TEST_F(InputBox, ItsDefaultIsSelectedAndTypingReplacesIt) {
+    InputDefault = "Arcade";
+    Run([](QDialog& dialog) {
+        auto& text = Child<QLineEdit>(dialog, "txtInput");
+        EXPECT_EQ(text.text(), QStringLiteral("Arcade"));
+        EXPECT_TRUE(Child<QPushButton>(dialog, "cmdOK").isEnabled());
+        EXPECT_EQ(text.selectedText(), QStringLiteral("Arcade"));
+        QTest::keyClicks(&text, QStringLiteral("Home"));
+        QTest::keyClick(&text, Qt::Key_Return);
+    });
+    EXPECT_TRUE(InputAccepted);
+    EXPECT_EQ(InputResult, "Home");
+}
+
+TEST_F(InputBox, EscCancelsIt) {
+    InputDefault = "Arcade";
+    Run([](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+    EXPECT_FALSE(InputAccepted);
+    EXPECT_EQ(InputResult, "");
+}
+
 }  // namespace
 }  // namespace marrowkit

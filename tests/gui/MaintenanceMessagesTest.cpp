@@ -251,6 +251,15 @@ TEST_P(MaintenanceMessages, NothingElseCanBeStartedWhileAnOperationRuns) {
     ExpectNothingIsBusy();
 }
 
+TEST_P(MaintenanceMessages, AnOperationLeavesTheFocusOnTheTree) {
+    OpenWith("Arcade");
+    Tree().setFocus();
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuDBFix");
+    EXPECT_EQ(window_->focusWidget(), &Tree());
+    EXPECT_EQ(Tree().currentItem(), Node(DatabaseKey("Arcade")));
+}
+
 INSTANTIATE_TEST_SUITE_P(Formats, MaintenanceMessages,
                          ::testing::Values(jet::JetVersion::Jet3, jet::JetVersion::Jet4),
                          [](const auto& tested) {
