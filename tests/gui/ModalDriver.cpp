@@ -12,6 +12,7 @@ namespace {
 
 constexpr int kPollMilliseconds = 5;
 constexpr int kPatienceMilliseconds = 20000;
+constexpr int kSettlingMilliseconds = 60;
 
 }  // namespace
 
@@ -41,9 +42,16 @@ void ModalDriver::Poll() {
     QWidget* window = QApplication::activeModalWidget();
     if (window == nullptr || !window->isVisible()) {
         waiting_.invalidate();
+        settled_ = nullptr;
         return;
     }
     if (!waiting_.isValid()) waiting_.start();
+    // A person waits until the window has come to the front and has settled there; so does every step. A
+    // window that is in front again, after one above it has gone, is not always told so on this platform.
+    if (window != settled_) {
+        if (window->isActiveWindow()) settled_ = window;
+        if (waiting_.elapsed() <= kSettlingMilliseconds) return;
+    }
     auto* box = qobject_cast<QMessageBox*>(window);
     if (steps_.empty()) {
         if (box != nullptr) GiveUp(*window, QStringLiteral("unexpected message: ") + box->text());

@@ -54,6 +54,7 @@ private:
     std::vector<SeenBox> boxes_;
     std::function<void(QWidget&)> look_;
     QElapsedTimer waiting_;
+    QWidget* settled_ = nullptr;  ///< was in front at the last look; compared only
 };
 
 /// A child by its object name; fails the test and throws when there is none.
