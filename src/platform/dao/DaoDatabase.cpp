@@ -24,6 +24,22 @@ std::string NeedHostPath(std::string_view path) {
     RaiseJet(JetError::InvalidPath, {std::string(path)});
 }
 
+/// Another process's flush can come between two pages of a read. The read is told so before it has changed or
+/// answered anything, and sees the new state when it starts again; only a file that never comes to rest is
+/// reported to the caller.
+template <class Work>
+auto OnSettledState(const Work& work) {
+    constexpr int kMostTries = 200;
+    for (int tries = 1;; ++tries) {
+        try {
+            return work();
+        } catch (const RuntimeError& error) {
+            const bool changedMeanwhile = error.number == static_cast<int>(JetError::ChangedByOther);
+            if (!changedMeanwhile || tries == kMostTries) throw;
+        }
+    }
+}
+
 /// Runs statements of all kinds on one connection.
 class Executor {
 public:
@@ -114,7 +130,7 @@ void Database::Execute(std::string_view text) {
     Connection& connection = Open();
     const sql::Statement statement = sql::ParseStatement(text);
     connection.recordsAffected = 0;
-    const std::int64_t affected = std::visit(Executor(connection), statement);
+    const std::int64_t affected = OnSettledState([&] { return std::visit(Executor(connection), statement); });
     connection.recordsAffected = static_cast<std::int32_t>(affected);
     connection.Flush();
 }
@@ -127,8 +143,10 @@ Recordset Database::OpenRecordset(std::string_view source, RecordsetType type) {
     Connection& connection = Open();
     if (type != RecordsetType::Table && type != RecordsetType::Dynaset && type != RecordsetType::Snapshot)
         RaiseJet(JetError::InvalidArgument);
-    std::unique_ptr<sql::Result> result = OpenSource(connection.session->Engine(), source, type);
-    return Recordset(std::make_unique<Recordset::State>(state_->connection, type, std::move(result)));
+    return OnSettledState([&] {
+        std::unique_ptr<sql::Result> result = OpenSource(connection.session->Engine(), source, type);
+        return Recordset(std::make_unique<Recordset::State>(state_->connection, type, std::move(result)));
+    });
 }
 
 void Database::Close() {
@@ -142,7 +160,8 @@ void Database::Close() {
 Database DBEngine::OpenDatabase(std::string_view path) {
     auto state = std::make_unique<Database::State>();
     state->connection = std::make_shared<Connection>();
-    state->connection->session = Session::Of(jet::Database::Open(NeedHostPath(path)));
+    state->connection->session =
+        OnSettledState([&] { return Session::Of(jet::Database::Open(NeedHostPath(path))); });
     return Database(std::move(state));
 }
 
