@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QPushButton>
 #include <QTimer>
+#include <algorithm>
 
 #include <gtest/gtest.h>
 
@@ -45,6 +46,8 @@ void ModalDriver::Poll() {
         settled_ = nullptr;
         return;
     }
+    // What a step did to this window (a click on Start) is still going on.
+    if (std::find(inUse_.begin(), inUse_.end(), window) != inUse_.end()) return;
     if (!waiting_.isValid()) waiting_.start();
     // A person waits until the window has come to the front and has settled there; so does every step. A
     // window that is in front again, after one above it has gone, is not always told so on this platform.
@@ -72,7 +75,12 @@ void ModalDriver::Poll() {
     steps_.pop_front();
     waiting_.invalidate();
     if (look_) look_(*window);
-    if (box == nullptr) return step.use(*qobject_cast<QDialog*>(window));
+    if (box == nullptr) {
+        inUse_.push_back(window);
+        step.use(*qobject_cast<QDialog*>(window));
+        inUse_.pop_back();
+        return;
+    }
 
     SeenBox seen;
     seen.title = box->windowTitle();

@@ -53,6 +53,7 @@ private:
     std::deque<Step> steps_;
     std::vector<SeenBox> boxes_;
     std::function<void(QWidget&)> look_;
+    std::vector<QWidget*> inUse_;  ///< by steps that have not returned
     QElapsedTimer waiting_;
     QWidget* settled_ = nullptr;  ///< was in front at the last look; compared only
 };
