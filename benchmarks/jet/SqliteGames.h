@@ -2,33 +2,36 @@
 
 #include <string>
 
-struct sqlite3;
+#include "Sqlite.h"
 
 namespace marrowkit::benchmark {
 
 /// The same workload on SQLite through its C interface: same columns, same indexes, foreign keys enforced.
 class SqliteGames {
 public:
+    struct Existing {};
+    static constexpr Existing kExisting{};
+
     explicit SqliteGames(const std::string& path);
-    SqliteGames(const SqliteGames&) = delete;
-    SqliteGames& operator=(const SqliteGames&) = delete;
-    ~SqliteGames();
+    /// Opens a file that the other constructor made.
+    SqliteGames(const std::string& path, Existing /*unused*/) : database_(path) {}
     void Insert(int rows);
     void UpdateUnindexed();
     void UpdateIndexed();
     void DeleteEverySecond();
     std::size_t ScanAll() { return Scan("SELECT * FROM Games"); }
     std::size_t ScanTwo() { return Scan("SELECT Name, CRC FROM Games"); }
-    void Close();
+    void Vacuum() { Run("VACUUM"); }
+    void Close() { database_.Close(); }
     static std::size_t OpenAndReadOne(const std::string& path, int key);
 
 private:
-    void Run(const std::string& sql);
+    void Run(const std::string& sql) { database_.Run(sql); }
     /// One prepared statement per row, as a program that walks its rows has it.
     void UpdateEach(const char* sql, int rows);
     std::size_t Scan(const char* sql);
 
-    sqlite3* database_ = nullptr;
+    Sqlite database_;
     int rows_ = 0;
 };
 
