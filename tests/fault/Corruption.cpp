@@ -28,8 +28,15 @@ private:
         return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random_);
     }
     std::size_t PageCount() const { return file_->size() / pageBytes_; }
-    /// Mostly any page but the header; the header now and then.
-    std::size_t SomePage() { return Below(20) == 0 ? 0 : 1 + Below(PageCount() - 1); }
+    /// Any page but the header, half of the time one that is not merely rows; the header now and then.
+    std::size_t SomePage() {
+        constexpr std::uint8_t kDataPage = 1;
+        if (Below(20) == 0) return 0;
+        std::size_t page = 1 + Below(PageCount() - 1);
+        if (Below(2) == 0) return page;
+        for (int tries = 0; tries < 8 && *Page(page) == kDataPage; ++tries) page = 1 + Below(PageCount() - 1);
+        return page;
+    }
     std::uint8_t* Page(std::size_t page) { return file_->data() + page * pageBytes_; }
     void PutU16(std::size_t page, std::size_t at, std::uint32_t value) {
         Page(page)[at] = static_cast<std::uint8_t>(value);
