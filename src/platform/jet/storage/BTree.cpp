@@ -136,7 +136,8 @@ PageNumber BTree::FindLastLeaf() const {
 bool BTree::ContainsKey(KeyView key, std::optional<RowId> except) const {
     PageNumber number = FindLeaf(key);
     bool first = true;
-    while (number != 0) {
+    // The count ends a walk through leaves that damage has linked in a circle.
+    for (PageNumber pages = 0; number != 0 && pages <= pager_->PageCount(); ++pages) {
         const PageRef ref = pager_->Read(number);
         const IndexPage page(*pager_, ref);
         for (std::uint32_t at = first ? page.LowerBound(key) : 0; at < page.UsedBytes();

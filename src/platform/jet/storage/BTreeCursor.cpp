@@ -1,5 +1,7 @@
+#include <string>
 #include <utility>
 
+#include "platform/jet/format/JetErrors.h"
 #include "platform/jet/storage/BTree.h"
 #include "platform/jet/storage/IndexPage.h"
 
@@ -21,6 +23,7 @@ struct BTree::Cursor::State {
     std::uint32_t position = 0;
     std::uint64_t version = 0;
     std::uint64_t epoch = 0;
+    std::vector<std::uint8_t> leafStart;  ///< the first entry of the last leaf with entries that was left
 
     Pager& GetPager() const { return *tree->pager_; }
     bool PlaceIsGood() const {
@@ -31,6 +34,25 @@ struct BTree::Cursor::State {
         version = page.Version();
         epoch = GetPager().LayoutEpoch();
     }
+    /// Goes on to a neighbouring leaf. The first entries of leaves ascend whatever damage has made of the
+    /// others, so a walk ends even where leaves lead round in a circle.
+    void GoTo(PageNumber number, bool forwards) {
+        const IndexPage left(GetPager(), page);
+        if (!left.IsEmpty()) left.Whole(0, leafStart);
+        Pin(number);
+        const IndexPage reached(GetPager(), page);
+        if (reached.IsEmpty()) return;
+        std::vector<std::uint8_t> start;
+        reached.Whole(0, start);
+        if (forwards && CompareBytes(start, entry) < 0) RaiseOutOfOrder();
+        if (leafStart.empty()) return;
+        const int order = CompareBytes(leafStart, start);
+        if (forwards ? order >= 0 : order <= 0) RaiseOutOfOrder();
+    }
+    [[noreturn]] void RaiseOutOfOrder() const {
+        RaiseCorrupt(GetPager().Path(),
+                     "index page " + std::to_string(page.Number()) + ": not in order with its neighbours");
+    }
     /// Pins the leaf and finds the first entry that is not smaller than `entry`. True when it is that very
     /// entry.
     bool FindPlace() {
@@ -40,7 +62,9 @@ struct BTree::Cursor::State {
         if (position >= index.UsedBytes()) return false;
         std::vector<std::uint8_t> whole;
         index.Whole(position, whole);
-        return CompareBytes(whole, entry) == 0;
+        const int order = CompareBytes(whole, entry);
+        if (order < 0) RaiseOutOfOrder();
+        return order == 0;
     }
     bool Stand() {
         IndexPage(GetPager(), page).Whole(position, entry);
@@ -62,12 +86,14 @@ void BTree::Cursor::SeekBefore(KeyView key) {
     state_->afterLast = false;
     state_->trailing = false;
     state_->page = {};
+    state_->leafStart.clear();
 }
 
 void BTree::Cursor::SeekAfterLast() {
     state_->afterLast = true;
     state_->onEntry = false;
     state_->page = {};
+    state_->leafStart.clear();
 }
 
 bool BTree::Cursor::Next() {
@@ -79,12 +105,12 @@ bool BTree::Cursor::Next() {
     } else {
         s.position = IndexPage(s.GetPager(), s.page).After(s.position);
     }
-    // Leaves are never empty in a sound index; the count keeps a damaged one from going round forever.
+    // Leaves are never empty in a sound index; the count keeps empty ones from leading round forever.
     for (PageNumber pages = 0; pages <= s.GetPager().PageCount(); ++pages) {
         const IndexPage index(s.GetPager(), s.page);
         if (s.position < index.UsedBytes()) return s.Stand();
         if (index.Next() == 0) break;
-        s.Pin(index.Next());
+        s.GoTo(index.Next(), true);
         s.position = 0;
     }
     // An entry added behind the last one later is met by the next call, so the cursor remembers its entry.
@@ -109,7 +135,7 @@ bool BTree::Cursor::Previous() {
             return s.Stand();
         }
         if (index.Previous() == 0) break;
-        s.Pin(index.Previous());
+        s.GoTo(index.Previous(), false);
         s.position = IndexPage(s.GetPager(), s.page).UsedBytes();
     }
     SeekBefore({});

@@ -7,6 +7,8 @@
 
 #include "platform/errors/RuntimeError.h"
 #include "platform/jet/storage/BTree.h"
+#include "platform/jet/storage/Expect.h"
+#include "platform/jet/storage/IndexPage.h"
 #include "platform/jet/storage/StructureCheck.h"
 #include "platform/jet/storage/TestDatabase.h"
 #include "support/TemporaryFolder.h"
@@ -385,6 +387,55 @@ TEST_P(BTreeTest, CursorSurvivesChangesUnderIt) {
     }
     EXPECT_EQ(keys.upper_bound(last), keys.end());
     unit.Commit();
+}
+
+TEST_P(BTreeTest, LeavesThatDamageHasLinkedInACircleEndAWalk) {
+    BTree tree = database.Index();
+    {
+        Unit unit(*database.pager);
+        for (std::uint32_t i = 0; i < 2000; ++i) tree.Insert(NumberKey(i), {i + 100, 1});
+        unit.Commit();
+    }
+    std::vector<PageNumber> leaves;
+    for (PageNumber page = 0; page < database.pager->PageCount(); ++page) {
+        if (database.pager->Read(page).Type() == PageType::IndexLeaf) leaves.push_back(page);
+    }
+    ASSERT_GT(leaves.size(), 3U);
+    std::ranges::sort(leaves, {}, [&](PageNumber leaf) {
+        Bytes start;
+        IndexPage(*database.pager, database.pager->Read(leaf)).Whole(0, start);
+        return start;
+    });
+    {
+        Unit unit(*database.pager);
+        IndexPageEdit(*database.pager, database.pager->Edit(leaves[2])).PutNext(leaves[1]);
+        IndexPageEdit(*database.pager, database.pager->Edit(leaves[1])).PutPrevious(leaves[2]);
+        unit.Commit();
+    }
+    const auto walk = [&](bool forwards) {
+        BTree::Cursor cursor(tree);
+        if (!forwards) cursor.SeekAfterLast();
+        for (int entries = 0; entries < 10000; ++entries) {
+            if (!(forwards ? cursor.Next() : cursor.Previous())) return;
+        }
+        ADD_FAILURE() << "the walk goes round and round";
+    };
+    ExpectError(3049, [&] { walk(true); });
+    ExpectError(3049, [&] { walk(false); });
+    ExpectError(3049, [&] { tree.EraseRow({1, 1}); });
+}
+
+TEST_P(BTreeTest, EmptyLeavesInACircleEndASearch) {
+    const BTree tree = database.Index();
+    {
+        Unit unit(*database.pager);
+        IndexPageEdit(*database.pager, database.pager->Edit(database.layout.root))
+            .PutNext(database.layout.root);
+        unit.Commit();
+    }
+    EXPECT_FALSE(tree.ContainsKey(NumberKey(1)));
+    BTree::Cursor cursor(tree);
+    EXPECT_FALSE(cursor.Next());
 }
 
 TEST_P(BTreeTest, RefusesAKeyThatDoesNotFitTwiceOnAPage) {
