@@ -1,6 +1,7 @@
 #include "platform/jet/engine/CheckCatalog.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 #include "platform/jet/format/Collation.h"
@@ -22,8 +23,10 @@ std::string TextOf(const Value& value) {
     return text ? *text : std::string();
 }
 
-void ReadObjects(CheckContext& context, const CheckedTable& table, std::vector<CatalogObject>& objects) {
-    ReadSystemTable(context.file, table, {"Id", "ParentId", "Name", "Type", "Flags"},
+/// `properties`: those of tables, by object.
+void ReadObjects(CheckContext& context, const CheckedTable& table, std::vector<CatalogObject>& objects,
+                 std::map<std::int32_t, std::vector<std::uint8_t>>& properties) {
+    ReadSystemTable(context.file, table, {"Id", "ParentId", "Name", "Type", "Flags", "LvProp"},
                     [&](RowId row, const std::vector<Value>& values) {
                         CatalogObject object;
                         object.id = IntegerOr(values[0], 0);
@@ -33,6 +36,10 @@ void ReadObjects(CheckContext& context, const CheckedTable& table, std::vector<C
                         object.flags = static_cast<std::uint32_t>(IntegerOr(values[4], 0));
                         if (object.name.empty()) {
                             context.report.Add(row.page, table.name, RowText(row) + " has no name");
+                        }
+                        const auto* stored = std::get_if<Binary>(&values[5]);
+                        if (stored != nullptr && object.type == CatalogObject::Type::Table) {
+                            properties[object.id] = *stored;
                         }
                         objects.push_back(std::move(object));
                     });
@@ -70,6 +77,18 @@ void CheckObjectReferences(CheckContext& context, const CheckedCatalog& catalog,
     });
 }
 
+/// A damaged long value costs itself only, not the row it belongs to.
+Value ReadOrNull(const CheckFile& file, const RowView& row, const ColumnDefinition& column) {
+    if (!column.IsLongValue()) return ReadValue(file, row, column);
+    try {
+        return ReadValue(file, row, column);
+    } catch (const Damage&) {
+        return Null{};
+    } catch (const OutOfBounds&) {
+        return Null{};
+    }
+}
+
 }  // namespace
 
 const CheckedTable* CheckedCatalog::FindTable(PageNumber definition) const {
@@ -101,7 +120,7 @@ void ReadSystemTable(const CheckFile& file, const CheckedTable& table,
             [&](RowId row, ByteView bytes) {
                 const RowView view(file.PageGeometry(), table.definition, bytes);
                 for (std::size_t i = 0; i < wanted.size(); ++i) {
-                    values[i] = wanted[i] == nullptr ? Value{} : ReadValue(file, view, *wanted[i]);
+                    values[i] = wanted[i] == nullptr ? Value{} : ReadOrNull(file, view, *wanted[i]);
                 }
                 visit(row, values);
             },
@@ -111,9 +130,10 @@ void ReadSystemTable(const CheckFile& file, const CheckedTable& table,
 
 CheckedCatalog CheckCatalog(CheckContext& context) {
     CheckedCatalog catalog;
-    auto objectsTable = CheckTable(context, "MSysObjects", kCatalogPage, true);
+    auto objectsTable = CheckTable(context, {"MSysObjects", kCatalogPage, true, {}});
     if (!objectsTable) return catalog;
-    ReadObjects(context, *objectsTable, catalog.objects);
+    std::map<std::int32_t, std::vector<std::uint8_t>> properties;
+    ReadObjects(context, *objectsTable, catalog.objects, properties);
     catalog.tables.push_back(std::move(objectsTable));
     CheckIds(context, catalog.objects);
 
@@ -126,7 +146,8 @@ CheckedCatalog CheckCatalog(CheckContext& context) {
         if (!definitions.insert(page).second) continue;
         if (context.report.IsFull()) break;
         const bool isSystem = object.IsSystem() || object.name.starts_with("MSys");
-        if (auto table = CheckTable(context, object.name, page, isSystem)) {
+        if (auto table =
+                CheckTable(context, {object.name, page, isSystem, std::move(properties[object.id])})) {
             catalog.tables.push_back(std::move(table));
         }
     }

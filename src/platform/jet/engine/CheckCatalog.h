@@ -29,7 +29,8 @@ CheckedCatalog CheckCatalog(CheckContext& context);
 /// Relationships: their rows in MSysRelationships, the indexes on both sides, and whether the rows comply.
 void CheckRelationships(CheckContext& context, const CheckedCatalog& catalog);
 
-/// Reads columns of a system table by name; the values of one row. Columns that do not exist read as Null.
+/// Reads columns of a system table by name; the values of one row. Columns that do not exist, and
+/// long values that cannot be read, are Null.
 void ReadSystemTable(const CheckFile& file, const CheckedTable& table,
                      const std::vector<std::string>& columns,
                      const std::function<void(RowId, const std::vector<Value>&)>& visit);

@@ -4,6 +4,7 @@
 
 #include "platform/jet/engine/CheckCatalog.h"
 #include "platform/jet/engine/CheckIndex.h"
+#include "platform/jet/engine/CheckRows.h"
 #include "platform/jet/format/Collation.h"
 
 namespace marrowkit::jet::check {
@@ -148,23 +149,30 @@ private:
         return usable ? &table.definition.realIndexes[index.realIndex] : nullptr;
     }
 
-    /// Whether keys of the two trees are equal exactly when the columns are.
-    static bool KeysCompare(const CheckedTable& foreign, const RealIndex& foreignTree,
-                            const CheckedTable& primary, const RealIndex& primaryTree) {
+    /// Whether equal values of the two sides have equal keys, in trees of the same directions.
+    static bool ValuesCompare(const CheckedTable& foreign, const RealIndex& foreignTree,
+                              const CheckedTable& primary, const RealIndex& primaryTree) {
         for (std::size_t i = 0; i < foreignTree.columns.size(); ++i) {
             const ColumnDefinition* left =
                 foreign.definition.ColumnByNumber(foreignTree.columns[i].columnNumber);
             const ColumnDefinition* right =
                 primary.definition.ColumnByNumber(primaryTree.columns[i].columnNumber);
-            if (left->type != right->type || left->scale != right->scale ||
-                foreignTree.columns[i].ascending != primaryTree.columns[i].ascending) {
-                return false;
-            }
+            if (left->type != right->type || left->scale != right->scale) return false;
         }
         return true;
     }
 
-    /// Both trees are in key order, so one walk along the two finds keys without a counterpart.
+    static bool SameDirections(const RealIndex& left, const RealIndex& right) {
+        return std::ranges::equal(left.columns, right.columns, {}, &IndexColumn::ascending,
+                                  &IndexColumn::ascending);
+    }
+
+    void SayRefersToNothing(const CheckedTable& foreign, const LogicalIndex& index,
+                            const CheckedTable& primary, RowId row) {
+        Say(foreign.name, index.name, RowText(row) + " refers to no row of table " + primary.name,
+            Severity::Content);
+    }
+
     void CheckRows(const CheckedTable& foreign, const LogicalIndex& index, const CheckedTable& primary,
                    const LogicalIndex& partner) {
         const RealIndex* foreignTree = TreeOf(foreign, index);
@@ -175,22 +183,61 @@ private:
             return;
         }
         if (!primaryTree->IsUnique()) Say(primary.name, index.name, "the referenced index is not unique");
-        if (!KeysCompare(foreign, *foreignTree, primary, *primaryTree)) return;
+        if (!ValuesCompare(foreign, *foreignTree, primary, *primaryTree)) return;
+        if (SameDirections(*foreignTree, *primaryTree)) {
+            CompareTrees(foreign, index, *foreignTree, primary, *primaryTree);
+        } else {
+            LookUpRows(foreign, index, *foreignTree, primary, *primaryTree);
+        }
+    }
 
-        LeafReader referencing(context_->file, foreignTree->rootPage);
-        LeafReader referenced(context_->file, primaryTree->rootPage);
+    /// Both trees are in the same order, so one walk along the two finds keys without a counterpart.
+    void CompareTrees(const CheckedTable& foreign, const LogicalIndex& index, const RealIndex& foreignTree,
+                      const CheckedTable& primary, const RealIndex& primaryTree) {
+        LeafReader referencing(context_->file, foreignTree.rootPage);
+        LeafReader referenced(context_->file, primaryTree.rootPage);
         bool hasReferenced = referenced.Next();
         while (referencing.Next()) {
             const IndexEntry entry = referencing.Entry();
-            if (IsAllNullKey(entry.key, *foreignTree)) continue;
+            if (IsAllNullKey(entry.key, foreignTree)) continue;
             while (hasReferenced && std::ranges::lexicographical_compare(referenced.Entry().key, entry.key)) {
                 hasReferenced = referenced.Next();
             }
             if (!hasReferenced || !std::ranges::equal(referenced.Entry().key, entry.key)) {
-                Say(foreign.name, index.name,
-                    RowText(entry.row) + " refers to no row of table " + primary.name, Severity::Content);
+                SayRefersToNothing(foreign, index, primary, entry.row);
             }
         }
+    }
+
+    /// The trees run in different directions, so each referencing row is given the key that the referenced
+    /// tree would hold for it. Of that tree's keys a hash each is kept: a collision hides a problem, it
+    /// never makes one up.
+    void LookUpRows(const CheckedTable& foreign, const LogicalIndex& index, const RealIndex& foreignTree,
+                    const CheckedTable& primary, const RealIndex& primaryTree) {
+        RealIndex wanted = foreignTree;
+        wanted.flags = 0;
+        for (std::size_t i = 0; i < wanted.columns.size(); ++i) {
+            wanted.columns[i].ascending = primaryTree.columns[i].ascending;
+        }
+        KeyBuilder builder(context_->file, foreign.definition, wanted);
+        if (!builder.CanBuild()) return;
+        std::vector<std::uint64_t> keys;
+        for (LeafReader referenced(context_->file, primaryTree.rootPage); referenced.Next();) {
+            keys.push_back(HashBytes(referenced.Entry().key, 0));
+        }
+        std::ranges::sort(keys);
+        RowWalk(context_->file, foreign.definition.page, foreign.ownedPages)
+            .Run(
+                [&](RowId row, ByteView bytes) {
+                    const RowView view(context_->file.PageGeometry(), foreign.definition, bytes);
+                    builder.Build(view);
+                    if (builder.AllNull()) return;
+                    if (!std::ranges::binary_search(keys, HashBytes(builder.Key(), 0))) {
+                        SayRefersToNothing(foreign, index, primary, row);
+                    }
+                },
+                // What cannot be read was reported when the table was verified.
+                [](const Damage&) {});
     }
 
     CheckContext* context_;

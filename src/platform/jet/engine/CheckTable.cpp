@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/errors/RuntimeError.h"
+#include "platform/jet/format/Properties.h"
 
 namespace marrowkit::jet::check {
 
@@ -86,6 +87,24 @@ TableDefinition ReadTable(CheckContext& context, const std::string& name, PageNu
     return definition;
 }
 
+/// What the table's properties demand of its rows. Properties are no part of the file's structure: a copy
+/// carries them along as they are.
+void ReadRules(CheckContext& context, const ListedTable& listed, CheckedTable& table) {
+    if (listed.properties.empty()) return;
+    try {
+        const PropertyBlob properties =
+            ParseProperties(context.file.Header().version, ByteView(listed.properties));
+        for (const ColumnDefinition& column : table.definition.columns) {
+            if (properties.Bool(column.name, "Required").value_or(false)) {
+                table.requiredColumns.push_back(column.name);
+            }
+        }
+    } catch (const OutOfBounds&) {
+        context.report.Add(listed.definition, listed.name, "its properties do not hold together",
+                           Severity::Content);
+    }
+}
+
 void ClaimOwnedPages(CheckContext& context, CheckedTable& table) {
     const TableDefinition& definition = table.definition;
     const StoredMap owned = context.ClaimMap(definition.ownedMap, table.name, "map of its pages");
@@ -103,14 +122,16 @@ void ClaimOwnedPages(CheckContext& context, CheckedTable& table) {
 
 }  // namespace
 
-std::unique_ptr<CheckedTable> CheckTable(CheckContext& context, const std::string& name, PageNumber page,
-                                         bool isSystem) {
+std::unique_ptr<CheckedTable> CheckTable(CheckContext& context, const ListedTable& listed) {
+    const std::string& name = listed.name;
+    const PageNumber page = listed.definition;
     auto table = std::make_unique<CheckedTable>();
     table->name = name;
-    table->isSystem = isSystem;
+    table->isSystem = listed.isSystem;
     try {
         table->definition = ReadTable(context, name, page);
         CheckDefinition(context, name, table->definition);
+        ReadRules(context, listed, *table);
         ClaimOwnedPages(context, *table);
         CheckTableRows(context, *table);
         return table;

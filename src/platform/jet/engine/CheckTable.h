@@ -32,10 +32,21 @@ struct CheckContext {
     StoredMap ClaimMap(RowId where, std::string_view table, const std::string& what);
 };
 
+/// A table as the catalog lists it.
+struct ListedTable {
+    std::string name;
+    PageNumber definition = 0;
+    bool isSystem = false;
+    /// The object's properties as stored; empty for none.
+    std::vector<std::uint8_t> properties;
+};
+
 /// What is left of a verified table for the checks across tables.
 struct CheckedTable {
     std::string name;
     bool isSystem = false;
+    /// Names of columns that must not be Null.
+    std::vector<std::string> requiredColumns;
     TableDefinition definition;
     std::vector<PageNumber> ownedPages;
     std::vector<bool> indexIsSound;  ///< per real index
@@ -43,10 +54,9 @@ struct CheckedTable {
     bool rowsAreSound = false;
 };
 
-/// Verifies one table: definition, maps, pages, rows, long values, indexes. nullptr when its definition
-/// cannot be read at all.
-std::unique_ptr<CheckedTable> CheckTable(CheckContext& context, const std::string& name, PageNumber page,
-                                         bool isSystem);
+/// Verifies one table: definition, properties, maps, pages, rows, long values, indexes. nullptr when its
+/// definition cannot be read at all.
+std::unique_ptr<CheckedTable> CheckTable(CheckContext& context, const ListedTable& listed);
 
 /// The parts of CheckTable.
 void CheckDefinition(CheckContext& context, const std::string& name, const TableDefinition& definition);

@@ -40,6 +40,11 @@ public:
                                        : nullptr);
         }
         expectedEntries_.resize(definition.realIndexes.size());
+        for (const std::string& name : table.requiredColumns) {
+            const auto column = std::ranges::find(definition.columns, name, &ColumnDefinition::name);
+            // Booleans are never Null.
+            if (column->type != ColumnType::Boolean) requiredColumns_.push_back({&*column, 0, {}});
+        }
     }
 
     void Run() {
@@ -53,6 +58,7 @@ public:
         CheckMovedRows();
         CheckLongValuePages();
         CheckCounters();
+        ReportMissingValues();
         CheckTableIndexes(*context_, *table_, expectedEntries_);
     }
 
@@ -63,8 +69,26 @@ private:
         std::vector<PageNumber> pages;
     };
 
+    struct RequiredColumn {
+        const ColumnDefinition* column;
+        std::size_t missing;  ///< rows without a value
+        RowId firstRow;
+    };
+
     void Say(PageNumber page, std::string what, Severity severity = Severity::Structure) {
         context_->report.Add(page, table_->name, std::move(what), severity);
+    }
+
+    /// One problem per column: a column that was made required late may be empty in every row.
+    void ReportMissingValues() {
+        for (const RequiredColumn& required : requiredColumns_) {
+            if (required.missing == 0) continue;
+            Say(required.firstRow.page,
+                "column " + required.column->name + " requires a value, " + std::to_string(required.missing) +
+                    (required.missing == 1 ? " row has" : " rows have") + " none; the first is " +
+                    RowText(required.firstRow),
+                Severity::Content);
+        }
     }
 
     void ClaimLongValues() {
@@ -118,6 +142,9 @@ private:
             Say(id.page, RowText(id) + " has " + std::to_string(columns) + " columns");
         }
         for (const ColumnDefinition& column : definition.columns) CheckValue(id, row, column);
+        for (RequiredColumn& required : requiredColumns_) {
+            if (row.IsNull(*required.column) && required.missing++ == 0) required.firstRow = id;
+        }
         for (std::size_t i = 0; i < builders_.size(); ++i) CheckKey(id, row, i);
     }
 
@@ -264,6 +291,7 @@ private:
     CheckContext* context_;
     CheckedTable* table_;
     std::vector<LongColumn> longColumns_;
+    std::vector<RequiredColumn> requiredColumns_;
     std::vector<std::unique_ptr<KeyBuilder>> builders_;
     std::vector<Fingerprint> expectedEntries_;
     std::optional<std::int32_t> greatestAutoNumber_;

@@ -339,6 +339,168 @@ TEST(CheckTest, ALoopInALongValueIsFoundAndEnds) {
     }
 }
 
+/// A database in memory that the engine and DatabaseBytes work on by turns.
+class EditedDatabase {
+public:
+    explicit EditedDatabase(JetVersion version) {
+        jet::OpenOptions options;
+        options.storage = &storage_;
+        const auto database = jet::Database::Create(kPath, version, options);
+        database->GetPager().Flush();
+    }
+
+    template <typename Step>
+    void WithEngine(const Step& step) {
+        jet::OpenOptions options;
+        options.storage = &storage_;
+        const auto database = jet::Database::Open(kPath, options);
+        step(*database);
+        database->GetPager().Flush();
+    }
+    template <typename Change>
+    void EditDefinition(const std::string& table, const Change& change) {
+        DatabaseBytes file(storage_.Get(kPath));
+        file.EditDefinition(table, change);
+        storage_.Put(kPath, file.bytes);
+    }
+    template <typename Change>
+    void EditBytes(const Change& change) {
+        std::vector<std::uint8_t> bytes = storage_.Get(kPath);
+        change(bytes);
+        storage_.Put(kPath, std::move(bytes));
+    }
+    std::vector<std::string> Check() const { return DatabaseBytes(storage_.Get(kPath)).Check(); }
+
+private:
+    static constexpr const char* kPath = "edited.mdb";
+    MemoryStorage storage_;
+};
+
+jet::Column MakeColumn(const char* name, jet::ColumnType type) {
+    jet::Column column;
+    column.name = name;
+    column.type = type;
+    return column;
+}
+
+/// Parent rows 1 to 9 by a descending primary key, three children each by the ascending index that the
+/// relationship made.
+EditedDatabase DatabaseOfTwoDirections(JetVersion version) {
+    EditedDatabase database(version);
+    database.WithEngine([](jet::Database& file) {
+        jet::TableDesign parents;
+        parents.name = "Parents";
+        parents.columns = {MakeColumn("Id", jet::ColumnType::Long), MakeColumn("Sub", jet::ColumnType::Byte)};
+        jet::Index key;
+        key.name = "PrimaryKey";
+        key.parts = {{"Id", false}, {"Sub", true}};
+        key.primaryKey = key.unique = key.required = true;
+        parents.indexes = {key};
+        file.CreateTable(parents);
+        jet::TableDesign children;
+        children.name = "Children";
+        children.columns = parents.columns;
+        file.CreateTable(children);
+        jet::Relationship relationship;
+        relationship.name = "ParentOf";
+        relationship.table = "Parents";
+        relationship.foreignTable = "Children";
+        relationship.columns = {{"Id", "Id"}, {"Sub", "Sub"}};
+        file.CreateRelationship(relationship);
+        for (int i = 1; i < 10; ++i) {
+            const std::vector<jet::Assignment> row{{0, i}, {1, std::uint8_t{7}}};
+            file.OpenTable("Parents")->Insert(row);
+            for (int child = 0; child < 3; ++child) file.OpenTable("Children")->Insert(row);
+        }
+        file.OpenTable("Children")->Insert({});
+    });
+    return database;
+}
+
+class CheckVersionTest : public testing::TestWithParam<JetVersion> {};
+INSTANTIATE_TEST_SUITE_P(Versions, CheckVersionTest, testing::Values(JetVersion::Jet3, JetVersion::Jet4),
+                         [](const auto& version) {
+                             return version.param == JetVersion::Jet3 ? "Jet3" : "Jet4";
+                         });
+
+TEST_P(CheckVersionTest, RelationshipsWhoseSidesRunInDifferentDirectionsAreFollowed) {
+    EditedDatabase database = DatabaseOfTwoDirections(GetParam());
+    EXPECT_THAT(database.Check(), IsEmpty());
+
+    // A parent goes while nobody watches.
+    const auto setKind = [&](jet::LogicalIndex::Kind from, jet::LogicalIndex::Kind to) {
+        for (const char* table : {"Parents", "Children"}) {
+            database.EditDefinition(table, [&](jet::TableDefinition& definition) {
+                for (jet::LogicalIndex& index : definition.logicalIndexes) {
+                    if (index.kind == from) index.kind = to;
+                }
+            });
+        }
+    };
+    setKind(jet::LogicalIndex::Kind::Relationship, jet::LogicalIndex::Kind::Ordinary);
+    database.WithEngine([](jet::Database& file) {
+        const auto parents = file.OpenTable("Parents");
+        const auto scan = parents->OpenScan({0});
+        while (scan->Next()) {
+            if (scan->Values()[0] == jet::Value(4)) return parents->Delete(scan->Id());
+        }
+        FAIL() << "no such parent";
+    });
+    setKind(jet::LogicalIndex::Kind::Ordinary, jet::LogicalIndex::Kind::Relationship);
+    const std::vector<std::string> found = database.Check();
+    EXPECT_THAT(found, testing::SizeIs(3));
+    EXPECT_THAT(found, testing::Each(HasSubstr("refers to no row of table Parents")));
+}
+
+TEST_P(CheckVersionTest, RowsWithoutARequiredValueAreFound) {
+    EditedDatabase database(GetParam());
+    database.WithEngine([](jet::Database& file) {
+        jet::Column required = MakeColumn("Name", jet::ColumnType::Memo);
+        required.required = true;
+        jet::Column flag = MakeColumn("Flag", jet::ColumnType::Boolean);
+        flag.required = true;
+        file.CreateTable({"T", {MakeColumn("Id", jet::ColumnType::Long), required, flag}, {}, "", ""});
+        const auto table = file.OpenTable("T");
+        table->Insert(std::vector<jet::Assignment>{{0, 1}, {1, std::string("one")}});
+        table->Insert(std::vector<jet::Assignment>{{1, std::string(5000, 'x')}});
+        EXPECT_THROW(table->Insert(std::vector<jet::Assignment>{{0, 3}}), RuntimeError);
+    });
+    EXPECT_THAT(database.Check(), IsEmpty());
+
+    // Rows that were there before the column have no value for it.
+    database.WithEngine([](jet::Database& file) {
+        jet::Column late = MakeColumn("Late", jet::ColumnType::Long);
+        late.required = true;
+        file.AddColumn("T", late);
+    });
+    EXPECT_THAT(database.Check(),
+                testing::ElementsAre(testing::StartsWith(
+                    "table T: column Late requires a value, 2 rows have none; the first is row 0 of page")));
+    database.WithEngine([](jet::Database& file) {
+        const auto table = file.OpenTable("T");
+        std::vector<jet::RowId> rows;
+        for (const auto scan = table->OpenScan({}); scan->Next();) rows.push_back(scan->Id());
+        for (const jet::RowId row : rows) table->Update(row, std::vector<jet::Assignment>{{3, 5}});
+    });
+    EXPECT_THAT(database.Check(), IsEmpty());
+}
+
+TEST_P(CheckVersionTest, PropertiesThatDoNotHoldTogetherAreFound) {
+    EditedDatabase database(GetParam());
+    database.WithEngine([](jet::Database& file) {
+        jet::Column required = MakeColumn("Id", jet::ColumnType::Long);
+        required.required = true;
+        file.CreateTable({"T", {required}, {}, "", ""});
+    });
+    database.EditBytes([](std::vector<std::uint8_t>& bytes) {
+        const std::string_view signature = GetParam() == JetVersion::Jet3 ? "KKD" : "MR2";
+        const auto found = std::ranges::search(bytes, signature);
+        ASSERT_FALSE(found.empty());
+        found.begin()[4] ^= 0x40;  // the length of the list of names
+    });
+    EXPECT_THAT(database.Check(), testing::ElementsAre(HasSubstr("its properties do not hold together")));
+}
+
 TEST(CheckTest, FindsNothingInFilesThatAccessWrote) {
     MARROWKIT_NEED_TEST_DATA();
     std::size_t files = 0;
