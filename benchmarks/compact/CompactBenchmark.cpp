@@ -19,6 +19,7 @@
 
 #include "JetGames.h"
 #include "SqliteGames.h"
+#include "platform/jet/compact/Compact.h"
 
 namespace marrowkit::benchmark {
 namespace {

@@ -8,6 +8,7 @@
 #include "cli/Commands.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/HostPath.h"
+#include "platform/jet/check/Check.h"
 #include "platform/jet/engine/Database.h"
 
 namespace marrowkit::cli {

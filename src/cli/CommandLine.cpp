@@ -7,8 +7,8 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/Commands.h"
+#include "global/modGlobal.h"
 #include "platform/errors/RuntimeError.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit::cli {
 

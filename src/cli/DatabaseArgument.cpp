@@ -1,11 +1,11 @@
 #include "cli/DatabaseArgument.h"
 
 #include "creation/CreateDatabase.h"
+#include "global/Library.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
 #include "platform/text/Text.h"
-#include "shell/Library.h"
 
 namespace marrowkit::cli {
 

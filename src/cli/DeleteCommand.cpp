@@ -6,10 +6,10 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/Commands.h"
+#include "global/Library.h"
+#include "global/modGlobal.h"
 #include "maintenance/DeleteDatabaseFolder.h"
 #include "platform/text/Text.h"
-#include "shell/Library.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit::cli {
 

@@ -10,6 +10,8 @@
 #include "cli/ImportReportFile.h"
 #include "cli/ProgressUserInterface.h"
 #include "cli/TerminalProgress.h"
+#include "global/Library.h"
+#include "global/modGlobal.h"
 #include "import/DatafileChoice.h"
 #include "import/ImportEngine.h"
 #include "import/ImportOptions.h"
@@ -18,8 +20,6 @@
 #include "platform/files/FileTools.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
-#include "shell/Library.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit::cli {
 

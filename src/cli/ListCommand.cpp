@@ -6,13 +6,13 @@
 
 #include "cli/Commands.h"
 #include "cli/OpenForReading.h"
+#include "global/Library.h"
+#include "global/modGlobal.h"
 #include "maintenance/DatabaseVersion.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/FileSystem.h"
 #include "platform/files/FileTools.h"
 #include "platform/text/Text.h"
-#include "shell/Library.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit::cli {
 

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "cli/TerminalProgress.h"
-#include "shell/UserInterface.h"
+#include "global/UserInterface.h"
 
 namespace marrowkit::cli {
 

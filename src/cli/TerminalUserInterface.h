@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "shell/UserInterface.h"
+#include "global/UserInterface.h"
 
 namespace marrowkit::cli {
 

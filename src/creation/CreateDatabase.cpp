@@ -1,11 +1,11 @@
 #include "creation/CreateDatabase.h"
 
 #include "creation/TemplateResources.h"
+#include "global/modGlobal.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/FileSystem.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/TextFiles.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "creation/Credits.h"
-#include "shell/UserInterface.h"
+#include "global/UserInterface.h"
 
 namespace marrowkit {
 

@@ -1,6 +1,6 @@
 #include "creation/Credits.h"
 
-#include "shell/modGlobal.h"
+#include "global/modGlobal.h"
 
 namespace marrowkit {
 

@@ -3,7 +3,7 @@
 #include <QWidget>
 #include <string>
 
-#include "shell/UserInterface.h"
+#include "global/UserInterface.h"
 
 namespace marrowkit {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "global/UserInterface.h"
 #include "import/ImportSettings.h"
-#include "shell/UserInterface.h"
 
 namespace marrowkit {
 

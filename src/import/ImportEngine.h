@@ -3,10 +3,10 @@
 #include <functional>
 #include <string>
 
+#include "global/UserInterface.h"
 #include "import/ImportProgress.h"
 #include "import/ImportSettings.h"
 #include "import/ImportTables.h"
-#include "shell/UserInterface.h"
 
 namespace marrowkit {
 

@@ -1,6 +1,6 @@
 #include "import/LookupIds.h"
 
-#include "platform/expression/Conversion.h"
+#include "platform/jet/expression/Conversion.h"
 
 namespace marrowkit {
 

@@ -12,13 +12,13 @@
 #include "forms/Messages.h"
 #include "forms/QtText.h"
 #include "forms/Twips.h"
+#include "global/modGlobal.h"
 #include "import/ImportSettings.h"
 #include "platform/files/FileSystem.h"
 #include "platform/files/FolderSearch.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
 #include "platform/text/Text.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit {
 namespace {

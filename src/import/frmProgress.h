@@ -6,9 +6,9 @@
 #include <QPushButton>
 #include <QString>
 
+#include "global/UserInterface.h"
 #include "import/ImportProgress.h"
 #include "import/ImportTables.h"
-#include "shell/UserInterface.h"
 
 namespace marrowkit {
 

@@ -13,6 +13,7 @@
 #include "forms/QtText.h"
 #include "forms/TextFields.h"
 #include "forms/Twips.h"
+#include "global/modGlobal.h"
 #include "import/ImportOptions.h"
 #include "import/ImportSettings.h"
 #include "import/frmBrowseFolder.h"
@@ -20,7 +21,6 @@
 #include "platform/files/FileSystem.h"
 #include "platform/files/Paths.h"
 #include "platform/files/StartProgram.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit {
 namespace {

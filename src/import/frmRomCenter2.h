@@ -10,7 +10,7 @@
 #include <QToolButton>
 
 #include "forms/ElidedLabel.h"
-#include "shell/UserInterface.h"
+#include "global/UserInterface.h"
 
 namespace marrowkit {
 

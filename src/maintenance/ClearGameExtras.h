@@ -1,7 +1,7 @@
 #pragma once
 
+#include "global/UserInterface.h"
 #include "maintenance/SelectedNode.h"
-#include "shell/UserInterface.h"
 
 namespace marrowkit {
 

@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "global/UserInterface.h"
 #include "maintenance/SelectedNode.h"
-#include "shell/UserInterface.h"
 
 namespace marrowkit {
 

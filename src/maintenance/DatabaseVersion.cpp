@@ -4,7 +4,7 @@
 
 #include "maintenance/SchemaNames.h"
 #include "platform/dao/Dao.h"
-#include "platform/expression/Conversion.h"
+#include "platform/jet/expression/Conversion.h"
 
 namespace marrowkit {
 namespace {

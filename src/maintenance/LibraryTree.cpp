@@ -2,12 +2,12 @@
 
 #include <utility>
 
+#include "global/Library.h"
+#include "global/modGlobal.h"
 #include "platform/files/FileSystem.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/FolderSearch.h"
 #include "platform/text/Text.h"
-#include "shell/Library.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit {
 

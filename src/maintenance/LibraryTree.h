@@ -23,7 +23,7 @@ inline constexpr std::string_view kRootKey = "ROOT";
 /// What the status bar says while nothing else is to be said.
 inline constexpr std::string_view kTreeHint = "Right-Click each Node for options";
 
-/// Reads the tree from the disk. Its databases are those of shell/Library.h, in the file system's order.
+/// Reads the tree from the disk. Its databases are those of global/Library.h, in the file system's order.
 /// Makes the Scripts folder of a database that lacks it, and raises the error when that fails.
 LibraryNode ReadLibraryTree();
 

@@ -4,7 +4,7 @@
 #include <variant>
 
 #include "maintenance/SchemaNames.h"
-#include "platform/expression/Conversion.h"
+#include "platform/jet/expression/Conversion.h"
 #include "platform/text/Text.h"
 
 namespace marrowkit {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "global/UserInterface.h"
 #include "platform/dao/Dao.h"
-#include "shell/UserInterface.h"
 
 namespace marrowkit {
 

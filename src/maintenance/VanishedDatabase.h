@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/UserInterface.h"
+#include "global/UserInterface.h"
 
 namespace marrowkit {
 

@@ -6,8 +6,8 @@
 #include <optional>
 
 #include "forms/FatalError.h"
+#include "global/UserInterface.h"
 #include "platform/dao/Dao.h"
-#include "shell/UserInterface.h"
 
 namespace marrowkit {
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "shell/UserInterface.h"
+#include "global/UserInterface.h"
 
 namespace marrowkit {
 

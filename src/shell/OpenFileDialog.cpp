@@ -5,9 +5,9 @@
 #include <QStringList>
 
 #include "forms/QtText.h"
+#include "global/modGlobal.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/HostPath.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit {
 namespace {

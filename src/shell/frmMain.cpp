@@ -14,6 +14,7 @@
 #include "forms/Messages.h"
 #include "forms/QtText.h"
 #include "forms/Twips.h"
+#include "global/modGlobal.h"
 #include "import/DatafileChoice.h"
 #include "import/ImportSettings.h"
 #include "import/frmRomCenter2.h"
@@ -35,7 +36,6 @@
 #include "shell/NewDatabase.h"
 #include "shell/OpenFileDialog.h"
 #include "shell/WindowGeometry.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit {
 namespace {

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "forms/ElidedLabel.h"
+#include "global/UserInterface.h"
 #include "maintenance/LibraryTree.h"
 #include "maintenance/SelectedNode.h"
-#include "shell/UserInterface.h"
 #include "shell/frmWait.h"
 
 namespace marrowkit {

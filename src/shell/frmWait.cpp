@@ -4,7 +4,7 @@
 
 #include "forms/QtText.h"
 #include "forms/Twips.h"
-#include "shell/UserInterface.h"
+#include "global/UserInterface.h"
 
 namespace marrowkit {
 

@@ -3,8 +3,8 @@
 
 #include "forms/FatalError.h"
 #include "forms/QtText.h"
+#include "global/modGlobal.h"
 #include "shell/frmMain.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit {
 namespace {

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "cli/DatabaseArgument.h"
+#include "global/modGlobal.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
-#include "shell/modGlobal.h"
 #include "support/TemporaryFolder.h"
 
 namespace marrowkit::cli {

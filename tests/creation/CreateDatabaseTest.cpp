@@ -6,10 +6,10 @@
 
 #include "creation/CreateDatabase.h"
 #include "creation/TemplateResources.h"
+#include "global/modGlobal.h"
 #include "platform/files/Clock.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
-#include "shell/modGlobal.h"
 #include "support/RecordingUserInterface.h"
 #include "support/TemporaryFolder.h"
 

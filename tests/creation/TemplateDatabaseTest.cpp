@@ -7,6 +7,7 @@
 #include "creation/FrontendRows.h"
 #include "creation/TemplateDatabase.h"
 #include "platform/errors/RuntimeError.h"
+#include "platform/jet/check/Check.h"
 #include "platform/jet/engine/Database.h"
 #include "support/TemporaryFolder.h"
 

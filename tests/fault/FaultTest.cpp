@@ -11,6 +11,8 @@
 #include "fault/MemoryStorage.h"
 #include "fault/Survival.h"
 #include "platform/errors/RuntimeError.h"
+#include "platform/jet/check/Check.h"
+#include "platform/jet/compact/Compact.h"
 #include "platform/jet/engine/Database.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestData.h"

@@ -13,7 +13,9 @@
 #include "fault/Walk.h"
 #include "fuzz/Require.h"
 #include "platform/errors/RuntimeError.h"
-#include "platform/jet/engine/CheckTestDatabase.h"
+#include "platform/jet/check/Check.h"
+#include "platform/jet/check/CheckTestDatabase.h"
+#include "platform/jet/compact/Compact.h"
 #include "platform/jet/engine/Database.h"
 
 using namespace marrowkit;

@@ -6,6 +6,8 @@
 #include "fault/MemoryStorage.h"
 #include "fault/Walk.h"
 #include "platform/errors/RuntimeError.h"
+#include "platform/jet/check/Check.h"
+#include "platform/jet/compact/Compact.h"
 #include "platform/jet/engine/Database.h"
 
 namespace marrowkit::test {

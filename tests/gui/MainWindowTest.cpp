@@ -12,9 +12,9 @@
 #include <gtest/gtest.h>
 
 #include "forms/FatalError.h"
+#include "global/modGlobal.h"
 #include "gui/WindowsFixture.h"
 #include "platform/registry/RegistryStore.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit {
 namespace {

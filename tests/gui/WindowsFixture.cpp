@@ -9,12 +9,13 @@
 
 #include "creation/TemplateDatabase.h"
 #include "forms/QtText.h"
+#include "global/modGlobal.h"
 #include "import/ImportSettings.h"
 #include "platform/dao/Dao.h"
 #include "platform/files/HostPath.h"
+#include "platform/jet/check/Check.h"
 #include "platform/jet/engine/Database.h"
 #include "platform/jet/format/ValueText.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit::test {
 

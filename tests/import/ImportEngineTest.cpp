@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include "global/modGlobal.h"
 #include "import/DatafileChoice.h"
 #include "import/ImportEngine.h"
 #include "import/RecordingProgress.h"
@@ -11,8 +12,8 @@
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
+#include "platform/jet/check/Check.h"
 #include "platform/jet/engine/Database.h"
-#include "shell/modGlobal.h"
 #include "support/RecordingUserInterface.h"
 #include "support/TestData.h"
 

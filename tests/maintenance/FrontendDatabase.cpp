@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "platform/files/HostPath.h"
+#include "platform/jet/check/Check.h"
 #include "platform/jet/engine/Database.h"
 #include "platform/jet/format/ValueText.h"
 #include "support/TestData.h"

@@ -4,10 +4,10 @@
 
 #include <gmock/gmock.h>
 
+#include "global/modGlobal.h"
 #include "maintenance/LibraryTree.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/HostPath.h"
-#include "shell/modGlobal.h"
 #include "support/TemporaryFolder.h"
 
 namespace marrowkit {

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "shell/UserInterface.h"
+#include "global/UserInterface.h"
 
 namespace marrowkit::test {
 

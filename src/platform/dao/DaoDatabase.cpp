@@ -11,6 +11,7 @@
 #include "platform/dao/sql/TableResult.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/HostPath.h"
+#include "platform/jet/compact/Compact.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::dao {

@@ -1,6 +1,7 @@
 #include "SampleDatabase.h"
 
 #include "platform/errors/RuntimeError.h"
+#include "platform/jet/check/Check.h"
 #include "platform/jet/engine/Database.h"
 #include "platform/jet/format/ValueText.h"
 

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 
 #include "platform/dao/SampleDatabase.h"
+#include "platform/jet/check/Check.h"
 #include "platform/jet/engine/Database.h"
 #include "support/TemporaryFolder.h"
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "platform/errors/RuntimeError.h"
-#include "platform/expression/Conversion.h"
-#include "platform/expression/Operators.h"
+#include "platform/jet/expression/Conversion.h"
+#include "platform/jet/expression/Operators.h"
 #include "platform/jet/format/IndexKey.h"
 
 namespace marrowkit::dao::sql {

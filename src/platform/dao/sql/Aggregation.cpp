@@ -5,10 +5,10 @@
 #include <cmath>
 #include <unordered_map>
 
-#include "platform/expression/Calendar.h"
-#include "platform/expression/Characters.h"
-#include "platform/expression/Conversion.h"
-#include "platform/expression/Operators.h"
+#include "platform/jet/expression/Calendar.h"
+#include "platform/jet/expression/Characters.h"
+#include "platform/jet/expression/Conversion.h"
+#include "platform/jet/expression/Operators.h"
 
 namespace marrowkit::dao::sql {
 namespace {

@@ -7,7 +7,7 @@
 #include "platform/dao/sql/StreamBuilder.h"
 #include "platform/dao/sql/TableResult.h"
 #include "platform/errors/RuntimeError.h"
-#include "platform/expression/Conversion.h"
+#include "platform/jet/expression/Conversion.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::dao::sql {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/expression/Characters.h"
+#include "platform/jet/expression/Characters.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::dao::sql {

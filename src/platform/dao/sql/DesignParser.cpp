@@ -3,7 +3,7 @@
 
 #include "platform/dao/sql/SqlErrors.h"
 #include "platform/dao/sql/StatementParser.h"
-#include "platform/expression/Characters.h"
+#include "platform/jet/expression/Characters.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::dao::sql {

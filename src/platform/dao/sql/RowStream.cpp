@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "platform/expression/Conversion.h"
-#include "platform/expression/Operators.h"
+#include "platform/jet/expression/Conversion.h"
+#include "platform/jet/expression/Operators.h"
 
 namespace marrowkit::dao::sql {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "platform/dao/sql/SqlErrors.h"
-#include "platform/expression/Characters.h"
+#include "platform/jet/expression/Characters.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::dao::sql {

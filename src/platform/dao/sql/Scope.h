@@ -8,8 +8,8 @@
 
 #include "platform/dao/sql/Result.h"
 #include "platform/dao/sql/Statement.h"
-#include "platform/expression/Expression.h"
 #include "platform/jet/engine/Database.h"
+#include "platform/jet/expression/Expression.h"
 
 namespace marrowkit::dao::sql {
 

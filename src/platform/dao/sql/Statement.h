@@ -6,8 +6,8 @@
 #include <variant>
 #include <vector>
 
-#include "platform/expression/Node.h"
 #include "platform/jet/engine/Schema.h"
+#include "platform/jet/expression/Node.h"
 
 namespace marrowkit::dao::sql {
 

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "platform/dao/sql/SqlErrors.h"
-#include "platform/expression/Characters.h"
+#include "platform/jet/expression/Characters.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::dao::sql {

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "platform/dao/sql/Statement.h"
-#include "platform/expression/Parser.h"
+#include "platform/jet/expression/Parser.h"
 
 namespace marrowkit::dao::sql {
 

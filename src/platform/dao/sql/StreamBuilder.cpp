@@ -4,8 +4,8 @@
 
 #include "platform/dao/sql/SqlErrors.h"
 #include "platform/errors/RuntimeError.h"
-#include "platform/expression/Characters.h"
-#include "platform/expression/Conversion.h"
+#include "platform/jet/expression/Characters.h"
+#include "platform/jet/expression/Conversion.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::dao::sql {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
-#include "platform/expression/Calendar.h"
+#include "platform/jet/expression/Calendar.h"
 #include "platform/jet/format/DatabaseHeader.h"
 #include "platform/jet/format/JetErrors.h"
 

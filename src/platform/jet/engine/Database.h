@@ -54,23 +54,4 @@ public:
     virtual void DropRelationship(std::string_view name) = 0;                        // 3371
 };
 
-/// One problem that Check found.
-struct Problem {
-    PageNumber page = 0;  ///< 0: not tied to a page
-    std::string table;    ///< empty: not tied to a table
-    std::string what;     ///< in plain words, with row, index or column where there is one
-    std::string ToText() const;
-};
-
-/// Walks a whole file and reports everything that is wrong with it, from the header over the use of every
-/// page to rows without index entries, index entries without rows and broken relationships. Opens the file
-/// read-only and never throws on damage. `maxProblems` bounds the answer.
-std::vector<Problem> Check(const std::string& path, std::size_t maxProblems = 1000,
-                           Storage* storage = nullptr);
-
-/// Writes a compacted copy; see platform/jet/engine/Compact.cpp for what is kept. Throws 3204 when the target
-/// exists, 3045 / 3356 when the source is in use, 3049 and others on damage that rows would be lost to.
-/// Verifies the copy before returning; on any error the target is removed.
-void Compact(const std::string& source, const std::string& target, const OpenOptions& options = {});
-
 }  // namespace marrowkit::jet

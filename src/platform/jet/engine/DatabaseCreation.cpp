@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/expression/Calendar.h"
 #include "platform/jet/engine/CatalogEditing.h"
 #include "platform/jet/engine/TableCreation.h"
+#include "platform/jet/expression/Calendar.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::jet {

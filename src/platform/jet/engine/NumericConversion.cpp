@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "platform/expression/Conversion.h"
+#include "platform/jet/expression/Conversion.h"
 #include "platform/jet/format/JetErrors.h"
 #include "platform/jet/format/NumericValue.h"
 #include "platform/jet/format/ValueText.h"

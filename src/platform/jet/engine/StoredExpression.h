@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/expression/Expression.h"
 #include "platform/jet/engine/Schema.h"
+#include "platform/jet/expression/Expression.h"
 
 namespace marrowkit::jet {
 

@@ -1,9 +1,9 @@
 #include <cstdio>
 #include <limits>
 
-#include "platform/expression/Conversion.h"
 #include "platform/jet/engine/NumericConversion.h"
 #include "platform/jet/engine/Table.h"
+#include "platform/jet/expression/Conversion.h"
 #include "platform/jet/format/JetErrors.h"
 #include "platform/jet/format/ValueText.h"
 

@@ -2,6 +2,8 @@
 
 #include <numeric>
 
+#include "platform/jet/check/Check.h"
+
 namespace marrowkit::jet::test {
 
 void NewDatabaseTest::Reopen() {

@@ -6,6 +6,7 @@
 
 #include "EngineTestSupport.h"
 #include "MdbTools.h"
+#include "platform/jet/check/Check.h"
 #include "support/TestData.h"
 
 namespace marrowkit::jet::test {

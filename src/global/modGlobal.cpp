@@ -1,0 +1,42 @@
+#include "global/modGlobal.h"
+
+#include <cstdlib>
+
+#include "platform/errors/RuntimeError.h"
+#include "platform/files/DriveMap.h"
+#include "platform/files/HostPath.h"
+#include "platform/files/Paths.h"
+
+namespace marrowkit::modGlobal {
+
+std::string LibraryRoot;
+bool Expert = false;
+
+std::string VersionText() {
+    return std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor);
+}
+
+std::string StartFolder() {
+    try {
+        return ProgramFolder();
+    } catch (const RuntimeError&) {
+        return LibraryRoot;
+    }
+}
+
+void Start(const std::string& library) {
+    std::string chosen = library;
+    if (const char* named = std::getenv("MARROWKIT_LIBRARY"); chosen.empty() && named != nullptr) {
+        chosen = named;
+    }
+    if (chosen.empty()) {
+        LibraryRoot = WithFinalBackslash(ProgramFolder());
+        return;
+    }
+    // The library's own drives count: it may lie in another Wine prefix than the program does, or in none.
+    const std::string folder = HostPath(chosen);
+    UseDrives(DriveMap::ForProgramIn(folder));
+    LibraryRoot = WithFinalBackslash(WindowsPath(folder));
+}
+
+}  // namespace marrowkit::modGlobal

@@ -1,0 +1,306 @@
+#include <algorithm>
+#include <optional>
+
+#include "platform/jet/check/CheckTable.h"
+
+namespace marrowkit::jet::check {
+
+namespace {
+
+/// Characters of a stored text as field sizes count them; nullopt for bytes that are no text.
+std::optional<std::size_t> StoredCharacters(JetVersion version, ByteView text) {
+    if (version == JetVersion::Jet3) return text.Size();
+    if (text.Size() < 2 || text.U16(0) != 0xFEFF) {
+        if (text.Size() % 2 != 0) return std::nullopt;
+        return text.Size() / 2;
+    }
+    std::size_t characters = 0;
+    bool isCompressed = true;
+    for (std::size_t at = 2; at < text.Size();) {
+        if (text.U8(at) == 0) {
+            isCompressed = !isCompressed;
+            ++at;
+            continue;
+        }
+        if (!isCompressed && at + 1 == text.Size()) return std::nullopt;
+        at += isCompressed ? 1 : 2;
+        ++characters;
+    }
+    return characters;
+}
+
+class RowsCheck {
+public:
+    RowsCheck(CheckContext& context, CheckedTable& table) : context_(&context), table_(&table) {
+        const TableDefinition& definition = table.definition;
+        for (const RealIndex& index : definition.realIndexes) {
+            // An index whose columns are not all there has been reported with the definition.
+            const bool usable = !index.columns.empty() && HasItsColumns(definition, index);
+            builders_.push_back(usable ? std::make_unique<KeyBuilder>(context.file, definition, index)
+                                       : nullptr);
+        }
+        expectedEntries_.resize(definition.realIndexes.size());
+        for (const std::string& name : table.requiredColumns) {
+            const auto column = std::ranges::find(definition.columns, name, &ColumnDefinition::name);
+            // Booleans are never Null.
+            if (column->type != ColumnType::Boolean) requiredColumns_.push_back({&*column, 0, {}});
+        }
+    }
+
+    void Run() {
+        ClaimLongValues();
+        CheckPages();
+        const std::size_t problemsBefore = context_->report.Count();
+        const RowWalk walk(context_->file, table_->definition.page, table_->ownedPages);
+        walk.Run([this](RowId id, ByteView bytes) { CheckRow(id, bytes); },
+                 [this](const Damage& damage) { context_->report.Add(table_->name, damage); });
+        table_->rowsAreSound = context_->report.Count() == problemsBefore;
+        CheckMovedRows();
+        CheckLongValuePages();
+        CheckCounters();
+        ReportMissingValues();
+        CheckTableIndexes(*context_, *table_, expectedEntries_);
+    }
+
+private:
+    struct LongColumn {
+        const ColumnDefinition* column;
+        PageOwners::Owner owner;
+        std::vector<PageNumber> pages;
+    };
+
+    struct RequiredColumn {
+        const ColumnDefinition* column;
+        std::size_t missing;  ///< rows without a value
+        RowId firstRow;
+    };
+
+    void Say(PageNumber page, std::string what, Severity severity = Severity::Structure) {
+        context_->report.Add(page, table_->name, std::move(what), severity);
+    }
+
+    /// One problem per column: a column that was made required late may be empty in every row.
+    void ReportMissingValues() {
+        for (const RequiredColumn& required : requiredColumns_) {
+            if (required.missing == 0) continue;
+            Say(required.firstRow.page,
+                "column " + required.column->name + " requires a value, " + std::to_string(required.missing) +
+                    (required.missing == 1 ? " row has" : " rows have") + " none; the first is " +
+                    RowText(required.firstRow),
+                Severity::Content);
+        }
+    }
+
+    void ClaimLongValues() {
+        for (const ColumnDefinition& column : table_->definition.columns) {
+            if (!column.IsLongValue() || column.ownedMap.IsNull()) continue;
+            const std::string what = "the long values of column " + column.name;
+            LongColumn entry{&column, context_->owners.NewOwner(what + " of table " + table_->name), {}};
+            const StoredMap owned = context_->ClaimMap(column.ownedMap, table_->name, "map of " + what);
+            for (const PageNumber page : owned.members) {
+                if (context_->Claim(page, entry.owner, table_->name)) entry.pages.push_back(page);
+            }
+            if (!column.freeMap.IsNull()) {
+                const StoredMap free =
+                    context_->ClaimMap(column.freeMap, table_->name, "map of room for " + what);
+                if (!std::includes(owned.members.begin(), owned.members.end(), free.members.begin(),
+                                   free.members.end())) {
+                    Say(column.freeMap.page, "a page with room for " + what + " is not one of theirs");
+                }
+            }
+            longColumns_.push_back(std::move(entry));
+        }
+    }
+
+    void CheckPages() {
+        for (const PageNumber number : table_->ownedPages) {
+            try {
+                const DataPage page(context_->file.PageGeometry(), context_->file.Read(number));
+                CheckFreeWord(page);
+            } catch (const Damage&) {
+                // The walk over the rows reports it.
+            }
+        }
+    }
+
+    void CheckFreeWord(const DataPage& page) {
+        if (page.FreeBytes() != page.ExactFreeBytes()) {
+            Say(page.Number(), "page " + std::to_string(page.Number()) + " says " +
+                                   std::to_string(page.FreeBytes()) + " free bytes, there are " +
+                                   std::to_string(page.ExactFreeBytes()));
+        }
+    }
+
+    void CheckRow(RowId id, ByteView bytes) {
+        ++table_->rows;
+        const TableDefinition& definition = table_->definition;
+        const RowView row(context_->file.PageGeometry(), definition, bytes);
+        const bool isJet3 = context_->file.Header().version == JetVersion::Jet3;
+        const unsigned columns = isJet3 ? bytes.U8(0) : bytes.U16(0);
+        // Jet 3 counts columns in one byte.
+        if (columns > definition.maxColumns) {
+            Say(id.page, RowText(id) + " has " + std::to_string(columns) + " columns");
+        }
+        for (const ColumnDefinition& column : definition.columns) CheckValue(id, row, column);
+        for (RequiredColumn& required : requiredColumns_) {
+            if (row.IsNull(*required.column) && required.missing++ == 0) required.firstRow = id;
+        }
+        for (std::size_t i = 0; i < builders_.size(); ++i) CheckKey(id, row, i);
+    }
+
+    void CheckValue(RowId id, const RowView& row, const ColumnDefinition& column) {
+        if (column.type == ColumnType::Boolean || row.IsNull(column)) return;
+        const ByteView value = row.Bytes(column);
+        const auto wrong = [&](const std::string& what) {
+            Say(id.page, RowText(id) + ", column " + column.name + ": " + what);
+        };
+        if (column.IsLongValue()) {
+            CheckLongValue(id, value, column);
+        } else if (const std::uint32_t width = FixedWidth(column.type); width != 0) {
+            if (value.Size() != width) wrong("has " + std::to_string(value.Size()) + " bytes");
+        } else if (column.type == ColumnType::Text) {
+            const JetVersion version = context_->file.Header().version;
+            const auto characters = StoredCharacters(version, value);
+            const std::size_t limit = column.lengthBytes / (version == JetVersion::Jet3 ? 1 : 2);
+            if (!characters) {
+                wrong("holds half a character");
+            } else if (*characters > limit) {
+                wrong("has " + std::to_string(*characters) + " characters, " + std::to_string(limit) +
+                      " are allowed");
+            }
+        } else if (value.Size() > column.lengthBytes) {
+            wrong("has " + std::to_string(value.Size()) + " bytes");
+        }
+        if (column.IsAutoNumber() && value.Size() == 4) {
+            greatestAutoNumber_ = std::max(greatestAutoNumber_.value_or(value.I32(0)), value.I32(0));
+        }
+    }
+
+    void CheckLongValue(RowId id, ByteView value, const ColumnDefinition& column) {
+        const auto found = std::find_if(longColumns_.begin(), longColumns_.end(),
+                                        [&](const LongColumn& entry) { return entry.column == &column; });
+        try {
+            WalkLongValue(context_->file, value, [&](const LongValuePiece& piece) {
+                if (piece.page == nullptr) return;
+                if (found == longColumns_.end() || context_->owners.Of(piece.row.page) != found->owner) {
+                    throw Damage(piece.row.page, "the long value in " + RowText(piece.row) +
+                                                     " is not on a page of this column");
+                }
+                if (!context_->marks.Mark(piece.row)) {
+                    throw Damage(piece.row.page,
+                                 "the long value in " + RowText(piece.row) + " is used twice");
+                }
+            });
+        } catch (const Damage& damage) {
+            // The row's other columns are checked all the same.
+            Say(id.page, RowText(id) + ", column " + column.name + ": " + damage.description);
+        } catch (const OutOfBounds& outside) {
+            Say(id.page, RowText(id) + ", column " + column.name + ": " + outside.what());
+        }
+    }
+
+    void CheckKey(RowId id, const RowView& row, std::size_t index) {
+        if (!builders_[index]) return;
+        KeyBuilder& builder = *builders_[index];
+        builder.Build(row);
+        if (table_->definition.realIndexes[index].IsRequired() && builder.AnyNull()) {
+            Say(id.page,
+                RowText(id) + ": index " + IndexName(table_->definition, index) + " does not allow Null",
+                Severity::Content);
+        }
+        if (builder.IsIndexed()) expectedEntries_[index].Add(HashBytes(builder.Key(), id.Stored()));
+    }
+
+    /// Every slot that holds the data of a moved row must be reached from the row's own slot, once.
+    void CheckMovedRows() {
+        std::vector<RowId> pointers;
+        std::vector<RowId> targets;
+        for (const PageNumber number : table_->ownedPages) {
+            try {
+                const DataPage page(context_->file.PageGeometry(), context_->file.Read(number));
+                for (unsigned slot = 0; slot < page.SlotCount(); ++slot) {
+                    if (page.Flags(slot) == DataPage::kMovedFlag && page.Bytes(slot).Size() >= 4) {
+                        pointers.push_back(RowId::FromStored(page.Bytes(slot).U32(0)));
+                    } else if (page.Flags(slot) == DataPage::kTargetFlag) {
+                        targets.push_back({number, static_cast<std::uint8_t>(slot)});
+                    }
+                }
+            } catch (const Damage&) {
+                return;
+            }
+        }
+        std::sort(pointers.begin(), pointers.end());
+        for (std::size_t i = 1; i < pointers.size(); ++i) {
+            if (pointers[i] == pointers[i - 1]) {
+                Say(pointers[i].page, "two rows have moved to " + RowText(pointers[i]));
+            }
+        }
+        for (const RowId target : targets) {
+            if (!std::binary_search(pointers.begin(), pointers.end(), target)) {
+                Say(target.page, RowText(target) + " holds a moved row that nothing refers to");
+            }
+        }
+    }
+
+    void CheckLongValuePages() {
+        for (const LongColumn& entry : longColumns_) {
+            for (const PageNumber number : entry.pages) CheckLongValuePage(entry, number);
+        }
+    }
+
+    void CheckLongValuePage(const LongColumn& entry, PageNumber number) {
+        const std::string& name = entry.column->name;
+        try {
+            const DataPage page(context_->file.PageGeometry(), context_->file.Read(number));
+            CheckFreeWord(page);
+            if (page.Owner() != DataPage::kLongValueOwner) {
+                Say(number, "page " + std::to_string(number) + " should hold long values of column " + name);
+                return;
+            }
+            for (unsigned slot = 0; slot < page.SlotCount(); ++slot) {
+                const RowId row{number, static_cast<std::uint8_t>(slot)};
+                if (!page.IsDeleted(slot) && !context_->marks.IsMarked(row) && table_->rowsAreSound) {
+                    Say(number,
+                        "column " + name + ": the long value in " + RowText(row) + " belongs to no row");
+                }
+            }
+        } catch (const Damage& damage) {
+            context_->report.Add(table_->name, damage, "long values of column " + name);
+        }
+    }
+
+    void CheckCounters() {
+        const TableDefinition& definition = table_->definition;
+        if (!table_->rowsAreSound) return;
+        // Jet itself leaves wrong counts in system tables.
+        if (!table_->isSystem && definition.rowCount != table_->rows) {
+            Say(definition.page,
+                "the definition counts " + std::to_string(definition.rowCount) + " rows, there are " +
+                    std::to_string(table_->rows),
+                Severity::Content);
+        }
+        const auto counter = static_cast<std::int32_t>(definition.lastAutoNumber);
+        if (greatestAutoNumber_ && counter > 0 && *greatestAutoNumber_ > counter) {
+            Say(definition.page,
+                "the AutoNumber counter stands at " + std::to_string(counter) + ", a row has " +
+                    std::to_string(*greatestAutoNumber_),
+                Severity::Content);
+        }
+    }
+
+    CheckContext* context_;
+    CheckedTable* table_;
+    std::vector<LongColumn> longColumns_;
+    std::vector<RequiredColumn> requiredColumns_;
+    std::vector<std::unique_ptr<KeyBuilder>> builders_;
+    std::vector<Fingerprint> expectedEntries_;
+    std::optional<std::int32_t> greatestAutoNumber_;
+};
+
+}  // namespace
+
+void CheckTableRows(CheckContext& context, CheckedTable& table) {
+    RowsCheck(context, table).Run();
+}
+
+}  // namespace marrowkit::jet::check

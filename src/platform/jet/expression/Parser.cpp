@@ -1,0 +1,444 @@
+#include "platform/jet/expression/Parser.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+#include "platform/errors/RuntimeError.h"
+#include "platform/jet/expression/Characters.h"
+#include "platform/jet/format/JetErrors.h"
+
+namespace marrowkit::expression {
+namespace {
+
+/// Each level costs a few stack frames of the parser.
+constexpr int kMaxNesting = 250;
+
+constexpr int kNotStrength = 6;
+constexpr int kComparisonStrength = 7;
+constexpr int kUnaryStrength = 13;
+
+struct Infix {
+    std::string_view text;
+    Operator op;
+    int strength;
+};
+
+constexpr std::array kInfixes{
+    Infix{"Imp", Operator::Imp, 1},
+    Infix{"Eqv", Operator::Eqv, 2},
+    Infix{"Xor", Operator::Xor, 3},
+    Infix{"Or", Operator::Or, 4},
+    Infix{"And", Operator::And, 5},
+    Infix{"=", Operator::Equal, kComparisonStrength},
+    Infix{"<>", Operator::NotEqual, kComparisonStrength},
+    Infix{"<", Operator::Less, kComparisonStrength},
+    Infix{">", Operator::Greater, kComparisonStrength},
+    Infix{"<=", Operator::LessOrEqual, kComparisonStrength},
+    Infix{">=", Operator::GreaterOrEqual, kComparisonStrength},
+    Infix{"&", Operator::Concatenate, 8},
+    Infix{"+", Operator::Add, 9},
+    Infix{"-", Operator::Subtract, 9},
+    Infix{"Mod", Operator::Modulo, 10},
+    Infix{"\\", Operator::IntegerDivide, 11},
+    Infix{"*", Operator::Multiply, 12},
+    Infix{"/", Operator::Divide, 12},
+    Infix{"^", Operator::Power, 14},
+};
+
+/// Words that end an expression. Left and Right end it only in front of a join's other words, where no
+/// operand is expected, so the functions of these names are not in the way.
+constexpr std::array<std::string_view, 20> kClauseWords{
+    "AS",   "FROM",  "INTO", "WHERE", "GROUP", "HAVING", "ORDER", "ASC",  "DESC",   "INNER",
+    "LEFT", "RIGHT", "JOIN", "ON",    "SET",   "VALUES", "UNION", "WITH", "SELECT", "BY"};
+
+const Infix* FindInfix(const Token& token) {
+    if (token.kind != TokenKind::Name && token.kind != TokenKind::Symbol) return nullptr;
+    const auto* found = std::find_if(kInfixes.begin(), kInfixes.end(),
+                                     [&](const Infix& infix) { return SameName(token.text, infix.text); });
+    return found == kInfixes.end() ? nullptr : found;
+}
+
+bool IsClauseWord(const Token& token) {
+    return token.kind == TokenKind::Name &&
+           std::any_of(kClauseWords.begin(), kClauseWords.end(),
+                       [&](std::string_view word) { return SameName(token.text, word); });
+}
+
+bool IsWord(const Token& token, std::string_view word) {
+    return token.kind == TokenKind::Name && SameName(token.text, word);
+}
+
+/// The word of an operator cannot be a name without brackets.
+bool IsOperatorWord(const Token& token) {
+    static constexpr std::array<std::string_view, 5> kOthers{"Not", "Like", "Between", "In", "Is"};
+    if (token.kind != TokenKind::Name) return false;
+    if (FindInfix(token)) return true;
+    return std::any_of(kOthers.begin(), kOthers.end(),
+                       [&](std::string_view word) { return SameName(token.text, word); });
+}
+
+NodePtr MakeLiteral(jet::Value value, const Token& token) {
+    auto node = std::make_unique<Node>(NodeKind::Literal);
+    node->value = std::move(value);
+    node->start = token.start;
+    node->end = token.end;
+    return node;
+}
+
+}  // namespace
+
+const Token& TokenStream::Peek(std::size_t ahead) const {
+    return tokens_[std::min(at_ + ahead, tokens_.size() - 1)];
+}
+
+const Token& TokenStream::Take() {
+    const Token& token = Peek();
+    if (at_ + 1 < tokens_.size()) ++at_;
+    return token;
+}
+
+bool TokenStream::IsKeyword(std::string_view word, std::size_t ahead) const {
+    return IsWord(Peek(ahead), word);
+}
+
+bool TokenStream::TakeKeyword(std::string_view word) {
+    if (!IsKeyword(word)) return false;
+    Take();
+    return true;
+}
+
+bool TokenStream::IsSymbol(std::string_view symbol, std::size_t ahead) const {
+    const Token& token = Peek(ahead);
+    return token.kind == TokenKind::Symbol && token.text == symbol;
+}
+
+bool TokenStream::TakeSymbol(std::string_view symbol) {
+    if (!IsSymbol(symbol)) return false;
+    Take();
+    return true;
+}
+
+NodePtr Parser::ParseExpression() {
+    if (nesting_ == 0) start_ = tokens_->Position();
+    NodePtr node = ParseBinary(0);
+    if (nesting_ == 0) CheckEnd();
+    return node;
+}
+
+NodePtr Parser::ParseRule() {
+    rule_ = true;
+    NodePtr node = ParseExpression();
+    if (tokens_->IsSymbol(")")) Fail("Extra )");
+    if (!tokens_->AtEnd()) Fail("Syntax error");
+    return node;
+}
+
+NodePtr Parser::ParseTerm() {
+    start_ = tokens_->Position();
+    return ParseBinary(kUnaryStrength);
+}
+
+/// What follows an expression must not look like one more operand.
+void Parser::CheckEnd() const {
+    const Token& next = tokens_->Peek();
+    switch (next.kind) {
+        case TokenKind::End:
+        case TokenKind::Symbol:
+            if (next.kind == TokenKind::End ||
+                std::string_view(",);").find(next.text) != std::string_view::npos)
+                return;
+            Fail("Syntax error (missing operator)");
+        case TokenKind::Name:
+            if (IsClauseWord(next)) return;
+            Fail("Syntax error (missing operator)");
+        case TokenKind::BracketedName:
+        case TokenKind::Literal:
+            Fail("Syntax error (missing operator)");
+        default:
+            FailHere();
+    }
+}
+
+NodePtr Parser::ParseBinary(int weakest) {
+    if (++nesting_ > kMaxNesting) jet::RaiseJet(jet::JetError::TooComplex);
+    NodePtr left = ParseOperand();
+    if (rule_ && weakest <= kComparisonStrength) left = ParseComparison(std::move(left));
+    for (;;) {
+        if (weakest <= kComparisonStrength) left = ParseComparison(std::move(left));
+        const Infix* infix = FindInfix(tokens_->Peek());
+        if (!infix || infix->strength < weakest) break;
+        tokens_->Take();
+        if (rule_ && infix->strength < kNotStrength) left = CompleteRule(std::move(left));
+        NodePtr right = ParseBinary(infix->strength + 1);
+        if (rule_ && infix->strength < kNotStrength) right = CompleteRule(std::move(right));
+        auto node = std::make_unique<Node>(NodeKind::Binary);
+        node->op = infix->op;
+        node->start = left->start;
+        node->end = right->end;
+        node->Add(std::move(left));
+        node->Add(std::move(right));
+        left = std::move(node);
+    }
+    --nesting_;
+    if (rule_ && nesting_ == 0) left = CompleteRule(std::move(left));
+    return left;
+}
+
+/// Like, Between, In and Is with their Not, as often as they follow.
+NodePtr Parser::ParseComparison(NodePtr left) {
+    for (;;) {
+        if (tokens_->IsKeyword("Is")) {
+            left = ParseIs(std::move(left));
+            continue;
+        }
+        const bool negated = tokens_->IsKeyword("Not");
+        const std::size_t ahead = negated ? 1 : 0;
+        if (tokens_->IsKeyword("Like", ahead)) {
+            left = ParseLike(std::move(left), negated);
+        } else if (tokens_->IsKeyword("Between", ahead)) {
+            left = ParseBetween(std::move(left), negated);
+        } else if (tokens_->IsKeyword("In", ahead)) {
+            left = ParseIn(std::move(left), negated);
+        } else {
+            return left;
+        }
+    }
+}
+
+NodePtr Parser::ParseIs(NodePtr left) {
+    tokens_->Take();
+    auto node = std::make_unique<Node>(NodeKind::IsNull);
+    node->negated = tokens_->TakeKeyword("Not");
+    if (!tokens_->IsKeyword("Null")) FailHere();
+    node->start = left->start;
+    node->end = tokens_->Take().end;
+    node->Add(std::move(left));
+    return node;
+}
+
+NodePtr Parser::ParseLike(NodePtr left, bool negated) {
+    if (negated) tokens_->Take();
+    tokens_->Take();
+    auto node = std::make_unique<Node>(NodeKind::Binary);
+    node->op = Operator::Like;
+    node->negated = negated;
+    node->start = left->start;
+    node->Add(std::move(left));
+    node->Add(ParseBinary(kComparisonStrength + 1));
+    node->end = node->children[1]->end;
+    return node;
+}
+
+NodePtr Parser::ParseBetween(NodePtr left, bool negated) {
+    if (negated) tokens_->Take();
+    tokens_->Take();
+    auto node = std::make_unique<Node>(NodeKind::Between);
+    node->negated = negated;
+    node->start = left->start;
+    node->Add(std::move(left));
+    node->Add(ParseBinary(kComparisonStrength + 1));
+    if (!tokens_->TakeKeyword("And")) Fail("Between operator without And");
+    node->Add(ParseBinary(kComparisonStrength + 1));
+    node->end = node->children[2]->end;
+    return node;
+}
+
+NodePtr Parser::ParseIn(NodePtr left, bool negated) {
+    if (negated) tokens_->Take();
+    tokens_->Take();
+    if (!tokens_->TakeSymbol("(")) Fail("In operator without ()");
+    auto node = std::make_unique<Node>(NodeKind::In);
+    node->negated = negated;
+    node->start = left->start;
+    node->Add(std::move(left));
+    do {
+        node->Add(ParseBinary(0));
+    } while (tokens_->TakeSymbol(","));
+    if (!tokens_->IsSymbol(")")) FailHere();
+    node->end = tokens_->Take().end;
+    return node;
+}
+
+bool Parser::RuleLacksLeftSide() const {
+    const Infix* infix = FindInfix(tokens_->Peek());
+    if (infix) return IsComparison(infix->op);
+    const std::size_t ahead = tokens_->IsKeyword("Not") ? 1 : 0;
+    return tokens_->IsKeyword("Like", ahead) || tokens_->IsKeyword("Between", ahead) ||
+           tokens_->IsKeyword("In", ahead) || (ahead == 0 && tokens_->IsKeyword("Is"));
+}
+
+/// In a rule a bare value stands for "equal to the value": `"M" Or "F"`.
+NodePtr Parser::CompleteRule(NodePtr node) const {
+    const bool bare = node->kind == NodeKind::Literal && !std::holds_alternative<bool>(node->value);
+    if (!bare) return node;
+    auto comparison = std::make_unique<Node>(NodeKind::Binary);
+    comparison->op = Operator::Equal;
+    comparison->Add(std::make_unique<Node>(NodeKind::Implied));
+    comparison->Add(std::move(node));
+    return comparison;
+}
+
+NodePtr Parser::ParseOperand() {
+    if (rule_ && RuleLacksLeftSide()) return std::make_unique<Node>(NodeKind::Implied);
+    const Token& token = tokens_->Peek();
+    switch (token.kind) {
+        case TokenKind::Literal: {
+            tokens_->Take();
+            return MakeLiteral(token.value, token);
+        }
+        case TokenKind::Symbol:
+            if (token.text == "(") return ParseParenthesis();
+            if (token.text == "-" || token.text == "+") return ParsePrefix();
+            FailHere();
+        case TokenKind::Name:
+            if (SameName(token.text, "Not")) return ParsePrefix();
+            return ParseNameOrCall();
+        case TokenKind::BracketedName:
+            return ParseNameOrCall();
+        default:
+            FailHere();
+    }
+}
+
+NodePtr Parser::ParsePrefix() {
+    const Token& token = tokens_->Take();
+    if (token.text == "+") return ParseBinary(kUnaryStrength);
+    const bool negation = token.text == "-";
+    auto node = std::make_unique<Node>(negation ? NodeKind::Negate : NodeKind::Not);
+    node->start = token.start;
+    NodePtr operand = ParseBinary(negation ? kUnaryStrength : kNotStrength);
+    if (rule_ && !negation) operand = CompleteRule(std::move(operand));
+    node->end = operand->end;
+    // A negative number is a value of its own, for rules and for index bounds.
+    if (negation && operand->kind == NodeKind::Literal) {
+        if (const auto* whole = std::get_if<std::int32_t>(&operand->value)) {
+            operand->value = -*whole;
+            operand->start = node->start;
+            return operand;
+        }
+        if (const auto* number = std::get_if<double>(&operand->value)) {
+            operand->value = *number == 2147483648.0 ? jet::Value(std::int32_t{-2147483647 - 1}) : -*number;
+            operand->start = node->start;
+            return operand;
+        }
+    }
+    node->Add(std::move(operand));
+    return node;
+}
+
+NodePtr Parser::ParseParenthesis() {
+    const Token& open = tokens_->Take();
+    const std::size_t start = open.start;
+    NodePtr node = ParseBinary(0);
+    if (!tokens_->IsSymbol(")")) FailHere();
+    node->start = start;
+    node->end = tokens_->Take().end;
+    return node;
+}
+
+NodePtr Parser::ParseNameOrCall() {
+    const Token& token = tokens_->Peek();
+    const bool plain = token.kind == TokenKind::Name;
+    const bool call = tokens_->IsSymbol("(", 1);
+    if (plain && !call && (IsClauseWord(token) && !SameName(token.text, "On"))) FailHere();
+    if (plain && IsOperatorWord(token)) FailHere();
+    tokens_->Take();
+    if (plain && call) return ParseCall(token);
+    if (plain && SameName(token.text, "True")) return MakeLiteral(true, token);
+    if (plain && SameName(token.text, "False")) return MakeLiteral(false, token);
+    if (plain && SameName(token.text, "Null")) return MakeLiteral(jet::Null{}, token);
+    auto node = std::make_unique<Node>(NodeKind::Name);
+    node->name = token.text;
+    node->bracketed = !plain;
+    node->start = token.start;
+    node->end = token.end;
+    while (tokens_->IsSymbol(".") || tokens_->IsSymbol("!")) {
+        tokens_->Take();
+        const Token& part = tokens_->Peek();
+        if (part.kind != TokenKind::Name && part.kind != TokenKind::BracketedName) FailHere();
+        tokens_->Take();
+        node->qualifier += (node->qualifier.empty() ? "" : ".") + node->name;
+        node->name = part.text;
+        node->bracketed = true;
+        node->end = part.end;
+    }
+    return node;
+}
+
+NodePtr Parser::ParseCall(const Token& name) {
+    tokens_->Take();
+    auto node = std::make_unique<Node>(NodeKind::Call);
+    node->name = name.text;
+    node->start = name.start;
+    if (tokens_->IsSymbol("*") && tokens_->IsSymbol(")", 1)) {
+        tokens_->Take();
+        node->star = true;
+    } else if (!tokens_->IsSymbol(")")) {
+        do {
+            node->Add(ParseBinary(0));
+        } while (tokens_->TakeSymbol(","));
+    }
+    if (!tokens_->IsSymbol(")")) FailHere();
+    node->end = tokens_->Take().end;
+    return node;
+}
+
+/// Words the mistake by the token it was met at.
+void Parser::FailHere() const {
+    const Token& token = tokens_->Peek();
+    switch (token.kind) {
+        case TokenKind::BadText:
+            Fail("Syntax error in string");
+        case TokenKind::BadDate:
+            Fail("Syntax error in date");
+        case TokenKind::BadNumber:
+            Fail("Syntax error in number");
+        case TokenKind::BadBracket:
+            throw RuntimeError(3126, "Invalid bracketing of name '" +
+                                         tokens_->Source().substr(token.start, token.end - token.start) +
+                                         "'.");
+        case TokenKind::BadCharacter:
+            Fail("Syntax error");
+        default:
+            break;
+    }
+    if (token.kind == TokenKind::End || token.text == ";") {
+        const std::string text = ClauseText(start_);
+        const auto open = std::count(text.begin(), text.end(), '(');
+        if (open > std::count(text.begin(), text.end(), ')')) Fail("Missing ), ], or Item");
+    }
+    if (token.text == ",") Fail("Syntax error (comma)");
+    Fail("Syntax error (missing operator)");
+}
+
+/// The expression as it is quoted in messages: up to the next clause of the statement.
+std::string Parser::ClauseText(std::size_t position) const {
+    TokenStream tokens = *tokens_;
+    tokens.Return(position);
+    const std::size_t start = tokens.Peek().start;
+    std::size_t end = start;
+    for (int depth = 0; !tokens.AtEnd(); end = tokens.Take().end) {
+        const Token& token = tokens.Peek();
+        if (token.text == ";" && token.kind == TokenKind::Symbol) break;
+        if (style_ == ErrorStyle::Query && depth == 0 && end > start && IsClauseWord(token) &&
+            !SameName(token.text, "On"))
+            break;
+        if (token.kind != TokenKind::Symbol) continue;
+        if (token.text == "(") ++depth;
+        if (token.text == ")") --depth;
+        if (token.text == "," && depth == 0 && tokens.Position() > tokens_->Position()) break;
+    }
+    return tokens.Source().substr(start, end - start);
+}
+
+void Parser::Fail(std::string_view message, std::size_t expressionPosition) const {
+    if (style_ == ErrorStyle::Plain)
+        throw RuntimeError(static_cast<int>(jet::JetError::ExpressionSyntaxNoText),
+                           std::string(message) + " in expression.");
+    throw RuntimeError(
+        static_cast<int>(jet::JetError::ExpressionSyntax),
+        std::string(message) + " in query expression '" + ClauseText(expressionPosition) + "'.");
+}
+
+}  // namespace marrowkit::expression
