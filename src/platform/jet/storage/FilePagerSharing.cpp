@@ -11,7 +11,7 @@
 // Whoever begins a unit takes the write lock and keeps it over many units, until its next flush; so a run of
 // statements costs one flush, not one each. A process that wants its turn announces itself and tries again
 // every now and then; the holder looks for that at the end of each unit and flushes when someone waits or
-// when the lock has been held for a while.
+// when the lock has been held for a while: a short one when others have the file open, who may want to read.
 //
 // The journal's header carries a counter that changes with every flush, and says while pages are being
 // written. Taking the write lock, and refreshing before a read, compare it with what was seen last and drop
@@ -30,6 +30,8 @@ using std::chrono::seconds;
 constexpr auto kLongestWait = seconds(10);
 /// How long a holder keeps unflushed units to itself while others have the file open.
 constexpr auto kLongestHold = milliseconds(200);
+/// How long while nobody else has: as much as a crash may take back. A flush makes the disk wait three times.
+constexpr auto kLongestHoldAlone = seconds(2);
 /// How often a busy holder looks whether anyone waits.
 constexpr auto kAskForWaiters = milliseconds(1);
 constexpr auto kPause = microseconds(500);
@@ -92,10 +94,11 @@ bool FilePager::IsFlushDue() {
     if (dirtyCount_ > cache_.BudgetFrames() / 2) return true;
     if (!holdsWriteLock_) return false;
     const auto now = Clock::now();
-    if (now - lockedSince_ > kLongestHold) return true;
+    const auto held = now - lockedSince_;
+    if (held > kLongestHoldAlone) return true;
     if (now - askedForWaiters_ < kAskForWaiters) return false;
     askedForWaiters_ = now;
-    return lockFile_->DoOthersWait();
+    return lockFile_->DoOthersWait() || (held > kLongestHold && !lockFile_->IsAlone());
 }
 
 /// REQUIRES: the write lock. Another process died while it wrote: what it was doing is undone.

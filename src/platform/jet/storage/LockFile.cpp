@@ -142,9 +142,13 @@ bool LockFile::DoOthersWait() const {
     return file_->IsLockedByOther(kWaiting, kMostUsers + 1, true);
 }
 
+bool LockFile::IsAlone() const {
+    return !file_->IsLockedByOther(kUserLocks + 1, kMostUsers, true);
+}
+
 bool LockFile::AreStrangersPresent() const {
     if (file_->IsLockedByOther(kJetLocksStart, kJetLocksEnd - kJetLocksStart, true)) return true;
-    if (!file_->IsLockedByOther(kUserLocks + 1, kMostUsers, true)) return false;
+    if (IsAlone()) return false;
     for (unsigned number = 1; number <= kMostUsers; ++number) {
         if (number == user_ || !file_->IsLockedByOther(kUserLocks + number, 1, true)) continue;
         if (!file_->IsLockedByOther(kOurUsers + number, 1, true)) return true;

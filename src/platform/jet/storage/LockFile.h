@@ -41,6 +41,8 @@ public:
     /// Tells the holder of the write lock that someone waits for it.
     void AnnounceWaiting(bool waiting);
     bool DoOthersWait() const;
+    /// Whether nobody else has the file open.
+    bool IsAlone() const;
     /// Whether a user is there who is not one of ours, or whoever it is holds locks on pages or tables.
     bool AreStrangersPresent() const;
 

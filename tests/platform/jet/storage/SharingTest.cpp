@@ -131,6 +131,25 @@ TEST_F(SharingTest, AUnitBuildsOnWhatOthersWroteBefore) {
     EXPECT_EQ(first->PageCount(), second->PageCount());
 }
 
+TEST_F(SharingTest, ShowsABusyWritersUnitsToWhoeverHasTheFileOpen) {
+    const auto valueOnDiskAfterAWhileOfWriting = [this] {
+        const auto writer = Pager::Open(one, kPath);
+        const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(400);
+        Put(*writer, 1);
+        while (std::chrono::steady_clock::now() < until) Put(*writer, 2);
+        const auto reader = Pager::Open(two, kPath, readOnly);
+        const std::uint8_t value = ValueIn(*reader);
+        Put(*writer, 0);
+        return value;
+    };
+    {
+        const auto other = Pager::Open(three, kPath);
+        EXPECT_EQ(valueOnDiskAfterAWhileOfWriting(), 2);
+    }
+    // Nobody is there to see them: the disk is spared.
+    EXPECT_EQ(valueOnDiskAfterAWhileOfWriting(), 0);
+}
+
 TEST_F(SharingTest, AFailedUnitKeepsNobodyWaiting) {
     const auto first = Pager::Open(one, kPath);
     const auto second = Pager::Open(two, kPath);
