@@ -1,8 +1,9 @@
 #include "import/DatafileLoader.h"
 
+#include <functional>
 #include <string_view>
 #include <unordered_set>
-#include <utility>
+#include <vector>
 
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/TextFiles.h"
@@ -38,23 +39,52 @@ std::string_view Column(const GamesLine& fields, std::int32_t column) {
     return fields.at(static_cast<std::size_t>(column));
 }
 
+/// The names of a table's entries. They are looked up by their text, but held as positions in the table.
+class EntryNames {
+public:
+    explicit EntryNames(const std::vector<DatafileEntry>& entries)
+        : positions_(kFirstBuckets, Hash{&entries}, Equal{&entries}) {}
+
+    bool Contains(std::string_view name) const { return positions_.contains(name); }
+    void Add(std::size_t position) { positions_.insert(position); }
+
+private:
+    static constexpr std::size_t kFirstBuckets = 1024;
+
+    struct Hash {
+        using is_transparent = void;
+        const std::vector<DatafileEntry>* entries;
+        std::size_t operator()(std::string_view name) const { return std::hash<std::string_view>()(name); }
+        std::size_t operator()(std::size_t position) const { return (*this)((*entries)[position].Name); }
+    };
+    struct Equal {
+        using is_transparent = void;
+        const std::vector<DatafileEntry>* entries;
+        bool operator()(std::size_t a, std::size_t b) const { return a == b; }
+        bool operator()(std::string_view name, std::size_t at) const { return (*entries)[at].Name == name; }
+        bool operator()(std::size_t at, std::string_view name) const { return (*entries)[at].Name == name; }
+    };
+
+    std::unordered_set<std::size_t, Hash, Equal> positions_;
+};
+
 enum class Duplicates { Load, Skip };
 
 std::string Load(const ImportSettings& settings, ImportTables& tables, ImportProgress& progress,
                  Duplicates duplicates) {
     tables.Entries.clear();
-    const std::string bytes = ReadWholeFile(settings.DatafilePath);
-    // The names as bytes of the file: the code page maps bytes and characters one to one.
-    std::unordered_set<std::string_view> names;
-
-    DatafileLines lines(bytes);
-    std::string_view line;
+    EntryNames names(tables.Entries);
+    LineReader lines(settings.DatafilePath);
+    std::string line;
     GamesLine fields;
     while (lines.Next(line)) {
         if (!SplitGamesLine(line, fields)) continue;
-        if (duplicates == Duplicates::Skip && names.contains(Column(fields, settings.NameColumn))) continue;
+        if (duplicates == Duplicates::Skip &&
+            names.Contains(Cp1252ToUtf8(Column(fields, settings.NameColumn)))) {
+            continue;
+        }
         tables.Entries.push_back(MakeDatafileEntry(fields, settings));
-        if (duplicates == Duplicates::Skip) names.insert(Column(fields, settings.NameColumn));
+        if (duplicates == Duplicates::Skip) names.Add(tables.Entries.size() - 1);
         progress.SetStatus(std::to_string(tables.EntryCount()));
         progress.LetEventsRun();
         if (progress.Cancelled()) return {};

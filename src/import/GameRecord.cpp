@@ -74,7 +74,7 @@ constexpr FieldRule kFields[] = {
     {fields::kSa, False},
     {fields::kFilename,
      [](const Game& game) -> Value {
-         return game.scanForRoms ? game.entry.MatchedFile : game.entry.FileName;
+         return game.scanForRoms ? game.entry.MatchedFile.Text() : game.entry.FileName;
      }},
     {fields::kCCode, [](const Game& game) -> Value { return Found(game) ? kFileFound : kFileMissing; }},
     {fields::kFa, [](const Game& game) -> Value { return Found(game); }},

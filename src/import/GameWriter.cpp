@@ -17,8 +17,9 @@ namespace {
 constexpr std::size_t kLookupNameCharacters = 128;
 constexpr std::string_view kNoCracker = "~NONE~";
 
-void Cut(std::string& text) {
-    text.resize(FirstCharacters(text, kLookupNameCharacters).size());
+void Cut(SparseText& text) {
+    const std::string_view first = FirstCharacters(text.Text(), kLookupNameCharacters);
+    if (first.size() < text.Text().size()) text = first;
 }
 
 class TosecLookups {

@@ -7,6 +7,7 @@
 #include "checksum/clsCRC.h"
 #include "import/RomExtensions.h"
 #include "platform/errors/RuntimeError.h"
+#include "platform/files/HostPath.h"
 #include "platform/text/Numbers.h"
 #include "platform/text/Utf8.h"
 
@@ -37,22 +38,47 @@ FileMap MapFiles(const std::vector<ScannedFile>& files) {
     return map;
 }
 
+/// Host paths of files that come folder by folder: a folder is looked for once, not again for each of its
+/// files, whose names are the host's own.
+class HostPaths {
+public:
+    /// Valid until the next call.
+    const std::string& Of(std::string_view path) {
+        const std::size_t folderBytes = path.find_last_of('\\') + 1;
+        if (path.substr(0, folderBytes) != folder_) {
+            folder_ = path.substr(0, folderBytes);
+            hostFolder_ = HostPath(folder_);
+            if (!hostFolder_.ends_with('/')) hostFolder_ += '/';
+        }
+        path_.assign(hostFolder_).append(path.substr(folderBytes));
+        return path_;
+    }
+
+private:
+    std::string folder_;
+    std::string hostFolder_;
+    std::string path_;
+};
+
 /// False when cancelled.
 bool ChecksumFiles(ImportTables& tables, ImportProgress& progress) {
     progress.SetPrompt("Grabbing CRC-32 values for " + std::to_string(tables.FileCount()) + " files...");
     progress.LetEventsRun();
     progress.SetBarRange(0, tables.FileUpper());
     clsCRC crc;
+    HostPaths hostPaths;
     std::int32_t index = 0;
     for (ScannedFile& file : tables.Files) {
         // An empty file and a folder have no checksum.
-        file.Crc = Hex(crc.CalculateFile(file.Path).value_or(0));
+        file.Crc = Hex(crc.CalculateHostFile(hostPaths.Of(file.Path).c_str()).value_or(0));
         progress.SetBarValue(index++);
         progress.LetEventsRun();
         if (progress.Cancelled()) return false;
     }
     return true;
 }
+
+}  // namespace
 
 void MatchEntries(const ImportSettings& settings, ImportTables& tables, ImportProgress& progress) {
     progress.SetPrompt("CRC-32/Size Matches found:");
@@ -79,8 +105,6 @@ void MatchEntries(const ImportSettings& settings, ImportTables& tables, ImportPr
     }
     if (!settings.MatchExtensionsOnly) tables.RomExtensionList = extensions.List();
 }
-
-}  // namespace
 
 std::string MatchByCrcAndSize(const ImportSettings& settings, ImportTables& tables,
                               ImportProgress& progress) {

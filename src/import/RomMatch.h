@@ -18,4 +18,7 @@ namespace marrowkit {
 /// REQUIRES: tables.Files is not empty.
 std::string MatchByCrcAndSize(const ImportSettings& settings, ImportTables& tables, ImportProgress& progress);
 
+/// Its second half: the files have their checksums.
+void MatchEntries(const ImportSettings& settings, ImportTables& tables, ImportProgress& progress);
+
 }  // namespace marrowkit

@@ -45,7 +45,7 @@ void TosecParser::Parse(DatafileEntry& entry) {
     ReadVideoStandard(entry);
     entry.PublicDomain = Has("(pd)") ? "Public Domain" : "";
     Remove(entry.Name, "(pd)");
-    entry.VersionComment.clear();
+    entry.VersionComment = "";
     ReadCracker(entry);
     ReadTrainers(entry);
     ReadLanguage(entry);
@@ -122,7 +122,7 @@ void TosecParser::ReadCracker(DatafileEntry& entry) {
     }
     // Put together with exactly one blank: a group written with more of them stays in the name.
     removal_ = "[cr ";
-    removal_ += entry.Cracker;
+    removal_ += entry.Cracker.Text();
     removal_ += ']';
     Remove(entry.Name, removal_);
 }
@@ -156,13 +156,12 @@ void TosecParser::ReadTrainers(DatafileEntry& entry) {
 }
 
 void TosecParser::ReadLanguage(DatafileEntry& entry) {
-    std::string& language = entry.Language;
-    language.clear();
+    entry.Language = "";
     for (const tosec::LanguageRow& row : tosec::kLanguages) {
         const std::array<char, 4> token = {'(', row.code[0], row.code[1], ')'};
         const std::string_view group(token.data(), token.size());
         if (!Has(group)) continue;
-        language = row.name;
+        entry.Language = row.name;
         Remove(entry.Name, group);
         return;
     }
@@ -171,16 +170,14 @@ void TosecParser::ReadLanguage(DatafileEntry& entry) {
         const std::array<char, 4> token = {'(', 'm', count, ')'};
         const std::string_view group(token.data(), token.size());
         if (!Has(group)) continue;
-        language = "Multi-Language (";
-        language += count;
-        language += ')';
+        entry.Language = std::string("Multi-Language (") + count + ')';
         Remove(entry.Name, group);
         return;
     }
     for (std::size_t row = 0; row < tosec::kLanguages.size(); ++row) {
         if (ReadLanguageList(entry, row)) break;
     }
-    if (language.empty()) language = tosec::kDefaultLanguage;
+    if (entry.Language.empty()) entry.Language = tosec::kDefaultLanguage;
 }
 
 /// A list such as (en-fr) that begins with the row's code. True ends the search; after a list of two, later
@@ -209,13 +206,10 @@ bool TosecParser::ReadLanguageList(DatafileEntry& entry, std::size_t row) {
     const auto known = std::find_if(
         tosec::kLanguages.begin(), tosec::kLanguages.end(),
         [&](const tosec::LanguageRow& candidate) { return EqualNoCase(second, candidate.code); });
-    entry.Language = first.name;
-    entry.Language += " / ";
-    if (known != tosec::kLanguages.end()) {
-        entry.Language += known->name;
-    } else {
-        entry.Language += second;
-    }
+    std::string both(first.name);
+    both += " / ";
+    both += known != tosec::kLanguages.end() ? known->name : second;
+    entry.Language = std::move(both);
     Remove(entry.Name, whole);
     return false;
 }
@@ -231,12 +225,12 @@ void TosecParser::ReadYearAndPublisher(DatafileEntry& entry) {
     }
     Remove(entry.Name, "(y)");
 
-    entry.Publisher.clear();
+    entry.Publisher = "";
     if (year != kNone) {
         const std::size_t open = file_.find('(', year + 1);
         const std::size_t close = open == kNone ? kNone : file_.find(')', open);
         if (close != kNone) entry.Publisher = Between(open + 1, close);
-        if (entry.Publisher == "-") entry.Publisher.clear();
+        if (entry.Publisher == "-") entry.Publisher = "";
     }
     Remove(entry.Name, "(-)");
 }

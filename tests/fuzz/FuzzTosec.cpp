@@ -31,7 +31,7 @@ void Check(const std::string& name, const std::string& fileName) {
     test::Require(entry.PalNtsc >= 0 && entry.PalNtsc <= 3);
     test::Require(entry.YearId >= 1 && entry.YearId <= 50);
     test::Require(!entry.Language.empty());
-    test::Require(entry.Publisher.size() <= fileName.size());
+    test::Require(entry.Publisher.Text().size() <= fileName.size());
 
     // A parser that has seen other names reads this one the same.
     DatafileEntry other;

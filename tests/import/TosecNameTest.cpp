@@ -188,7 +188,7 @@ TEST(TosecName, NeverThrowsNeverGrowsAndKeepsToItsRanges) {
         ASSERT_TRUE(entry.PalNtsc >= 0 && entry.PalNtsc <= 3);
         ASSERT_TRUE(entry.YearId >= 1 && entry.YearId <= 50);
         ASSERT_FALSE(entry.Language.empty());
-        ASSERT_LE(entry.Publisher.size(), file.size());
+        ASSERT_LE(entry.Publisher.Text().size(), file.size());
     }
 }
 
