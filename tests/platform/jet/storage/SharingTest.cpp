@@ -132,22 +132,32 @@ TEST_F(SharingTest, AUnitBuildsOnWhatOthersWroteBefore) {
 }
 
 TEST_F(SharingTest, ShowsABusyWritersUnitsToWhoeverHasTheFileOpen) {
+    using Clock = std::chrono::steady_clock;
+    struct Seen {
+        std::uint8_t value;
+        Clock::duration after;
+    };
     const auto valueOnDiskAfterAWhileOfWriting = [this] {
+        const auto start = Clock::now();
         const auto writer = Pager::Open(one, kPath);
-        const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(400);
         Put(*writer, 1);
-        while (std::chrono::steady_clock::now() < until) Put(*writer, 2);
+        while (Clock::now() < start + std::chrono::milliseconds(400)) Put(*writer, 2);
         const auto reader = Pager::Open(two, kPath, readOnly);
         const std::uint8_t value = ValueIn(*reader);
+        const Seen seen{value, Clock::now() - start};
         Put(*writer, 0);
-        return value;
+        return seen;
     };
     {
         const auto other = Pager::Open(three, kPath);
-        EXPECT_EQ(valueOnDiskAfterAWhileOfWriting(), 2);
+        EXPECT_EQ(valueOnDiskAfterAWhileOfWriting().value, 2);
     }
-    // Nobody is there to see them: the disk is spared.
-    EXPECT_EQ(valueOnDiskAfterAWhileOfWriting(), 0);
+    // Nobody is there to see them: the disk is spared, for two seconds. A machine that stood still for longer
+    // proves nothing.
+    const Seen alone = valueOnDiskAfterAWhileOfWriting();
+    if (alone.after < std::chrono::seconds(2)) {
+        EXPECT_EQ(alone.value, 0);
+    }
 }
 
 TEST_F(SharingTest, AFailedUnitKeepsNobodyWaiting) {
