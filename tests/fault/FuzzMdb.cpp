@@ -1,4 +1,4 @@
-// Databases of any bytes: opening, reading, verifying and compacting them answers or refuses.
+// Databases of any bytes: opening, reading, verifying, compacting and changing them answers or refuses.
 //
 // Input that begins like a database is taken as one. Any other input is a list of changes to a sound database
 // made at the start: 0 (Jet 3) or 1 (Jet 4), then four bytes for each change, three of place and one of what
@@ -9,24 +9,19 @@
 #include <cstring>
 #include <vector>
 
-#include "fault/MemoryStorage.h"
-#include "fault/Walk.h"
+#include "fault/Survival.h"
 #include "fuzz/Require.h"
-#include "platform/errors/RuntimeError.h"
-#include "platform/jet/check/Check.h"
 #include "platform/jet/check/CheckTestDatabase.h"
-#include "platform/jet/compact/Compact.h"
-#include "platform/jet/engine/Database.h"
 
 using namespace marrowkit;
 
 namespace {
 
-using Bytes = test::MemoryStorage::Bytes;
+using Bytes = std::vector<std::uint8_t>;
 
 const Bytes& SoundDatabase(jet::JetVersion version) {
-    static const Bytes jet3 = test::MakeCheckDatabase(jet::JetVersion::Jet3);
-    static const Bytes jet4 = test::MakeCheckDatabase(jet::JetVersion::Jet4);
+    static const Bytes jet3 = test::MakeSmallCheckDatabase(jet::JetVersion::Jet3);
+    static const Bytes jet4 = test::MakeSmallCheckDatabase(jet::JetVersion::Jet4);
     return version == jet::JetVersion::Jet3 ? jet3 : jet4;
 }
 
@@ -47,21 +42,7 @@ Bytes DatabaseFrom(const std::uint8_t* data, std::size_t size) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    test::MemoryStorage storage;
-    storage.Put("a.mdb", DatabaseFrom(data, size));
-    try {
-        test::ReadEverything(storage, "a.mdb");
-    } catch (const RuntimeError&) {
-        // Refused.
-    }
-    jet::Check("a.mdb", 50, &storage);
-    jet::OpenOptions options;
-    options.storage = &storage;
-    try {
-        jet::Compact("a.mdb", "b.mdb", options);
-        test::Require(storage.Exists("b.mdb"));
-    } catch (const RuntimeError&) {
-        test::Require(!storage.Exists("b.mdb"));
-    }
+    const Bytes database = DatabaseFrom(data, size);
+    test::Require(test::Survive(database).ills.empty());
     return 0;
 }

@@ -58,7 +58,8 @@ void CreateTables(jet::Database& database) {
     database.CreateRelationship(relationship);
 }
 
-void FillTables(jet::Database& database) {
+/// `nameBytes`: length that names are brought to, 0 to leave them short.
+void FillTables(jet::Database& database, int thingCount, std::size_t nameBytes) {
     const auto owners = database.OpenTable("Owners");
     for (int i = 0; i < 20; ++i) {
         const jet::Assignment name{1, "Owner " + std::to_string(i)};
@@ -66,10 +67,12 @@ void FillTables(jet::Database& database) {
     }
     const auto things = database.OpenTable("Things");
     jet::RowId moving;
-    for (int i = 0; i < 1500; ++i) {
+    for (int i = 0; i < thingCount; ++i) {
         // Every tenth row has no name; lengths go from inline over single rows to chains.
         std::vector<jet::Assignment> row{{1, std::int32_t{i % 20 + 1}}};
-        if (i % 10 != 0) row.push_back({2, "Thing " + std::to_string(i / 2)});
+        std::string name = "Thing " + std::to_string(i / 2);
+        name.resize(std::max(name.size(), nameBytes), 'x');
+        if (i % 10 != 0) row.push_back({2, name});
         row.push_back({3, std::string(static_cast<std::size_t>(i % 50 == 7 ? 9000 : i % 7 * 20 + 1), 'n')});
         row.push_back({4, jet::Binary(static_cast<std::size_t>(i % 5 * 90 + 1), std::uint8_t{0xAB})});
         const jet::RowId id = things->Insert(row);
@@ -80,19 +83,27 @@ void FillTables(jet::Database& database) {
     things->Update(moving, std::span(&longer, 1));
 }
 
-}  // namespace
-
-std::vector<std::uint8_t> MakeCheckDatabase(jet::JetVersion version) {
+std::vector<std::uint8_t> MakeDatabase(jet::JetVersion version, int thingCount, std::size_t nameBytes) {
     const TemporaryFolder folder;
     const std::filesystem::path file = folder / "check.mdb";
     {
         const auto database = jet::Database::Create(file.string(), version);
         CreateTables(*database);
-        FillTables(*database);
+        FillTables(*database, thingCount, nameBytes);
         database->GetPager().Flush();
     }
     const std::string bytes = ReadFile(file);
     return {bytes.begin(), bytes.end()};
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> MakeCheckDatabase(jet::JetVersion version) {
+    return MakeDatabase(version, 1500, 0);
+}
+
+std::vector<std::uint8_t> MakeSmallCheckDatabase(jet::JetVersion version) {
+    return MakeDatabase(version, 60, 120);
 }
 
 const jet::RealIndex& TableParts::Index(const std::string& logicalName) const {

@@ -8,9 +8,13 @@
 
 namespace marrowkit::test {
 
-/// A database that has a bit of everything, as bytes: two related tables with 1500 rows, indexes of two
-/// levels, long values of all three kinds, a moved row.
+/// A database that has a bit of everything, as bytes: two related tables, indexes of two levels, long values
+/// of all three kinds, a moved row.
 std::vector<std::uint8_t> MakeCheckDatabase(jet::JetVersion version);
+
+/// The same with so few rows that reading, checking and copying it takes a millisecond or two. Only the index
+/// on names has two levels.
+std::vector<std::uint8_t> MakeSmallCheckDatabase(jet::JetVersion version);
 
 /// Where the parts of one table lie.
 struct TableParts {
