@@ -70,6 +70,8 @@ public:
     std::uint64_t failSyncAt = 0;
     /// Bytes that all files together may have.
     std::uint64_t capacity = ~std::uint64_t{0};
+    /// What all files would have had to hold for the first write that the capacity refused; 0 for none.
+    std::uint64_t refusedBytes = 0;
     /// This read fails with 3040.
     std::uint64_t reads = 0;
     std::uint64_t failReadAt = 0;
@@ -235,8 +237,12 @@ private:
             if (!writable_) throw RuntimeError(3043, "Opened for reading.");
             const bool off = storage_.Count();
             const std::uint64_t end = offset + bytes.size();
-            if (end > file_->now.size() && disk_->UsedBytes() + (end - file_->now.size()) > disk_->capacity) {
-                throw RuntimeError(3026, "Not enough space on disk.");
+            if (end > file_->now.size()) {
+                const std::uint64_t needed = disk_->UsedBytes() + (end - file_->now.size());
+                if (needed > disk_->capacity) {
+                    if (disk_->refusedBytes == 0) disk_->refusedBytes = needed;
+                    throw RuntimeError(3026, "Not enough space on disk.");
+                }
             }
             Change({offset, {bytes.begin(), bytes.end()}, false});
             if (off) storage_.PowerOff();

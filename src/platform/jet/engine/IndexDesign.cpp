@@ -104,6 +104,23 @@ const LogicalIndex* FindLogicalIndex(JetVersion version, const TableDefinition& 
     return nullptr;
 }
 
+std::string HiddenIndexName(std::uint32_t number) {
+    return std::string(".r") + static_cast<char>('A' + number);
+}
+
+std::uint32_t NextIndexNumber(const TableDefinition& table) {
+    constexpr std::uint32_t kLastLetter = 'Z' - 'A';
+    std::uint32_t next = 0;
+    for (const LogicalIndex& index : table.logicalIndexes) next = std::max(next, index.number + 1);
+    if (next <= kLastLetter) return next;
+    for (next = 0;; ++next) {
+        const bool taken = std::ranges::any_of(table.logicalIndexes, [next](const LogicalIndex& index) {
+            return index.number == next || index.name == HiddenIndexName(next);
+        });
+        if (!taken) return next;
+    }
+}
+
 std::uint32_t AddLogicalIndex(JetVersion version, TableDefinition& table, std::string_view tableName,
                               LogicalIndex index) {
     if (FindLogicalIndex(version, table, index.name) != nullptr) {
@@ -118,8 +135,8 @@ std::uint32_t AddLogicalIndex(JetVersion version, TableDefinition& table, std::s
         if (index.kind == LogicalIndex::Kind::PrimaryKey && other.kind == index.kind) {
             RaiseJet(JetError::PrimaryKeyExists);
         }
-        index.number = std::max(index.number, other.number + 1);
     }
+    index.number = NextIndexNumber(table);
     const auto place = std::ranges::find_if(table.logicalIndexes, [&](const LogicalIndex& other) {
         return CompareText(version, other.name, index.name) > 0;
     });
@@ -145,6 +162,18 @@ void BuildFromRows(const TableLayout& layout, RealIndex& index) {
     });
     index.entriesStatistic = built.entries;
     index.distinctStatistic = built.distinct;
+}
+
+void RelaxRealIndex(TableDefinition& table, std::size_t realIndex, bool keepsUnique) {
+    const bool onlyForeign = std::ranges::all_of(table.logicalIndexes, [&](const LogicalIndex& index) {
+        return index.realIndex != realIndex ||
+               (index.kind == LogicalIndex::Kind::Relationship && index.side == LogicalIndex::Side::Foreign);
+    });
+    if (!onlyForeign) return;
+    unsigned rules = RealIndex::kRequiredFlag;
+    if (!keepsUnique) rules |= RealIndex::kUniqueFlag;
+    RealIndex& real = table.realIndexes[realIndex];
+    real.flags = static_cast<std::uint8_t>(real.flags & ~rules);
 }
 
 void RemoveRealIndexIfUnused(Pager& pager, TableDefinition& table, std::size_t realIndex) {

@@ -97,12 +97,6 @@ std::optional<std::size_t> FindIndexOn(const TableLayout& layout, const std::vec
     return std::nullopt;
 }
 
-std::uint32_t NextIndexNumber(const TableDefinition& table) {
-    std::uint32_t next = 0;
-    for (const LogicalIndex& index : table.logicalIndexes) next = std::max(next, index.number + 1);
-    return next;
-}
-
 LogicalIndex SideOf(const Relationship& relationship, LogicalIndex::Side side) {
     LogicalIndex index;
     index.kind = LogicalIndex::Kind::Relationship;
@@ -142,17 +136,18 @@ void LinkTables(Pager& pager, const Relationship& relationship, const TableLayou
     foreignSide.name = relationship.name;
     foreignSide.realIndex = static_cast<std::uint32_t>(foreignRealIndex);
     foreignSide.partnerTable = primary.definition.page;
-    foreignSide.partnerNumber = NextIndexNumber(primaryDefinition) + (isSelf ? 1 : 0);
     const std::uint32_t foreignNumber =
         AddLogicalIndex(version, foreignDefinition, foreign.name, std::move(foreignSide));
 
     LogicalIndex primarySide = SideOf(relationship, LogicalIndex::Side::Primary);
-    // The hidden index is named after its number: .rA, .rB, ...
-    primarySide.name = std::string(".r") + static_cast<char>('A' + NextIndexNumber(primaryDefinition));
+    primarySide.name = HiddenIndexName(NextIndexNumber(primaryDefinition));
     primarySide.realIndex = static_cast<std::uint32_t>(primaryRealIndex);
     primarySide.partnerTable = foreign.definition.page;
     primarySide.partnerNumber = foreignNumber;
-    AddLogicalIndex(version, primaryDefinition, primary.name, std::move(primarySide));
+    const std::uint32_t primaryNumber =
+        AddLogicalIndex(version, primaryDefinition, primary.name, std::move(primarySide));
+    std::ranges::find(foreignDefinition.logicalIndexes, foreignNumber, &LogicalIndex::number)->partnerNumber =
+        primaryNumber;
 
     SaveDefinition(pager, foreignDefinition);
     if (!isSelf) SaveDefinition(pager, primaryDefinition);

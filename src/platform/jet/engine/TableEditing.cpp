@@ -49,6 +49,14 @@ bool IsInRelationship(LocalDatabase& database, std::string_view table, std::stri
     });
 }
 
+/// Whether a relationship that uses the tree allows one foreign row for each primary one.
+bool ServesOneToOne(LocalDatabase& database, const TableDefinition& table, std::size_t realIndex) {
+    return std::ranges::any_of(database.Relationships(), [&](const Relationship& relationship) {
+        const LogicalIndex* index = FindLogicalIndex(database.Version(), table, relationship.name);
+        return relationship.unique && index != nullptr && index->realIndex == realIndex;
+    });
+}
+
 void ReleaseMembers(Pager& pager, RowId map) {
     if (map.IsNull()) return;
     for (const PageNumber page : UsageMap(pager, map).Members()) pager.Release(page);
@@ -255,6 +263,7 @@ void LocalDatabase::DropIndex(std::string_view name, std::string_view indexName)
     const CatalogEntry entry = EntryOf(*this, table);
 
     scope.MarkChanging();
+    RelaxRealIndex(definition, realIndex, ServesOneToOne(*this, definition, realIndex));
     RemoveRealIndexIfUnused(*pager_, definition, realIndex);
     SaveDefinition(*pager_, definition);
     TouchCatalogObject(*this, scope, entry);

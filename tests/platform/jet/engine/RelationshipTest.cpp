@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "EngineTestSupport.h"
+#include "platform/jet/engine/CheckTestDatabase.h"
 
 namespace marrowkit::jet::test {
 namespace {
@@ -24,6 +25,23 @@ protected:
         relationship.cascadeUpdates = cascadeUpdates;
         relationship.cascadeDeletes = cascadeDeletes;
         database_->CreateRelationship(relationship);
+    }
+    /// Our own designs do not ask for it, files of other programs do: deletes set the foreign columns to
+    /// Null.
+    void LetDeletesSetNull(const std::vector<std::string>& tables) {
+        database_->GetPager().Flush();
+        database_.reset();
+        const std::string text = marrowkit::test::ReadFile(path_);
+        marrowkit::test::DatabaseBytes file({text.begin(), text.end()});
+        for (const std::string& table : tables) {
+            file.EditDefinition(table, [](TableDefinition& definition) {
+                for (LogicalIndex& index : definition.logicalIndexes) {
+                    if (index.kind == LogicalIndex::Kind::Relationship) index.cascadeDeletes = 2;
+                }
+            });
+        }
+        marrowkit::test::WriteFile(path_, std::string(file.bytes.begin(), file.bytes.end()));
+        database_ = Database::Open(path_);
     }
     RowId RowWith(std::string_view table, std::string_view column, const Value& value) {
         const auto scan = T(table).OpenScan({T(table).FindColumn(column).value()});
@@ -260,6 +278,134 @@ TEST_P(RelationshipTest, OneToOneAllowsOneForeignRowEach) {
     Insert(T("Children"), {{"Parent", 1}});
     Insert(T("Children"), {});
     Insert(T("Children"), {});
+    EXPECT_EQ(ErrorOf([&] { Insert(T("Children"), {{"Parent", 1}}); }), 3022);
+}
+
+TEST_P(RelationshipTest, DeletesCanSetTheReferencesToNull) {
+    Relate();
+    for (const int parent : {1, 2, 1}) Insert(T("Children"), {{"Parent", parent}});
+    LetDeletesSetNull({"Parents", "Children"});
+    T("Parents").Delete(RowWith("Parents", "Id", 1));
+    EXPECT_EQ(ColumnValues(T("Children"), "Parent"), (std::vector<Value>{Null{}, 2, Null{}}));
+    EXPECT_EQ(Walk(T("Children"), "ParentOf", IndexRange::Equal({Null{}}), "Id").size(), 2U);
+    EXPECT_EQ(Walk(T("Children"), "ParentOf", IndexRange::Equal({1}), "Id").size(), 0U);
+    EXPECT_EQ(T("Parents").RowCount(), 2);
+    // Changes of the key are another matter.
+    EXPECT_EQ(ErrorOf([&] { Update(T("Parents"), RowWith("Parents", "Id", 2), {{"Id", 9}}); }), 3200);
+
+    // A compacted copy does the same.
+    database_->GetPager().Flush();
+    database_.reset();
+    const std::string copy = (folder_ / "copy.mdb").string();
+    Compact(path_, copy);
+    {
+        const auto compacted = Database::Open(copy);
+        const auto scan = compacted->OpenTable("Parents")->OpenScan({0});
+        while (scan->Next() && scan->Values().front() != Value(2)) {
+        }
+        compacted->OpenTable("Parents")->Delete(scan->Id());
+        EXPECT_EQ(ColumnValues(*compacted->OpenTable("Children"), "Parent"),
+                  (std::vector<Value>{Null{}, Null{}, Null{}}));
+    }
+    EXPECT_TRUE(Check(copy).empty());
+    database_ = Database::Open(path_);
+}
+
+TEST_P(RelationshipTest, ReferencesThatMayNotBeNullRefuseTheWholeDeletion) {
+    Column required = LongColumn("Parent");
+    required.required = true;
+    database_->CreateTable({"Strict", {AutoNumberColumn("Id"), required}, {}, "", ""});
+    Relate();
+    database_->CreateRelationship(RelationshipOf("StrictParent", "Parents", "Id", "Strict", "Parent"));
+    Insert(T("Children"), {{"Parent", 1}});
+    Insert(T("Strict"), {{"Parent", 1}});
+    LetDeletesSetNull({"Parents", "Children", "Strict"});
+    EXPECT_EQ(ErrorOf([&] { T("Parents").Delete(RowWith("Parents", "Id", 1)); }), 3314);
+    EXPECT_EQ(T("Parents").RowCount(), 3);
+    EXPECT_EQ(ColumnValues(T("Children"), "Parent"), std::vector<Value>{1});
+    EXPECT_EQ(ColumnValues(T("Strict"), "Parent"), std::vector<Value>{1});
+}
+
+TEST_P(RelationshipTest, ATableThatRefersToItselfCanSetItsOwnReferencesToNull) {
+    database_->CreateTable({"Tree", {LongColumn("Id"), LongColumn("Up")}, {PrimaryKey({"Id"})}, "", ""});
+    database_->CreateRelationship(RelationshipOf("Up", "Tree", "Id", "Tree", "Up"));
+    Insert(T("Tree"), {{"Id", 1}, {"Up", 1}});
+    for (int i = 2; i <= 7; ++i) Insert(T("Tree"), {{"Id", i}, {"Up", i / 2}});
+    LetDeletesSetNull({"Tree"});
+    T("Tree").Delete(RowWith("Tree", "Id", 1));
+    EXPECT_EQ(ColumnValues(T("Tree"), "Up"), (std::vector<Value>{Null{}, Null{}, 2, 2, 3, 3}));
+    T("Tree").Delete(RowWith("Tree", "Id", 3));
+    EXPECT_EQ(ColumnValues(T("Tree"), "Up"), (std::vector<Value>{Null{}, 2, 2, Null{}, Null{}}));
+}
+
+TEST_P(RelationshipTest, AllColumnsOfAReferenceBecomeNull) {
+    database_->CreateTable({"P", {LongColumn("A"), TextColumn("B")}, {PrimaryKey({"A", "B"})}, "", ""});
+    database_->CreateTable({"F", {LongColumn("X"), TextColumn("Y"), LongColumn("Z")}, {}, "", ""});
+    Relationship pair = RelationshipOf("Pair", "P", "A", "F", "X");
+    pair.columns.emplace_back("B", "Y");
+    database_->CreateRelationship(pair);
+    const RowId row = Insert(T("P"), {{"A", 1}, {"B", std::string("one")}});
+    Insert(T("F"), {{"X", 1}, {"Y", std::string("ONE")}, {"Z", 5}});
+    LetDeletesSetNull({"P", "F"});
+    T("P").Delete(row);
+    EXPECT_EQ(RowsOf(T("F")), (std::vector<Row>{{Null{}, Null{}, 5}}));
+}
+
+TEST_P(RelationshipTest, HiddenIndexesAreNamedWithLettersHoweverManyThereWere) {
+    database_->CreateTable({"Tree", {LongColumn("Id"), LongColumn("Up")}, {PrimaryKey({"Id"})}, "", ""});
+    const auto relate = [&](int i) {
+        const std::string number = std::to_string(i);
+        database_->CreateRelationship(RelationshipOf("R" + number, "Parents", "Id", "Children", "Parent"));
+        database_->CreateRelationship(RelationshipOf("S" + number, "Tree", "Id", "Tree", "Up"));
+    };
+    relate(0);
+    // The newest stays while the one before goes, so numbers climb.
+    for (int i = 1; i < 150; ++i) {
+        relate(i);
+        database_->DropRelationship("R" + std::to_string(i - 1));
+        database_->DropRelationship("S" + std::to_string(i - 1));
+    }
+    for (const char* table : {"Parents", "Tree"}) {
+        for (const LogicalIndex& index : T(table).Definition().logicalIndexes) {
+            if (index.side != LogicalIndex::Side::Primary) continue;
+            EXPECT_EQ(index.name.size(), 3U);
+            EXPECT_TRUE(index.name.back() >= 'A' && index.name.back() <= 'Z') << index.name;
+        }
+    }
+    Reopen();
+    ExpectSound();
+    EXPECT_EQ(ErrorOf([&] { Insert(T("Children"), {{"Parent", 77}}); }), 3201);
+    EXPECT_EQ(ErrorOf([&] { Insert(T("Tree"), {{"Id", 1}, {"Up", 2}}); }), 3201);
+    Insert(T("Tree"), {{"Id", 1}, {"Up", 1}});
+    Insert(T("Children"), {{"Parent", 1}});
+    EXPECT_EQ(ErrorOf([&] { T("Parents").Delete(RowWith("Parents", "Id", 1)); }), 3200);
+}
+
+TEST_P(RelationshipTest, AUniqueIndexThatLentItsTreeTakesItsRulesAlong) {
+    Index lending = UniqueOn("One", {"Parent"});
+    lending.required = true;
+    database_->CreateIndex("Children", lending);
+    Relate();
+    EXPECT_EQ(T("Children").Definition().realIndexes.size(), 2U);
+    Insert(T("Children"), {{"Parent", 1}});
+    EXPECT_EQ(ErrorOf([&] { Insert(T("Children"), {{"Parent", 1}}); }), 3022);
+    EXPECT_EQ(ErrorOf([&] { Insert(T("Children"), {}); }), 3058);
+    database_->DropIndex("Children", "One");
+    Insert(T("Children"), {{"Parent", 1}});
+    Insert(T("Children"), {});
+    EXPECT_EQ(ErrorOf([&] { Insert(T("Children"), {{"Parent", 77}}); }), 3201);
+    Reopen();
+    Insert(T("Children"), {{"Parent", 1}});
+    EXPECT_EQ(T("Children").Definition().realIndexes.size(), 2U);
+}
+
+TEST_P(RelationshipTest, OneToOneKeepsTheLentTreeUnique) {
+    database_->CreateIndex("Children", UniqueOn("One", {"Parent"}));
+    Relationship relationship = RelationshipOf("OneOf", "Parents", "Id", "Children", "Parent");
+    relationship.unique = true;
+    database_->CreateRelationship(relationship);
+    database_->DropIndex("Children", "One");
+    Insert(T("Children"), {{"Parent", 1}});
     EXPECT_EQ(ErrorOf([&] { Insert(T("Children"), {{"Parent", 1}}); }), 3022);
 }
 
