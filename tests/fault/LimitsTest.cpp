@@ -28,7 +28,7 @@ protected:
     }
     static std::uint64_t PageBytes() { return GetParam() == JetVersion::Jet3 ? 2048 : 4096; }
 
-    /// A database with one table and two rows, and zeros up to this many pages below the limit.
+    /// A database with one table and two rows, and pages that belong to nobody up to this many below the limit.
     void MakeFile(std::uint64_t pagesBelow) {
         {
             jet::OpenOptions options;
@@ -52,7 +52,13 @@ protected:
             for (int i = 0; i < 2; ++i) Insert(*database, 10);
             database->GetPager().Flush();
         }
-        storage_.Stretch(kPath, LimitBytes() - pagesBelow * PageBytes());
+        storage_.Stretch(kPath, LimitBytes() - (pagesBelow + 1) * PageBytes());
+        // The global map takes pages that it does not reach for free: they are used up first.
+        const auto database = Open();
+        jet::Unit unit(database->GetPager());
+        const jet::PageNumber stretched = database->GetPager().PageCount();
+        while (database->GetPager().PageCount() == stretched) database->GetPager().Allocate();
+        unit.Commit();
     }
     std::shared_ptr<jet::Database> Open() {
         jet::OpenOptions options;

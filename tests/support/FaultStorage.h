@@ -68,7 +68,7 @@ public:
     /// This sync (counted on its own) fails, and the host forgets what was to be synced.
     std::uint64_t syncs = 0;
     std::uint64_t failSyncAt = 0;
-    /// Bytes that all files together may have.
+    /// Bytes that all files together may have. A write that needs more writes what fits and fails.
     std::uint64_t capacity = ~std::uint64_t{0};
     /// What all files would have had to hold for the first write that the capacity refused; 0 for none.
     std::uint64_t refusedBytes = 0;
@@ -241,6 +241,10 @@ private:
                 const std::uint64_t needed = disk_->UsedBytes() + (end - file_->now.size());
                 if (needed > disk_->capacity) {
                     if (disk_->refusedBytes == 0) disk_->refusedBytes = needed;
+                    // What fits is written, as hosts do it.
+                    const std::size_t left =
+                        bytes.size() - std::min<std::uint64_t>(bytes.size(), needed - disk_->capacity);
+                    if (left > 0) Change({offset, {bytes.begin(), bytes.begin() + left}, false});
                     throw RuntimeError(3026, "Not enough space on disk.");
                 }
             }

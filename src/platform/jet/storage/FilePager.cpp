@@ -14,6 +14,10 @@ namespace {
 /// Pages read at once when pages are asked for one after the other.
 constexpr PageNumber kReadAheadPages = 16;
 
+/// Pages below the largest size that only the global map may take, for noting what is given back: else
+/// nothing could be deleted from a full file. It needs 33 at most, one for every 16352 pages in Jet 3.
+constexpr PageNumber kPagesForGlobalMap = 40;
+
 }  // namespace
 
 FilePager::FilePager(OpenedDatabase opened)
@@ -28,7 +32,7 @@ FilePager::FilePager(OpenedDatabase opened)
       pageBytes_(header_.PageGeometry().pageBytes),
       pageCount_(static_cast<PageNumber>(file_->Size() / pageBytes_)),
       cache_(pageBytes_, opened.cacheBytes),
-      globalMap_(*this, [this] { return AppendPage(); }),
+      globalMap_(*this, [this] { return AppendPage(0); }),
       undo_(pageBytes_) {
     if (exclusive_) return;
     seen_ = journal_->Peek(true);
@@ -173,13 +177,14 @@ PageEdit FilePager::Allocate() {
         cache_.Find(*page)->checked = false;
         return edit;
     }
-    PageEdit edit = AppendPage();
+    PageEdit edit = AppendPage(kPagesForGlobalMap);
     globalMap_.NoteAppended(edit.Number());
     return edit;
 }
 
-PageEdit FilePager::AppendPage() {
-    if (std::uint64_t{pageCount_ + 1} * pageBytes_ > header_.PageGeometry().maxFileBytes) {
+/// `spared`: pages that must stay below the largest size after this one.
+PageEdit FilePager::AppendPage(PageNumber spared) {
+    if (std::uint64_t{pageCount_ + 1 + spared} * pageBytes_ > header_.PageGeometry().maxFileBytes) {
         RaiseJet(JetError::DatabaseFull);
     }
     PageFrame* frame = Obtain(pageCount_);
@@ -193,7 +198,7 @@ PageEdit FilePager::AppendPage() {
 void FilePager::FormatNew() {
     Unit unit(*this);
     {
-        const PageEdit page = AppendPage();
+        const PageEdit page = AppendPage(0);
         GlobalMap::Format(*this, page, pageCount_);
     }
     unit.Commit();
@@ -299,6 +304,7 @@ std::span<const std::uint8_t> FilePager::Encoded(const PageFrame& frame,
 /// Has the journal say, durably, what these pages hold on disk and what will be written there.
 void FilePager::RecordBatch(const std::vector<PageFrame*>& frames) {
     if (!journal_->IsActive()) {
+        RequireNoForeignWrites();
         journal_->Begin(*file_, pageBytes_, static_cast<PageNumber>(file_->Size() / pageBytes_));
     }
     std::vector<std::uint8_t> before(pageBytes_);

@@ -74,7 +74,7 @@ private:
     void ReadAhead(PageNumber first);
     PageEdit EditFrame(PageFrame* frame);
     void MarkDirty(PageFrame* frame);
-    PageEdit AppendPage();
+    PageEdit AppendPage(PageNumber spared);
     void RequireWritable() const;
 
     // Writing
@@ -94,6 +94,7 @@ private:
     bool IsUnchanged(const Journal::State& state);
     void NoticeChanges(const Journal::State& state);
     void RequireUnchanged();
+    void RequireNoForeignWrites();
     void RecoverIfNeeded();
     void DropCleanPages();
 

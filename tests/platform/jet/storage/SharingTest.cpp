@@ -259,6 +259,49 @@ TEST_F(SharingTest, SeesWhatAStrangerWroteBeforeItLeft) {
     }
 }
 
+TEST_F(SharingTest, UnitsCommittedBeforeAStrangerCameAreWritten) {
+    const auto pager = Pager::Open(one, kPath);
+    Put(*pager, 5);
+    Stranger stranger(two);
+    stranger.Hold(0x10000002);
+    pager->Flush();
+    EXPECT_EQ(disk->names.at(kPath)->now[2 * 4096 + 600], 5);
+    ExpectError(3045, [&] { Put(*pager, 6); });
+}
+
+TEST_F(SharingTest, WhatAStrangerHasWrittenIsNotWrittenOver) {
+    const ::marrowkit::test::TemporaryFolder folder;
+    const std::string path = folder / "Test.mdb";
+    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    const std::uint8_t value = 7;
+    {
+        const auto pager = Pager::Open(HostStorage(), path);
+        Put(*pager, 1);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            // The stranger stays until it is killed.
+            const auto lock = HostStorage().Open(LockFile::PathFor(path), OpenMode::ReadWrite);
+            const auto file = HostStorage().Open(path, OpenMode::ReadWrite);
+            const std::uint64_t before = file->ChangeMark();
+            if (!lock->TryLock(0x10000002, 1, true)) std::_Exit(1);
+            while (file->ChangeMark() == before) file->Write(2 * 4096 + 600, std::span(&value, 1));
+            file->Write(3 * 4096 + 600, std::span(&value, 1));
+            for (;;) ::pause();
+        }
+        std::uint8_t found = 0;
+        while (found != value) {
+            HostStorage().Open(path, OpenMode::ReadOnly)->Read(3 * 4096 + 600, std::span(&found, 1));
+        }
+        ExpectError(3045, [&] { pager->Flush(); });
+        ExpectError(3045, [&] { pager->Flush(); });
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        HostStorage().Open(path, OpenMode::ReadOnly)->Read(2 * 4096 + 600, std::span(&found, 1));
+        EXPECT_EQ(found, value);
+    }
+}
+
 TEST_F(SharingTest, LocksOnPagesOrTablesMeanAStranger) {
     for (const std::uint64_t lock : {0x20000A01, 0x40000202, 0x50000203, 0x60000204}) {
         const auto pager = Pager::Open(one, kPath);
@@ -331,11 +374,17 @@ TEST(Processes, LoseNoUpdateOfEachOther) {
     EXPECT_THAT(CheckDatabase(database), IsEmpty());
 }
 
-TEST(Processes, ThatAreKilledLeaveWholeUnits) {
+class KilledProcesses : public ::testing::TestWithParam<JetVersion> {};
+INSTANTIATE_TEST_SUITE_P(Formats, KilledProcesses, ::testing::Values(JetVersion::Jet3, JetVersion::Jet4),
+                         [](const auto& version) {
+                             return version.param == JetVersion::Jet3 ? "Jet3" : "Jet4";
+                         });
+
+TEST_P(KilledProcesses, LeaveWholeUnits) {
     const char* rounds = std::getenv("MARROWKIT_KILL_ROUNDS");
     ::marrowkit::test::TemporaryFolder folder;
     const std::string path = folder / "Killed.mdb";
-    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    TestDatabase::Create(HostStorage(), path, GetParam());
     std::mt19937 random(1);
     std::uint32_t last = 0;
     for (int round = 0; round < (rounds != nullptr ? std::atoi(rounds) : 15); ++round) {
