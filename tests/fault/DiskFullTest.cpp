@@ -13,6 +13,8 @@
 #include <gtest/gtest.h>
 
 #include "platform/errors/RuntimeError.h"
+#include "platform/jet/check/Check.h"
+#include "platform/jet/compact/Compact.h"
 #include "platform/jet/engine/Database.h"
 #include "support/FaultStorage.h"
 

@@ -21,6 +21,7 @@
 #endif
 
 #include "platform/errors/RuntimeError.h"
+#include "platform/jet/check/Check.h"
 #include "platform/jet/engine/Database.h"
 #include "support/TemporaryFolder.h"
 

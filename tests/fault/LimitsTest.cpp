@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/errors/RuntimeError.h"
+#include "platform/jet/check/Check.h"
 #include "platform/jet/engine/Database.h"
 #include "support/SparseStorage.h"
 

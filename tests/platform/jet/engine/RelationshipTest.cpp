@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "EngineTestSupport.h"
-#include "platform/jet/engine/CheckTestDatabase.h"
+#include "platform/jet/check/Check.h"
+#include "platform/jet/check/CheckTestDatabase.h"
+#include "platform/jet/compact/Compact.h"
 
 namespace marrowkit::jet::test {
 namespace {
