@@ -6,6 +6,7 @@
 #include "platform/files/DriveMap.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
+#include "platform/installation/LibraryChoice.h"
 
 namespace marrowkit::modGlobal {
 
@@ -29,6 +30,7 @@ void Start(const std::string& library) {
     if (const char* named = std::getenv("MARROWKIT_LIBRARY"); chosen.empty() && named != nullptr) {
         chosen = named;
     }
+    if (chosen.empty() && IsInstalled()) chosen = RememberedLibrary();
     if (chosen.empty()) {
         LibraryRoot = WithFinalBackslash(ProgramFolder());
         return;

@@ -1,9 +1,15 @@
 #include <QApplication>
+#include <QFileDialog>
 #include <QStringList>
+#include <cstdlib>
+#include <iostream>
+#include <string_view>
 
 #include "forms/FatalError.h"
 #include "forms/QtText.h"
 #include "global/modGlobal.h"
+#include "platform/installation/BuildVersion.h"
+#include "platform/installation/LibraryChoice.h"
 #include "shell/frmMain.h"
 
 namespace marrowkit {
@@ -21,12 +27,61 @@ public:
     }
 };
 
+constexpr const char* kUsage =
+    "Usage: marrowkit [-expert] [-nomsgbox] [--choose-library]\n"
+    "\n"
+    "Looks after the databases of the Vellora frontend. Opens the library that MARROWKIT_LIBRARY in the\n"
+    "environment names, else (an installed program) the one that was chosen last, else the program's own "
+    "folder.\n"
+    "\n"
+    "  -expert           No reminder at the start, no warning before a database is opened by double-click\n"
+    "  -nomsgbox         No reminder at the start\n"
+    "  --choose-library  Asks for the library's folder and remembers it (an installed program only)\n"
+    "  --help            Prints this\n"
+    "  --version         Prints the version\n"
+    "\n"
+    "marrowkit-cli does the same work without windows.\n";
+
+bool Has(int argc, char** argv, std::string_view argument) {
+    for (int i = 1; i < argc; ++i) {
+        if (argv[i] == argument) return true;
+    }
+    return false;
+}
+
+/// What is told without a window, and so without a display.
+bool AnsweredInText(int argc, char** argv) {
+    if (Has(argc, argv, "--help") || Has(argc, argv, "-h")) {
+        std::cout << kUsage;
+    } else if (Has(argc, argv, "--version")) {
+        std::cout << BuildVersionText() << '\n';
+    } else {
+        return false;
+    }
+    return true;
+}
+
+/// Asks an installed program's user where the library is, at the first start or when told to. False when the
+/// answer was none.
+bool ChooseLibrary(bool again) {
+    if (!IsInstalled() || std::getenv("MARROWKIT_LIBRARY") != nullptr) return true;
+    const std::string last = RememberedLibrary();
+    if (!again && !last.empty()) return true;
+    const QString chosen = QFileDialog::getExistingDirectory(
+        nullptr, QStringLiteral("Choose the folder of the Vellora frontend"), ToQt(last));
+    if (chosen.isEmpty()) return false;
+    RememberLibrary(FromQt(chosen));
+    return true;
+}
+
 int Run(int argc, char** argv) {
+    if (AnsweredInText(argc, argv)) return 0;
     Application application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Marrowkit"));
     QApplication::setDesktopFileName(QStringLiteral("marrowkit"));
     int exitCode = 0;
     RunHandler([&] {
+        if (!ChooseLibrary(Has(argc, argv, "--choose-library"))) return;
         modGlobal::Start();
         const std::string commandLine = FromQt(QApplication::arguments().mid(1).join(QLatin1Char(' ')));
         frmMain window(commandLine);
