@@ -7,31 +7,35 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/Commands.h"
+#include "cli/Help.h"
 #include "global/modGlobal.h"
 #include "platform/errors/RuntimeError.h"
+#include "platform/installation/BuildVersion.h"
 
 namespace marrowkit::cli {
 
 namespace {
 
 constexpr const char* kDescription =
-    "Maintains the databases of a Vellora library: what the Marrowkit window does, for scripts and "
-    "terminals.";
+    "Maintains the databases of a Vellora library: what the Marrowkit window does,\n"
+    "for scripts and terminals.";
 
 constexpr const char* kFooter =
     "DB is a database's name in the library, or the path of an .mdb file.\n"
     "'marrowkit-cli COMMAND --help' explains a command and shows examples of it.\n"
     "\n"
-    "Results go to standard output, as CSV or (--json) as one JSON document; messages to standard error.\n"
-    "Exit codes: 0 done, 1 refused or failed with a message, 2 wrong usage, 70 an error nobody expected.";
+    "Results go to standard output, as CSV or (--json) as one JSON document; messages\n"
+    "go to standard error. Exit codes: 0 done, 1 refused or failed with a message,\n"
+    "2 wrong usage, 70 an error nobody expected.";
 
 void AddGlobalOptions(CLI::App& app, Session& session) {
     app.set_help_flag("-h,--help", "Explains the program or a command");
-    app.set_version_flag("--version", "Marrowkit " + modGlobal::VersionText());
+    app.set_version_flag("--version", BuildVersionText(),
+                         "Prints the version and the commit it was built from");
     app.add_option("--library", session.library,
-                   "Folder of the databases and of Empty.mdb (default: MARROWKIT_LIBRARY in the environment, "
-                   "else the program's own folder)")
-        ->option_text("DIR");
+                   "Folder of the databases and of Empty.mdb; else what MARROWKIT_LIBRARY in the environment "
+                   "names, else the folder that the desktop program remembers, else the program's own")
+        ->type_name("DIR");
     app.add_flag("--json", session.json, "Results as JSON instead of CSV");
     app.add_flag("--quiet", session.quiet, "No progress and no notices, only results and failures");
     app.add_flag("--yes", session.yes, "Answers every confirmation with Yes");
@@ -77,27 +81,28 @@ int RunChosenCommand(Session& session) {
 
 }  // namespace
 
-int RunCommandLine(std::vector<std::string> arguments, const Streams& streams) {
-    Session session(streams);
-    CLI::App app(kDescription, "marrowkit-cli");
+void BuildCommandLine(CLI::App& app, Session& session) {
+    app.name("marrowkit-cli");
+    app.description(kDescription);
     app.footer(kFooter);
     app.fallthrough();  // global options may stand behind the command as well
     app.require_subcommand(1);
+    StyleHelp(app);
     AddGlobalOptions(app, session);
     AddCommands(app, session);
+}
+
+int RunCommandLine(std::vector<std::string> arguments, const Streams& streams) {
+    Session session(streams);
+    CLI::App app;
+    BuildCommandLine(app, session);
     try {
         std::reverse(arguments.begin(), arguments.end());  // as parse() wants them
         app.parse(arguments);
     } catch (const CLI::ParseError& error) {
-        // A mistyped command would be told as a missing one.
-        if (app.get_subcommands().empty() && error.get_name() == "RequiredError" &&
-            !app.remaining().empty()) {
-            streams.err << "There is no command '" << app.remaining().front()
-                        << "'.\nRun with --help for more information.\n";
-            return kWrongUsage;
-        }
-        const int code = app.exit(error, streams.out, streams.err);
-        return code == 0 ? kDone : kWrongUsage;
+        if (error.get_exit_code() == 0) return app.exit(error, streams.out, streams.err);
+        streams.err << WrongUsageText(app, error);
+        return kWrongUsage;
     }
     return RunChosenCommand(session);
 }

@@ -165,12 +165,18 @@ void AddOptions(CLI::App& command, Arguments& arguments) {
     command.add_option("--into", arguments.into, "Adds the games to this database instead")
         ->option_text("DB")
         ->excludes(name);
-    command.add_option("--name-column", options.nameColumn, "Datafile column of the game's name")
+    command
+        .add_option("--name-column", options.nameColumn,
+                    "Datafile column of the game's name: 1 the parent's name, 2 the parent's description, 3 "
+                    "the game's name, 4 the game's description, 5 the ROM's name, 8 the name in RomOf")
+        ->type_name("N")
         ->check(CLI::IsMember(ColumnsOf(kNameColumns)))
         ->capture_default_str();
     command
         .add_option("--file-column", options.fileColumn,
-                    "Datafile column of the game's file name (7 is the size column)")
+                    "Datafile column of the game's file name: 1 the parent's name, 3 the game's name, 5 the "
+                    "ROM's name, 7 the size")
+        ->type_name("N")
         ->check(CLI::IsMember(ColumnsOf(kFileColumns)))
         ->capture_default_str();
     command.add_flag("--skip-duplicates", options.skipDuplicates, "Only the first game of each name");
@@ -199,13 +205,13 @@ void AddImportCommand(CLI::App& app, Session& session) {
     CLI::App* command = app.add_subcommand("import", "Makes a database of a RomCenter 2.00 datafile");
     AddOptions(*command, *arguments);
     command->footer(
-        "Ctrl-C cancels, until the database is being written. The report is written also when the import "
-        "fails:\n"
-        "it names the lines that cannot be read.\n"
+        "Ctrl-C cancels, until the database is being written. The report is written also\n"
+        "when the import fails: it names the lines that cannot be read.\n"
         "\n"
         "Examples:\n"
         "  marrowkit-cli import 'Atari ST - TOSEC.dat'\n"
-        "  marrowkit-cli import mame.dat --name Arcade --name-column 4 --skip-duplicates --roms ~/roms\n"
+        "  marrowkit-cli import mame.dat --name Arcade --name-column 4 --skip-duplicates \\\n"
+        "      --roms ~/roms\n"
         "  marrowkit-cli import more.dat --into Arcade --dry-run");
     command->callback([&session, arguments] {
         session.run = [arguments](Session& current) { return ImportCommand(current, *arguments).Run(); };

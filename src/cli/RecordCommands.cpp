@@ -32,7 +32,8 @@ CLI::Validator IsLookupTable() {
     }
     return CLI::Validator(
         [names](const std::string& text) {
-            return FindLookupTable(text) != nullptr ? std::string() : "TABLE is one of " + names;
+            return FindLookupTable(text) != nullptr ? std::string()
+                                                    : "There is no such table; it is one of " + names;
         },
         "TABLE");
 }

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "cli/CommandLineTester.h"
+#include "global/modGlobal.h"
+#include "platform/installation/BuildVersion.h"
 #include "support/TemporaryFolder.h"
 
 namespace marrowkit::test {
@@ -28,7 +30,9 @@ TEST(CommandLine, ExplainsACommandWithExamples) {
 TEST(CommandLine, TellsItsVersion) {
     const CommandLineRun run = RunCli({"--version"});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.out, "Marrowkit 1.1\n");
+    EXPECT_EQ(run.out, BuildVersionText() + "\n");
+    // The number is that of the windows and of the files.
+    EXPECT_THAT(run.out, testing::StartsWith("Marrowkit " + modGlobal::VersionText() + " (commit "));
 }
 
 TEST(CommandLine, EndsWith2ForWrongUsage) {
@@ -44,8 +48,22 @@ TEST(CommandLine, EndsWith2ForWrongUsage) {
 TEST(CommandLine, NamesACommandThatThereIsNot) {
     const CommandLineRun run = RunCli({"lst", "--json"});
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_EQ(run.err, "There is no command 'lst'.\nRun with --help for more information.\n");
-    EXPECT_EQ(RunCli({}).err, "A subcommand is required\nRun with --help for more information.\n");
+    EXPECT_EQ(
+        run.err,
+        "There is no command 'lst'. Did you mean 'list'?\n'marrowkit-cli --help' lists the commands.\n");
+    EXPECT_THAT(RunCli({"chekc"}).err, HasSubstr("Did you mean 'check'?"));
+    EXPECT_THAT(RunCli({"delete-recrod"}).err, HasSubstr("Did you mean 'delete-record'?"));
+    EXPECT_THAT(RunCli({"x"}).err, Not(HasSubstr("mean")));
+    EXPECT_EQ(RunCli({}).err, "A command is missing.\n'marrowkit-cli --help' lists the commands.\n");
+}
+
+TEST(CommandLine, ShowsTheUsageOfACommandThatIsUsedWrongly) {
+    EXPECT_EQ(RunCli({"export", "a.mdb"}).err,
+              "TABLE is required\nUsage: marrowkit-cli export [OPTIONS] FILE TABLE\n"
+              "'marrowkit-cli export --help' explains it.\n");
+    EXPECT_EQ(RunCli({"list", "--library"}).err,
+              "--library: 1 required DIR missing\nUsage: marrowkit-cli list [OPTIONS]\n"
+              "'marrowkit-cli list --help' explains it.\n");
 }
 
 TEST(CommandLine, TakesGlobalOptionsBeforeAndBehindTheCommand) {

@@ -1,0 +1,146 @@
+#include "cli/Help.h"
+
+#include <algorithm>
+#include <memory>
+#include <numeric>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+namespace marrowkit::cli {
+
+namespace {
+
+constexpr std::size_t kTerminalColumns = 80;
+constexpr std::size_t kNameColumns = 26;
+
+std::string Wrapped(const std::string& text, std::size_t columns) {
+    std::string result;
+    std::size_t lineLength = 0;
+    for (const std::string& word : CLI::detail::split(text, ' ')) {
+        if (lineLength > 0 && lineLength + 1 + word.size() > columns) {
+            result += '\n';
+            lineLength = 0;
+        } else if (lineLength > 0) {
+            result += ' ';
+            ++lineLength;
+        }
+        result += word;
+        lineLength += word.size();
+    }
+    return result;
+}
+
+/// Paragraphs filled anew; indented lines (examples) stay as they are.
+std::string Filled(const std::string& text) {
+    std::string result;
+    std::string paragraph;
+    const auto endParagraph = [&] {
+        if (!paragraph.empty()) result += Wrapped(paragraph, kTerminalColumns) + "\n";
+        paragraph.clear();
+    };
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty() && line.front() != ' ') {
+            paragraph += (paragraph.empty() ? "" : " ") + line;
+            continue;
+        }
+        endParagraph();
+        result += line + "\n";
+    }
+    endParagraph();
+    return result;
+}
+
+class HelpFormatter : public CLI::Formatter {
+public:
+    HelpFormatter() {
+        label("SUBCOMMAND", "COMMAND");
+        label("Subcommands", "Commands");
+        label("Positionals", "Arguments");
+        column_width(kNameColumns);
+    }
+
+    /// Behind an option's name only what it takes; the rest is said in its description. An argument's name
+    /// says what it is.
+    std::string make_option_opts(const CLI::Option* option) const override {
+        if (option->get_positional()) return option->get_expected_max() > 1 ? "..." : "";
+        if (option->get_type_size() == 0) return "";
+        return " " +
+               (option->get_option_text().empty() ? option->get_type_name() : option->get_option_text());
+    }
+
+    std::string make_option_desc(const CLI::Option* option) const override {
+        std::string text = option->get_description();
+        if (!option->get_default_str().empty()) text += " (default: " + option->get_default_str() + ")";
+        for (const CLI::Option* other : option->get_excludes()) text += "; not with " + other->get_name();
+        for (const CLI::Option* other : option->get_needs()) text += "; needs " + other->get_name();
+        return Wrapped(text, kTerminalColumns - kNameColumns);
+    }
+
+    std::string make_footer(const CLI::App* app) const override {
+        constexpr const char* kGlobalOptions =
+            "\n\nThe options of the program (--library, --json, --quiet, --yes) may stand behind a command, "
+            "too.";
+        return Filled(app->get_footer() + (app->get_parent() != nullptr ? kGlobalOptions : ""));
+    }
+};
+
+/// How many letters have to be typed, left out, changed or swapped with the next to make `b` of `a`.
+std::size_t EditDistance(std::string_view a, std::string_view b) {
+    std::vector<std::vector<std::size_t>> distance(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+    for (std::size_t i = 0; i <= a.size(); ++i) distance[i][0] = i;
+    std::iota(distance[0].begin(), distance[0].end(), std::size_t{0});
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            const std::size_t changed = distance[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+            distance[i][j] = std::min({distance[i - 1][j] + 1, distance[i][j - 1] + 1, changed});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
+                distance[i][j] = std::min(distance[i][j], distance[i - 2][j - 2] + 1);
+            }
+        }
+    }
+    return distance[a.size()][b.size()];
+}
+
+/// " Did you mean 'list'?", or nothing when no command is like it.
+std::string Suggestion(const CLI::App& app, const std::string& typed) {
+    std::string best;
+    std::size_t bestDistance = 1 + typed.size() / 3;
+    for (const CLI::App* command : app.get_subcommands(nullptr)) {
+        const std::size_t distance = EditDistance(typed, command->get_name());
+        if (distance > bestDistance || (distance == bestDistance && !best.empty())) continue;
+        best = command->get_name();
+        bestDistance = distance;
+    }
+    return best.empty() ? "" : " Did you mean '" + best + "'?";
+}
+
+}  // namespace
+
+void StyleHelp(CLI::App& app) {
+    app.formatter(std::make_shared<HelpFormatter>());
+}
+
+std::string WrongUsageText(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    const std::string program = app.get_name();
+    if (chosen.empty() && error.get_name() == "RequiredError") {
+        // The parser calls a mistyped command a missing one.
+        const std::vector<std::string> rest = app.remaining();
+        const std::string what =
+            rest.empty() ? "A command is missing."
+                         : "There is no command '" + rest.front() + "'." + Suggestion(app, rest.front());
+        return what + "\n'" + program + " --help' lists the commands.\n";
+    }
+    std::string text = std::string(error.what()) + "\n";
+    if (chosen.empty()) return text + "'" + program + " --help' lists the options.\n";
+    const std::string command = program + " " + chosen.front()->get_name();
+    const auto formatter = std::dynamic_pointer_cast<CLI::Formatter>(app.get_formatter());
+    return text + formatter->make_usage(chosen.front(), command) + "'" + command + " --help' explains it.\n";
+}
+
+}  // namespace marrowkit::cli
