@@ -1,5 +1,7 @@
 #include "cli/Commands.h"
 
+#include <CLI/CLI.hpp>
+
 namespace marrowkit::cli {
 
 namespace {
@@ -31,6 +33,7 @@ constexpr AddCommand kCommands[] = {
 
 void AddCommands(CLI::App& app, Session& session) {
     for (const AddCommand add : kCommands) add(app, session);
+    for (CLI::App* command : app.get_subcommands(nullptr)) command->group("Commands");
 }
 
 }  // namespace marrowkit::cli

@@ -59,7 +59,6 @@ class HelpFormatter : public CLI::Formatter {
 public:
     HelpFormatter() {
         label("SUBCOMMAND", "COMMAND");
-        label("Subcommands", "Commands");
         label("Positionals", "Arguments");
         column_width(kNameColumns);
     }
@@ -69,8 +68,10 @@ public:
     std::string make_option_opts(const CLI::Option* option) const override {
         if (option->get_positional()) return option->get_expected_max() > 1 ? "..." : "";
         if (option->get_type_size() == 0) return "";
+        const std::string what = option->get_option_text();
+        // A type's name goes on with the values that are allowed.
         return " " +
-               (option->get_option_text().empty() ? option->get_type_name() : option->get_option_text());
+               (what.empty() ? option->get_type_name().substr(0, option->get_type_name().find(':')) : what);
     }
 
     std::string make_option_desc(const CLI::Option* option) const override {

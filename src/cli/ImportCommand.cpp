@@ -210,8 +210,7 @@ void AddImportCommand(CLI::App& app, Session& session) {
         "\n"
         "Examples:\n"
         "  marrowkit-cli import 'Atari ST - TOSEC.dat'\n"
-        "  marrowkit-cli import mame.dat --name Arcade --name-column 4 --skip-duplicates \\\n"
-        "      --roms ~/roms\n"
+        "  marrowkit-cli import mame.dat --name Arcade --name-column 4 --roms ~/roms\n"
         "  marrowkit-cli import more.dat --into Arcade --dry-run");
     command->callback([&session, arguments] {
         session.run = [arguments](Session& current) { return ImportCommand(current, *arguments).Run(); };

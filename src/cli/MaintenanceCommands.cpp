@@ -23,8 +23,9 @@ struct Operation {
 };
 
 constexpr Operation kOperations[] = {
-    {"fix", "Scan and fix: repairs data that the frontend stumbles over",
-     "Replaces Nulls by neutral values and length types that the frontend does not know by 19.\n"
+    {"fix", "Repairs data that the frontend stumbles over",
+     "Scans and fixes: replaces Nulls by neutral values and length types that the frontend does not know by "
+     "19.\n"
      "\n"
      "Examples:\n"
      "  marrowkit-cli fix Arcade",

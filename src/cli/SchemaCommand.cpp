@@ -12,8 +12,7 @@ namespace marrowkit::cli {
 
 void AddSchemaCommand(CLI::App& app, Session& session) {
     const auto file = std::make_shared<std::string>();
-    CLI::App* command =
-        app.add_subcommand("schema", "The design of a database: tables, indexes, relationships");
+    CLI::App* command = app.add_subcommand("schema", "Tables, indexes and relationships of a database");
     command->add_option("FILE", *file, kDatabaseFileHelp)->required();
     command->footer(
         "Written as the SQL that would make it; what SQL has no words for stands in\n"

@@ -66,7 +66,7 @@ void AddSqlCommand(CLI::App& app, Session& session) {
         "and prints how many records it affected.\n"
         "\n"
         "Examples:\n"
-        "  marrowkit-cli sql Arcade.mdb \"SELECT Name, Filename FROM Games WHERE Name LIKE 'z*'\"\n"
+        "  marrowkit-cli sql Arcade.mdb \"SELECT Name FROM Games WHERE Name LIKE 'z*'\"\n"
         "  marrowkit-cli sql --json Arcade.mdb \"SELECT COUNT(*) AS n FROM Games\"\n"
         "  marrowkit-cli sql Arcade.mdb \"UPDATE Games SET Fav = True WHERE Rating > 8\"");
     command->callback([&session, options] {

@@ -123,16 +123,18 @@ TEST(CommandManual, BashOffersValues) {
 }
 
 TEST(CommandManual, ZshNamesTheRealCommandsAndOptions) {
-    const std::string text = PackagingFile("completions/_marrowkit-cli");
+    // The list of commands, the program's options, then a case with the options of each command.
+    std::istringstream text(PackagingFile("completions/_marrowkit-cli"));
     Options named;
-    named[""] = AllMatches(text.substr(0, text.find("case $state")), R"('(?:\([^)]*\))?(--[-a-z0-9]+)=?\[)");
-    named[""].insert(AllMatches(text, R"(\{-h,(--help)\})").begin(),
-                     AllMatches(text, R"(\{-h,(--help)\})").end());
-    for (const std::string& command : AllMatches(text, R"(\n    '([-a-z]+):)")) named[command];
-    const std::regex block(R"(\n {8}([-a-z|]+)\)\n((?: {12}.*\n)*))");
-    for (std::sregex_iterator match(text.begin(), text.end(), block), end; match != end; ++match) {
-        for (const std::string& command : AllMatches((*match)[1], "([-a-z]+)")) {
-            named[command] = AllMatches((*match)[2], R"('(?:\([^)]*\))?(--[-a-z0-9]+)=?\[)");
+    Names commands = {""};
+    std::smatch match;
+    for (std::string line; std::getline(text, line);) {
+        if (std::regex_match(line, match, std::regex(" {4}'([-a-z]+):.*"))) named[match[1]];
+        if (std::regex_match(line, match, std::regex(" {8}([-a-z|]+)\\)")))
+            commands = AllMatches(match[1], "([-a-z]+)");
+        for (const std::string& command : commands) {
+            named[command].merge(AllMatches(line, R"(['")}](?:\([^)]*\))?(--[-a-z0-9]+)=?\[)"));
+            if (line.find("{-h,--help}") != std::string::npos) named[command].insert("--help");
         }
     }
     EXPECT_EQ(named, RealOptions());
