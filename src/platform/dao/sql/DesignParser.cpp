@@ -181,6 +181,26 @@ struct Constraints {
     std::vector<jet::Relationship> relationships;
 };
 
+/// PRIMARY KEY | UNIQUE
+jet::Index TakeKeyKind(TokenStream& tokens, std::string name) {
+    jet::Index index;
+    index.primaryKey = tokens.TakeKeyword("PRIMARY");
+    if (index.primaryKey ? !tokens.TakeKeyword("KEY") : !tokens.TakeKeyword("UNIQUE"))
+        RaiseSql(SqlError::ConstraintSyntax);
+    index.unique = true;
+    index.required = index.primaryKey;
+    index.name = std::move(name);
+    return index;
+}
+
+/// [CONSTRAINT name]: empty without one.
+std::string TakeConstraintName(TokenStream& tokens) {
+    if (!tokens.TakeKeyword("CONSTRAINT")) return {};
+    std::string name = TakeName(tokens);
+    if (name.empty()) RaiseSql(SqlError::ConstraintSyntax);
+    return name;
+}
+
 /// PRIMARY KEY | UNIQUE | NOT NULL | REFERENCES ... behind a column.
 void TakeColumnConstraint(TokenStream& tokens, std::string name, jet::Column& column,
                           Constraints& constraints) {
@@ -194,13 +214,7 @@ void TakeColumnConstraint(TokenStream& tokens, std::string name, jet::Column& co
         constraints.relationships.back().name = std::move(name);
         return;
     }
-    jet::Index index;
-    index.primaryKey = tokens.TakeKeyword("PRIMARY");
-    if (index.primaryKey ? !tokens.TakeKeyword("KEY") : !tokens.TakeKeyword("UNIQUE"))
-        RaiseSql(SqlError::ConstraintSyntax);
-    index.unique = true;
-    index.required = index.primaryKey;
-    index.name = std::move(name);
+    jet::Index index = TakeKeyKind(tokens, std::move(name));
     index.parts.push_back({column.name, true});
     constraints.indexes.push_back(std::move(index));
 }
@@ -217,23 +231,14 @@ void TakeColumnOptions(TokenStream& tokens, jet::Column& column, Constraints& co
             const NodePtr value = expression::Parser(tokens).ParseTerm();
             column.defaultValue = tokens.Source().substr(start, value->end - start);
         } else {
-            std::string name;
-            if (tokens.TakeKeyword("CONSTRAINT")) {
-                name = TakeName(tokens);
-                if (name.empty()) RaiseSql(SqlError::ConstraintSyntax);
-            }
-            TakeColumnConstraint(tokens, std::move(name), column, constraints);
+            TakeColumnConstraint(tokens, TakeConstraintName(tokens), column, constraints);
         }
     }
 }
 
 /// [CONSTRAINT name] PRIMARY KEY | UNIQUE | FOREIGN KEY over columns of the table.
 void TakeTableConstraint(TokenStream& tokens, Constraints& constraints) {
-    std::string name;
-    if (tokens.TakeKeyword("CONSTRAINT")) {
-        name = TakeName(tokens);
-        if (name.empty()) RaiseSql(SqlError::ConstraintSyntax);
-    }
+    std::string name = TakeConstraintName(tokens);
     if (tokens.TakeKeyword("FOREIGN")) {
         std::vector<std::string> columns;
         if (!tokens.TakeKeyword("KEY")) RaiseSql(SqlError::ConstraintSyntax);
@@ -244,13 +249,7 @@ void TakeTableConstraint(TokenStream& tokens, Constraints& constraints) {
         constraints.relationships.back().name = std::move(name);
         return;
     }
-    jet::Index index;
-    index.primaryKey = tokens.TakeKeyword("PRIMARY");
-    if (index.primaryKey ? !tokens.TakeKeyword("KEY") : !tokens.TakeKeyword("UNIQUE"))
-        RaiseSql(SqlError::ConstraintSyntax);
-    index.unique = true;
-    index.required = index.primaryKey;
-    index.name = std::move(name);
+    jet::Index index = TakeKeyKind(tokens, std::move(name));
     if (!tokens.TakeSymbol("(")) RaiseSql(SqlError::ConstraintSyntax);
     do {
         index.parts.push_back(TakeIndexPart(tokens, SqlError::ConstraintSyntax));

@@ -13,7 +13,4 @@ namespace marrowkit::dao::sql {
 /// over that nobody knows, 3067, 3078, 3079, 3093, 3096, 3103, 3122, 3615 and what evaluating raises.
 std::unique_ptr<Result> OpenSelect(jet::Database& database, const Select& select);
 
-/// All rows and columns of a table.
-std::unique_ptr<Result> OpenTableResult(std::shared_ptr<jet::Table> table);
-
 }  // namespace marrowkit::dao::sql

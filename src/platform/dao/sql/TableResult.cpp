@@ -146,4 +146,16 @@ void TableResult::Freeze() {
     frozen_ = std::move(frozen);
 }
 
+std::unique_ptr<Result> OpenTableResult(std::shared_ptr<jet::Table> table) {
+    auto scope = std::make_shared<Scope>();
+    scope->AddOpenTable(table);
+    TableResult::Plan plan{std::move(scope), {}, {}, {}, RowReader(table)};
+    for (std::size_t i = 0; i < table->Columns().size(); ++i) {
+        TableOutput output;
+        output.column = {table->Columns()[i].name, table->Columns()[i].type, i};
+        plan.outputs.push_back(std::move(output));
+    }
+    return std::make_unique<TableResult>(std::move(plan));
+}
+
 }  // namespace marrowkit::dao::sql

@@ -80,4 +80,7 @@ private:
     std::optional<jet::Row> values_;
 };
 
+/// All rows and columns of a table.
+std::unique_ptr<Result> OpenTableResult(std::shared_ptr<jet::Table> table);
+
 }  // namespace marrowkit::dao::sql

@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 
-#include "platform/errors/RuntimeError.h"
 #include "platform/jet/expression/Characters.h"
+#include "platform/jet/expression/ClauseWords.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::expression {
@@ -46,27 +45,11 @@ constexpr std::array kInfixes{
     Infix{"^", Operator::Power, 14},
 };
 
-/// Words that end an expression. Left and Right end it only in front of a join's other words, where no
-/// operand is expected, so the functions of these names are not in the way.
-constexpr std::array<std::string_view, 20> kClauseWords{
-    "AS",   "FROM",  "INTO", "WHERE", "GROUP", "HAVING", "ORDER", "ASC",  "DESC",   "INNER",
-    "LEFT", "RIGHT", "JOIN", "ON",    "SET",   "VALUES", "UNION", "WITH", "SELECT", "BY"};
-
 const Infix* FindInfix(const Token& token) {
     if (token.kind != TokenKind::Name && token.kind != TokenKind::Symbol) return nullptr;
     const auto* found = std::find_if(kInfixes.begin(), kInfixes.end(),
                                      [&](const Infix& infix) { return SameName(token.text, infix.text); });
     return found == kInfixes.end() ? nullptr : found;
-}
-
-bool IsClauseWord(const Token& token) {
-    return token.kind == TokenKind::Name &&
-           std::any_of(kClauseWords.begin(), kClauseWords.end(),
-                       [&](std::string_view word) { return SameName(token.text, word); });
-}
-
-bool IsWord(const Token& token, std::string_view word) {
-    return token.kind == TokenKind::Name && SameName(token.text, word);
 }
 
 /// The word of an operator cannot be a name without brackets.
@@ -87,37 +70,6 @@ NodePtr MakeLiteral(jet::Value value, const Token& token) {
 }
 
 }  // namespace
-
-const Token& TokenStream::Peek(std::size_t ahead) const {
-    return tokens_[std::min(at_ + ahead, tokens_.size() - 1)];
-}
-
-const Token& TokenStream::Take() {
-    const Token& token = Peek();
-    if (at_ + 1 < tokens_.size()) ++at_;
-    return token;
-}
-
-bool TokenStream::IsKeyword(std::string_view word, std::size_t ahead) const {
-    return IsWord(Peek(ahead), word);
-}
-
-bool TokenStream::TakeKeyword(std::string_view word) {
-    if (!IsKeyword(word)) return false;
-    Take();
-    return true;
-}
-
-bool TokenStream::IsSymbol(std::string_view symbol, std::size_t ahead) const {
-    const Token& token = Peek(ahead);
-    return token.kind == TokenKind::Symbol && token.text == symbol;
-}
-
-bool TokenStream::TakeSymbol(std::string_view symbol) {
-    if (!IsSymbol(symbol)) return false;
-    Take();
-    return true;
-}
 
 NodePtr Parser::ParseExpression() {
     if (nesting_ == 0) start_ = tokens_->Position();
@@ -382,63 +334,6 @@ NodePtr Parser::ParseCall(const Token& name) {
     if (!tokens_->IsSymbol(")")) FailHere();
     node->end = tokens_->Take().end;
     return node;
-}
-
-/// Words the mistake by the token it was met at.
-void Parser::FailHere() const {
-    const Token& token = tokens_->Peek();
-    switch (token.kind) {
-        case TokenKind::BadText:
-            Fail("Syntax error in string");
-        case TokenKind::BadDate:
-            Fail("Syntax error in date");
-        case TokenKind::BadNumber:
-            Fail("Syntax error in number");
-        case TokenKind::BadBracket:
-            throw RuntimeError(3126, "Invalid bracketing of name '" +
-                                         tokens_->Source().substr(token.start, token.end - token.start) +
-                                         "'.");
-        case TokenKind::BadCharacter:
-            Fail("Syntax error");
-        default:
-            break;
-    }
-    if (token.kind == TokenKind::End || token.text == ";") {
-        const std::string text = ClauseText(start_);
-        const auto open = std::count(text.begin(), text.end(), '(');
-        if (open > std::count(text.begin(), text.end(), ')')) Fail("Missing ), ], or Item");
-    }
-    if (token.text == ",") Fail("Syntax error (comma)");
-    Fail("Syntax error (missing operator)");
-}
-
-/// The expression as it is quoted in messages: up to the next clause of the statement.
-std::string Parser::ClauseText(std::size_t position) const {
-    TokenStream tokens = *tokens_;
-    tokens.Return(position);
-    const std::size_t start = tokens.Peek().start;
-    std::size_t end = start;
-    for (int depth = 0; !tokens.AtEnd(); end = tokens.Take().end) {
-        const Token& token = tokens.Peek();
-        if (token.text == ";" && token.kind == TokenKind::Symbol) break;
-        if (style_ == ErrorStyle::Query && depth == 0 && end > start && IsClauseWord(token) &&
-            !SameName(token.text, "On"))
-            break;
-        if (token.kind != TokenKind::Symbol) continue;
-        if (token.text == "(") ++depth;
-        if (token.text == ")") --depth;
-        if (token.text == "," && depth == 0 && tokens.Position() > tokens_->Position()) break;
-    }
-    return tokens.Source().substr(start, end - start);
-}
-
-void Parser::Fail(std::string_view message, std::size_t expressionPosition) const {
-    if (style_ == ErrorStyle::Plain)
-        throw RuntimeError(static_cast<int>(jet::JetError::ExpressionSyntaxNoText),
-                           std::string(message) + " in expression.");
-    throw RuntimeError(
-        static_cast<int>(jet::JetError::ExpressionSyntax),
-        std::string(message) + " in query expression '" + ClauseText(expressionPosition) + "'.");
 }
 
 }  // namespace marrowkit::expression

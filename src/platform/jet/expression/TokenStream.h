@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/jet/expression/Lexer.h"
+
+namespace marrowkit::expression {
+
+/// The tokens of one statement or expression, and a place among them.
+class TokenStream {
+public:
+    explicit TokenStream(std::string_view source) : source_(source), tokens_(Tokenize(source_)) {}
+
+    const Token& Peek(std::size_t ahead = 0) const;
+    const Token& Take();
+    std::size_t Position() const { return at_; }
+    void Return(std::size_t position) { at_ = position; }
+
+    bool AtEnd() const { return Peek().kind == TokenKind::End; }
+    /// Keywords are unbracketed names, in either case.
+    bool IsKeyword(std::string_view word, std::size_t ahead = 0) const;
+    bool TakeKeyword(std::string_view word);
+    bool IsSymbol(std::string_view symbol, std::size_t ahead = 0) const;
+    bool TakeSymbol(std::string_view symbol);
+
+    const std::string& Source() const { return source_; }
+
+private:
+    std::string source_;
+    std::vector<Token> tokens_;
+    std::size_t at_ = 0;
+};
+
+}  // namespace marrowkit::expression
