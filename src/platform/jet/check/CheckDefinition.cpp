@@ -125,28 +125,6 @@ void CheckDefinition(CheckContext& context, const std::string& name, const Table
     DefinitionCheck(context, name, definition).Run();
 }
 
-std::uint32_t FixedWidth(ColumnType type) {
-    switch (type) {
-        case ColumnType::Byte:
-            return 1;
-        case ColumnType::Integer:
-            return 2;
-        case ColumnType::Long:
-        case ColumnType::Single:
-            return 4;
-        case ColumnType::Currency:
-        case ColumnType::Double:
-        case ColumnType::DateTime:
-            return 8;
-        case ColumnType::Guid:
-            return 16;
-        case ColumnType::Numeric:
-            return 17;
-        default:
-            return 0;
-    }
-}
-
 bool HasItsColumns(const TableDefinition& definition, const RealIndex& index) {
     return std::all_of(index.columns.begin(), index.columns.end(), [&](const IndexColumn& part) {
         return definition.ColumnByNumber(part.columnNumber) != nullptr;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/jet/format/JetErrors.h"
+#include "platform/jet/format/RowCodec.h"
 #include "platform/jet/format/TextCodec.h"
 
 namespace marrowkit::jet {
@@ -12,7 +13,6 @@ namespace {
 constexpr int kMaxBinaryBytesJet3 = 255;
 constexpr int kMaxBinaryBytesJet4 = 510;
 constexpr int kMaxNumericPrecision = 28;
-constexpr std::uint16_t kNumericBytes = 17;
 
 bool IsVariable(ColumnType type) {
     return type == ColumnType::Text || type == ColumnType::Binary || type == ColumnType::Memo ||
@@ -28,19 +28,7 @@ std::uint16_t CheckedSize(int size, int standard, int largest) {
 std::uint16_t LengthBytes(JetVersion version, const Column& column) {
     switch (column.type) {
         case ColumnType::Boolean:
-        case ColumnType::Byte:
             return 1;
-        case ColumnType::Integer:
-            return 2;
-        case ColumnType::Long:
-        case ColumnType::Single:
-            return 4;
-        case ColumnType::Currency:
-        case ColumnType::Double:
-        case ColumnType::DateTime:
-            return 8;
-        case ColumnType::Guid:
-            return 16;
         case ColumnType::Text: {
             const std::uint16_t chars = CheckedSize(column.size, kMaxTextChars, kMaxTextChars);
             return static_cast<std::uint16_t>(version == JetVersion::Jet3 ? chars : chars * 2);
@@ -56,10 +44,11 @@ std::uint16_t LengthBytes(JetVersion version, const Column& column) {
                 column.precision > kMaxNumericPrecision || column.scale > column.precision) {
                 RaiseJet(JetError::InvalidFieldType);
             }
-            return kNumericBytes;
-        case ColumnType::FixedBlock:
+            break;
+        default:
             break;
     }
+    if (const std::uint32_t width = FixedWidth(column.type)) return static_cast<std::uint16_t>(width);
     RaiseJet(JetError::InvalidFieldType);
 }
 

@@ -7,6 +7,7 @@
 #include "platform/jet/engine/TableCreation.h"
 #include "platform/jet/expression/Calendar.h"
 #include "platform/jet/format/JetErrors.h"
+#include "platform/jet/format/RowCodec.h"
 
 namespace marrowkit::jet {
 
@@ -95,19 +96,12 @@ std::array<SystemTable, 4> SystemTables(JetVersion version) {
 std::uint16_t SystemLength(JetVersion version, ColumnType type) {
     switch (type) {
         case ColumnType::Boolean:
-        case ColumnType::Byte:
             return 1;
-        case ColumnType::Integer:
-            return 2;
-        case ColumnType::Long:
-            return 4;
-        case ColumnType::DateTime:
-            return 8;
         case ColumnType::Text:
         case ColumnType::Binary:
             return version == JetVersion::Jet3 ? 255 : 510;
         default:
-            return 0;
+            return static_cast<std::uint16_t>(FixedWidth(type));
     }
 }
 

@@ -63,7 +63,10 @@ std::vector<std::uint8_t> EncodeRow(const Geometry& geometry, const TableDefinit
 std::vector<std::uint8_t> EncodeValue(const Geometry& geometry, const ColumnDefinition& column,
                                       const Value& value);
 
-/// Width of a value in the fixed area; 0 for a Boolean, whose value is its bit in the null mask.
+/// Bytes of a value of a type that always has the same width; 0 for the other types, and for Boolean, whose
+/// value is its bit in the null mask.
+std::uint32_t FixedWidth(ColumnType type);
+/// Width of a column's value in the fixed area: that of its type, or the column's own.
 std::uint32_t FixedWidth(const ColumnDefinition& column);
 
 /// Decodes a value's stored bytes; for Memo and OLE the whole long value.

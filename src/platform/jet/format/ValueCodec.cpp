@@ -14,10 +14,8 @@ constexpr std::size_t kMaxCompressedMemoChars = 1024;
 
 }  // namespace
 
-std::uint32_t FixedWidth(const ColumnDefinition& column) {
-    switch (column.type) {
-        case ColumnType::Boolean:
-            return 0;
+std::uint32_t FixedWidth(ColumnType type) {
+    switch (type) {
         case ColumnType::Byte:
             return 1;
         case ColumnType::Integer:
@@ -34,8 +32,14 @@ std::uint32_t FixedWidth(const ColumnDefinition& column) {
         case ColumnType::Numeric:
             return kNumericBytes;
         default:
-            return column.lengthBytes;
+            return 0;
     }
+}
+
+std::uint32_t FixedWidth(const ColumnDefinition& column) {
+    if (column.type == ColumnType::Boolean) return 0;
+    const std::uint32_t width = FixedWidth(column.type);
+    return width != 0 ? width : column.lengthBytes;
 }
 
 namespace {
