@@ -106,12 +106,13 @@ void Guard(CheckReport& report, const char* where, const Step& step) {
 
 }  // namespace
 
-void CheckOpenFile(const CheckFile& file, CheckReport& report) {
+void CheckOpenFile(const CheckFile& file, CheckReport& report, RowObserver* observer) {
     if (file.PageCount() <= kCatalogPage) {
         report.Add(0, {}, JetErrorText(JetError::Corrupt, {file.Path()}));
         return;
     }
     CheckContext context(file, report);
+    context.observer = observer;
     context.owners.Claim(0, context.owners.NewOwner("the header"));
     Guard(report, "header", [&] { CheckHeader(file, report); });
     Guard(report, "global map", [&] { CheckGlobalMap(context); });

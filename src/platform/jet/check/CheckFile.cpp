@@ -44,7 +44,8 @@ FilePage CheckFile::Read(PageNumber page) const {
         slot.chunk = chunk;
     }
     const std::size_t pageBytes = PageGeometry().pageBytes;
-    return {page, ByteView(*slot.bytes).Sub(page % kPagesPerChunk * pageBytes, pageBytes), slot.bytes};
+    const std::span bytes(slot.bytes.get() + page % kPagesPerChunk * pageBytes, pageBytes);
+    return {page, ByteView(bytes), slot.bytes};
 }
 
 FilePage CheckFile::Read(PageNumber page, PageType type) const {
@@ -61,12 +62,13 @@ CheckFile::Chunk CheckFile::LoadChunk(std::uint32_t chunk) const {
     const PageNumber first = chunk * kPagesPerChunk;
     const std::size_t pageBytes = PageGeometry().pageBytes;
     const std::size_t pages = std::min(kPagesPerChunk, pageCount_ - first);
-    auto bytes = std::make_shared<std::vector<std::uint8_t>>(pages * pageBytes);
-    const std::size_t got = file_->Read(std::uint64_t{first} * pageBytes, *bytes);
-    if (got != bytes->size()) throw Damage(first, "the file became shorter while it was read");
+    auto bytes = std::make_shared_for_overwrite<std::uint8_t[]>(pages * pageBytes);
+    const std::span<std::uint8_t> chunkBytes(bytes.get(), pages * pageBytes);
+    const std::size_t got = file_->Read(std::uint64_t{first} * pageBytes, chunkBytes);
+    if (got != chunkBytes.size()) throw Damage(first, "the file became shorter while it was read");
     if (header_.databaseKey != 0) {
         for (std::size_t i = 0; i < pages; ++i) {
-            const std::span<std::uint8_t> page(bytes->data() + i * pageBytes, pageBytes);
+            const std::span<std::uint8_t> page = chunkBytes.subspan(i * pageBytes, pageBytes);
             // Pages of an encoded file that were never written hold plain zeros.
             if (!IsAllZero(page)) {
                 ApplyPageEncoding(header_.databaseKey, first + static_cast<PageNumber>(i), page);

@@ -25,7 +25,7 @@ struct Damage : std::exception {
 struct FilePage {
     PageNumber number = 0;
     ByteView bytes;
-    std::shared_ptr<const std::vector<std::uint8_t>> keeper;
+    std::shared_ptr<const std::uint8_t[]> keeper;
 
     PageType Type() const { return static_cast<PageType>(bytes.U8(0)); }
 };
@@ -50,7 +50,7 @@ public:
     FilePage Read(PageNumber page, PageType type) const;
 
 private:
-    using Chunk = std::shared_ptr<const std::vector<std::uint8_t>>;
+    using Chunk = std::shared_ptr<const std::uint8_t[]>;
     Chunk LoadChunk(std::uint32_t chunk) const;
 
     std::string path_;

@@ -183,6 +183,7 @@ private:
             return;
         }
         if (!primaryTree->IsUnique()) Say(primary.name, index.name, "the referenced index is not unique");
+        if (!context_->report.Takes(Severity::Content)) return;
         if (!ValuesCompare(foreign, *foreignTree, primary, *primaryTree)) return;
         if (SameDirections(*foreignTree, *primaryTree)) {
             CompareTrees(foreign, index, *foreignTree, primary, *primaryTree);

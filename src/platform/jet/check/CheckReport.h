@@ -19,11 +19,13 @@ enum class Severity {
 /// Collects problems up to a limit. Walks go on after a problem and stop when the report is full.
 class CheckReport {
 public:
-    explicit CheckReport(std::size_t maxProblems) : maxProblems_(maxProblems) {}
+    /// Takes problems that are at least this severe.
+    explicit CheckReport(std::size_t maxProblems, Severity mildest = Severity::Content)
+        : maxProblems_(maxProblems), mildest_(mildest) {}
 
     void Add(PageNumber page, std::string_view table, std::string what,
              Severity severity = Severity::Structure) {
-        if (IsFull()) return;
+        if (IsFull() || !Takes(severity)) return;
         problems_.push_back({page, std::string(table), std::move(what)});
         severities_.push_back(severity);
     }
@@ -32,6 +34,9 @@ public:
             where.empty() ? damage.description : std::string(where) + ": " + damage.description);
     }
 
+    bool Takes(Severity severity) const {
+        return severity == Severity::Structure || mildest_ == Severity::Content;
+    }
     bool IsFull() const { return problems_.size() >= maxProblems_; }
     std::size_t Count() const { return problems_.size(); }
     const std::vector<Problem>& Problems() const { return problems_; }
@@ -39,6 +44,7 @@ public:
 
 private:
     std::size_t maxProblems_;
+    Severity mildest_;
     std::vector<Problem> problems_;
     std::vector<Severity> severities_;
 };

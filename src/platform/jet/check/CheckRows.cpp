@@ -14,19 +14,16 @@ std::uint64_t MixHash(std::uint64_t left, std::uint64_t right) {
 }
 
 std::uint64_t HashBytes(std::span<const std::uint8_t> bytes, std::uint64_t seed) {
-    std::uint64_t hash = MixHash(seed, bytes.size() + 1);
+    std::uint64_t hash = StepHash(seed, bytes.size());
     while (bytes.size() >= 8) {
         std::uint64_t word = 0;
         std::memcpy(&word, bytes.data(), 8);
-        hash = MixHash(hash, word);
+        hash = StepHash(hash, word);
         bytes = bytes.subspan(8);
     }
-    if (!bytes.empty()) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, bytes.data(), bytes.size());
-        hash = MixHash(hash, word);
-    }
-    return hash;
+    std::uint64_t rest = 0;
+    for (std::size_t i = 0; i < bytes.size(); ++i) rest |= std::uint64_t{bytes[i]} << 8 * i;
+    return MixHash(hash, rest);
 }
 
 void RowWalk::Run(const Visit& visit, const Problem& problem) const {
@@ -73,7 +70,10 @@ FileRow RowWalk::ReadTarget(RowId row, ByteView pointer) const {
 }
 
 FileRow RowWalk::Read(RowId row) const {
-    const DataPage page(file_->PageGeometry(), file_->Read(row.page, PageType::Data));
+    if (!lastRead_ || lastRead_->Number() != row.page) {
+        lastRead_.emplace(file_->PageGeometry(), file_->Read(row.page, PageType::Data));
+    }
+    const DataPage& page = *lastRead_;
     if (page.Owner() != table_) throw Damage(row.page, RowText(row) + " belongs to another table");
     const ByteView bytes = page.Bytes(row.slot);
     if (page.Flags(row.slot) == DataPage::kMovedFlag) return ReadTarget(row, bytes);
@@ -98,12 +98,18 @@ void KeyBuilder::Build(const RowView& row) {
     anyNull_ = false;
     allNull_ = true;
     for (std::size_t i = 0; i < columns_.size(); ++i) {
-        const bool isNull = columns_[i]->type != ColumnType::Boolean && row.IsNull(*columns_[i]);
+        const ColumnDefinition& column = *columns_[i];
+        const ByteView stored = row.Bytes(column);
+        const bool isNull = stored.Empty() && column.type != ColumnType::Boolean && row.IsNull(column);
         anyNull_ = anyNull_ || isNull;
         allNull_ = allNull_ && isNull;
-        if (!canBuild_) continue;
-        AppendKeyColumn(file_->Header().version, *columns_[i], ascending_[i],
-                        ReadValue(*file_, row, *columns_[i], kKeyTextBytes), key_);
+        if (!canBuild_ || AppendStoredKey(column, ascending_[i], stored, key_)) continue;
+        if (column.IsLongValue()) {
+            value_ = ReadValue(*file_, row, column, kKeyTextBytes);
+        } else {
+            row.DecodeInto(column, value_);
+        }
+        AppendKeyColumn(file_->Header().version, column, ascending_[i], value_, key_);
     }
 }
 

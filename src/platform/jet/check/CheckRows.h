@@ -1,7 +1,9 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -17,6 +19,11 @@ namespace marrowkit::jet::check {
 /// A 64-bit hash with well-mixed bits; not meant against somebody who looks for collisions.
 std::uint64_t HashBytes(std::span<const std::uint8_t> bytes, std::uint64_t seed);
 std::uint64_t MixHash(std::uint64_t left, std::uint64_t right);
+/// One step of a hash over words: one multiplication, and no two words that lead to the same result. What
+/// comes out in the end needs MixHash.
+constexpr std::uint64_t StepHash(std::uint64_t running, std::uint64_t word) {
+    return (std::rotl(running, 29) ^ word) * 0xD6E8FEB86659FD93U;
+}
 
 /// The same for every order of what was added: two sums and a count, so a few bytes stand for a whole table.
 struct Fingerprint {
@@ -46,7 +53,8 @@ public:
     /// OutOfBounds that `visit` throws are the row's problem as well.
     void Run(const Visit& visit, const Problem& problem) const;
 
-    /// The bytes of one row by its id; follows a move. Throws Damage when there is no such row.
+    /// The bytes of one row by its id; follows a move. Throws Damage when there is no such row. Cheap when
+    /// rows of one page are asked for one behind the other.
     FileRow Read(RowId row) const;
 
 private:
@@ -56,6 +64,7 @@ private:
     const CheckFile* file_;
     PageNumber table_;
     const std::vector<PageNumber>* ownedPages_;
+    mutable std::optional<DataPage> lastRead_;
 };
 
 /// Builds the keys that a table's rows have in one of its indexes.
@@ -83,6 +92,7 @@ private:
     bool canBuild_ = true;
     bool anyNull_ = false;
     bool allNull_ = false;
+    Value value_;
     std::vector<std::uint8_t> key_;
 };
 

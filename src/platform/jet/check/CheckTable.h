@@ -13,6 +13,16 @@
 
 namespace marrowkit::jet::check {
 
+/// Sees the rows of all tables as a verification comes by them.
+class RowObserver {
+public:
+    virtual ~RowObserver() = default;
+    /// The definition stays valid until the next table begins.
+    virtual void BeginTable(const TableDefinition& table) = 0;
+    /// May throw Damage or OutOfBounds: the row's problem.
+    virtual void SeeRow(RowId row, ByteView bytes) = 0;
+};
+
 /// What all parts of one verification share.
 struct CheckContext {
     const CheckFile& file;
@@ -23,6 +33,7 @@ struct CheckContext {
     std::vector<bool> treePages;    ///< index pages met in a walk
     PageOwners::Owner mapOwner;     ///< pages with usage maps
     PageOwners::Owner bitmapOwner;  ///< bitmap pages of usage maps
+    RowObserver* observer = nullptr;
 
     CheckContext(const CheckFile& file_, CheckReport& report_);
 
@@ -66,9 +77,6 @@ void CheckTableIndexes(CheckContext& context, CheckedTable& table,
 
 /// The name of the first logical index that uses a real one.
 std::string IndexName(const TableDefinition& definition, std::size_t realIndex);
-
-/// Bytes of a value of a type that always has the same width; 0 for the other types.
-std::uint32_t FixedWidth(ColumnType type);
 
 /// True when the index's columns all exist in its table.
 bool HasItsColumns(const TableDefinition& definition, const RealIndex& index);

@@ -70,7 +70,8 @@ private:
 
     void TakeEntry(PageNumber leaf, const IndexEntry& entry) {
         found_.Add(HashOf(entry));
-        if (index_->IsUnique() && found_.count > 1 && std::ranges::equal(entry.key, previousKey_) &&
+        if (!index_->IsUnique()) return;
+        if (found_.count > 1 && std::ranges::equal(entry.key, previousKey_) &&
             !IsAllNullKey(entry.key, *index_)) {
             Say(leaf, RowText(entry.row) + " has the key of another row", Severity::Content);
         }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstring>
 #include <optional>
 
 #include "platform/jet/check/CheckTable.h"
@@ -14,6 +15,8 @@ std::optional<std::size_t> StoredCharacters(JetVersion version, ByteView text) {
         if (text.Size() % 2 != 0) return std::nullopt;
         return text.Size() / 2;
     }
+    // Nearly always all of it is compressed.
+    if (std::memchr(text.Data() + 2, 0, text.Size() - 2) == nullptr) return text.Size() - 2;
     std::size_t characters = 0;
     bool isCompressed = true;
     for (std::size_t at = 2; at < text.Size();) {
@@ -45,12 +48,14 @@ public:
             // Booleans are never Null.
             if (column->type != ColumnType::Boolean) requiredColumns_.push_back({&*column, 0, {}});
         }
+        PlanValues();
     }
 
     void Run() {
         ClaimLongValues();
         CheckPages();
         const std::size_t problemsBefore = context_->report.Count();
+        if (context_->observer != nullptr) context_->observer->BeginTable(table_->definition);
         const RowWalk walk(context_->file, table_->definition.page, table_->ownedPages);
         walk.Run([this](RowId id, ByteView bytes) { CheckRow(id, bytes); },
                  [this](const Damage& damage) { context_->report.Add(table_->name, damage); });
@@ -74,6 +79,31 @@ private:
         std::size_t missing;  ///< rows without a value
         RowId firstRow;
     };
+
+    /// What the stored values of a column must be like.
+    struct ValueRule {
+        enum class Kind { Width, Text, Bytes, LongValue };
+        const ColumnDefinition* column;
+        Kind kind;
+        std::size_t limit;  ///< bytes, of a text characters
+    };
+
+    void PlanValues() {
+        using enum ValueRule::Kind;
+        const bool isJet3 = context_->file.Header().version == JetVersion::Jet3;
+        for (const ColumnDefinition& column : table_->definition.columns) {
+            if (column.type == ColumnType::Boolean) continue;
+            if (column.IsLongValue()) {
+                rules_.push_back({&column, LongValue, 0});
+            } else if (const std::uint32_t width = FixedWidth(column.type); width != 0) {
+                rules_.push_back({&column, Width, width});
+            } else if (column.type == ColumnType::Text) {
+                rules_.push_back({&column, Text, column.lengthBytes / (isJet3 ? 1U : 2U)});
+            } else {
+                rules_.push_back({&column, Bytes, column.lengthBytes});
+            }
+        }
+    }
 
     void Say(PageNumber page, std::string what, Severity severity = Severity::Structure) {
         context_->report.Add(page, table_->name, std::move(what), severity);
@@ -141,39 +171,61 @@ private:
         if (columns > definition.maxColumns) {
             Say(id.page, RowText(id) + " has " + std::to_string(columns) + " columns");
         }
-        for (const ColumnDefinition& column : definition.columns) CheckValue(id, row, column);
+        for (const ValueRule& rule : rules_) CheckValue(id, row, rule);
         for (RequiredColumn& required : requiredColumns_) {
             if (row.IsNull(*required.column) && required.missing++ == 0) required.firstRow = id;
         }
         for (std::size_t i = 0; i < builders_.size(); ++i) CheckKey(id, row, i);
+        if (context_->observer != nullptr) context_->observer->SeeRow(id, bytes);
     }
 
-    void CheckValue(RowId id, const RowView& row, const ColumnDefinition& column) {
-        if (column.type == ColumnType::Boolean || row.IsNull(column)) return;
+    void CheckValue(RowId id, const RowView& row, const ValueRule& rule) {
+        const ColumnDefinition& column = *rule.column;
         const ByteView value = row.Bytes(column);
-        const auto wrong = [&](const std::string& what) {
-            Say(id.page, RowText(id) + ", column " + column.name + ": " + what);
-        };
-        if (column.IsLongValue()) {
-            CheckLongValue(id, value, column);
-        } else if (const std::uint32_t width = FixedWidth(column.type); width != 0) {
-            if (value.Size() != width) wrong("has " + std::to_string(value.Size()) + " bytes");
-        } else if (column.type == ColumnType::Text) {
-            const JetVersion version = context_->file.Header().version;
-            const auto characters = StoredCharacters(version, value);
-            const std::size_t limit = column.lengthBytes / (version == JetVersion::Jet3 ? 1 : 2);
-            if (!characters) {
-                wrong("holds half a character");
-            } else if (*characters > limit) {
-                wrong("has " + std::to_string(*characters) + " characters, " + std::to_string(limit) +
-                      " are allowed");
-            }
-        } else if (value.Size() > column.lengthBytes) {
-            wrong("has " + std::to_string(value.Size()) + " bytes");
+        if (value.Empty() && row.IsNull(column)) return;
+        switch (rule.kind) {
+            case ValueRule::Kind::LongValue:
+                if (!IsWholeInline(value)) CheckLongValue(id, value, column);
+                break;
+            case ValueRule::Kind::Width:
+                if (value.Size() != rule.limit) SayWrongBytes(id, column, value);
+                break;
+            case ValueRule::Kind::Bytes:
+                if (value.Size() > rule.limit) SayWrongBytes(id, column, value);
+                break;
+            case ValueRule::Kind::Text:
+                CheckText(id, value, rule);
+                break;
         }
         if (column.IsAutoNumber() && value.Size() == 4) {
             greatestAutoNumber_ = std::max(greatestAutoNumber_.value_or(value.I32(0)), value.I32(0));
         }
+    }
+
+    void SayOfColumn(RowId id, const ColumnDefinition& column, const std::string& what) {
+        Say(id.page, RowText(id) + ", column " + column.name + ": " + what);
+    }
+
+    void SayWrongBytes(RowId id, const ColumnDefinition& column, ByteView value) {
+        SayOfColumn(id, column, "has " + std::to_string(value.Size()) + " bytes");
+    }
+
+    void CheckText(RowId id, ByteView value, const ValueRule& rule) {
+        const auto characters = StoredCharacters(context_->file.Header().version, value);
+        if (!characters) {
+            SayOfColumn(id, *rule.column, "holds half a character");
+        } else if (*characters > rule.limit) {
+            SayOfColumn(id, *rule.column,
+                        "has " + std::to_string(*characters) + " characters, " + std::to_string(rule.limit) +
+                            " are allowed");
+        }
+    }
+
+    /// A value in its row, as long as it says: nothing else to look at.
+    static bool IsWholeInline(ByteView value) {
+        if (value.Size() < LongValueHeader::kBytes) return false;
+        const LongValueHeader header(value);
+        return header.IsInline() && value.Size() - LongValueHeader::kBytes == header.Length();
     }
 
     void CheckLongValue(RowId id, ByteView value, const ColumnDefinition& column) {
@@ -193,9 +245,9 @@ private:
             });
         } catch (const Damage& damage) {
             // The row's other columns are checked all the same.
-            Say(id.page, RowText(id) + ", column " + column.name + ": " + damage.description);
+            SayOfColumn(id, column, damage.description);
         } catch (const OutOfBounds& outside) {
-            Say(id.page, RowText(id) + ", column " + column.name + ": " + outside.what());
+            SayOfColumn(id, column, outside.what());
         }
     }
 
@@ -292,6 +344,7 @@ private:
     CheckedTable* table_;
     std::vector<LongColumn> longColumns_;
     std::vector<RequiredColumn> requiredColumns_;
+    std::vector<ValueRule> rules_;
     std::vector<std::unique_ptr<KeyBuilder>> builders_;
     std::vector<Fingerprint> expectedEntries_;
     std::optional<std::int32_t> greatestAutoNumber_;

@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -129,36 +130,49 @@ std::vector<CopiedTable> WriteCopy(const CheckFile& source, Storage& storage, co
     return copied;
 }
 
-/// Reads the finished file as a stranger would: nothing in it may be wrong, and every table must hold the
-/// rows and long values that were copied.
+/// Digests the rows of the copy while they are verified.
+class CopyReader : public check::RowObserver {
+public:
+    explicit CopyReader(const CheckFile& file) : file_(&file) {}
+
+    void BeginTable(const TableDefinition& table) override {
+        digest_.emplace(*file_, table);
+        rows_ = &found_[table.page];
+    }
+    void SeeRow(RowId /*row*/, ByteView bytes) override { rows_->Add(digest_->Of(bytes)); }
+
+    /// Whether the copy has the table and the same rows in it.
+    bool Holds(const CopiedTable& table) const {
+        const auto found = found_.find(table.definition.page);
+        return found != found_.end() && found->second == table.rows;
+    }
+    std::size_t TableCount() const { return found_.size(); }
+
+private:
+    const CheckFile* file_;
+    std::optional<RowDigest> digest_;
+    check::Fingerprint* rows_ = nullptr;
+    std::map<PageNumber, check::Fingerprint> found_;
+};
+
+/// Reads the finished file as a stranger would, once: nothing in it may be wrong, and every table must hold
+/// the rows and long values that were copied.
 void VerifyCopy(Storage& storage, const std::string& sourcePath, const std::string& path,
                 const std::vector<CopiedTable>& copied) {
     const CheckFile file(storage, path);
-    check::CheckReport report(100);
-    check::CheckOpenFile(file, report);
-    for (std::size_t i = 0; i < report.Count(); ++i) {
-        // Rows that break a rule of the database do so in the source as well; they are copied as they are.
-        if (report.SeverityOf(i) == check::Severity::Structure) {
-            RaiseCorrupt(sourcePath, "its contents make no sound database: " + report.Problems()[i].ToText());
-        }
+    // Rows that break a rule of the database do so in the source as well; they are copied as they are.
+    check::CheckReport report(1, check::Severity::Structure);
+    CopyReader rows(file);
+    check::CheckOpenFile(file, report, &rows);
+    if (report.Count() > 0) {
+        RaiseCorrupt(sourcePath, "its contents make no sound database: " + report.Problems()[0].ToText());
     }
     for (const CopiedTable& table : copied) {
-        OnTable(path, table.name, [&] {
-            const SourceTable found = ReadSourceTable(file, table.name, table.definition.page);
-            check::Fingerprint rows;
-            std::vector<std::uint8_t> row;
-            check::RowWalk(file, found.definition.page, found.ownedPages)
-                .Run(
-                    [&](RowId, ByteView bytes) {
-                        row.assign(bytes.All().begin(), bytes.All().end());
-                        rows.Add(RowDigest(file, found.definition, row));
-                    },
-                    [](const Damage& damage) { throw Damage(damage.page, damage.description); });
-            if (rows != table.rows) {
-                RaiseCorrupt(path, "table " + table.name + " differs between the source and the copy");
-            }
-        });
+        if (!rows.Holds(table)) {
+            RaiseCorrupt(path, "table " + table.name + " differs between the source and the copy");
+        }
     }
+    if (rows.TableCount() != copied.size()) RaiseCorrupt(path, "the copy has other tables than the source");
 }
 
 /// Removes the target unless the copy succeeded.

@@ -1,6 +1,7 @@
 #include "platform/jet/compact/CompactIndex.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "platform/jet/format/JetErrors.h"
@@ -10,6 +11,7 @@ namespace marrowkit::jet::compact {
 namespace {
 
 using Entry = std::vector<std::uint8_t>;  ///< key and row pointer
+constexpr std::size_t kRowBytes = 4;      ///< of the pointer
 
 /// A finished page and the greatest entry under it.
 struct Child {
@@ -17,11 +19,10 @@ struct Child {
     PageNumber page;
 };
 
-std::size_t CommonPrefix(const Entry& left, const Entry& right) {
-    const std::size_t limit = std::min(left.size(), right.size());
-    return static_cast<std::size_t>(
-        std::mismatch(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(limit), right.begin()).first -
-        left.begin());
+/// How many of the first `limit` bytes are the same.
+std::size_t CommonPrefix(const std::uint8_t* left, const std::uint8_t* right, std::size_t limit) {
+    if (std::memcmp(left, right, limit) == 0) return limit;
+    return static_cast<std::size_t>(std::mismatch(left, left + limit, right).first - left);
 }
 
 class IndexBuilder {
@@ -31,19 +32,19 @@ public:
           geometry_(&target.PageGeometry()),
           isJet3_(geometry_->version == JetVersion::Jet3),
           table_(table),
-          room_(geometry_->pageBytes - geometry_->indexEntriesStart) {}
+          room_(geometry_->pageBytes - geometry_->indexEntriesStart),
+          page_(geometry_->pageBytes) {}
 
     BuiltIndex Run(EntrySorter& sorted) {
         leafNumber_ = Allocate();
-        Entry previousKey;
         while (sorted.Next()) {
             const auto key = sorted.Key();
-            if (result_.entries == 0 || !std::ranges::equal(key, previousKey)) {
-                ++result_.distinct;
-                previousKey.assign(key.begin(), key.end());
-            }
+            const bool isNew = result_.entries == 0 ||
+                               !std::ranges::equal(key, std::span(entry_).first(entry_.size() - kRowBytes));
+            if (isNew) ++result_.distinct;
             ++result_.entries;
-            AddToLeaf(MakeEntry(key, sorted.Row()));
+            MakeEntry(key, sorted.Row());
+            AddToLeaf();
         }
         PutLeaf(0);
         std::vector<Child> children = std::move(leaves_);
@@ -53,13 +54,14 @@ public:
     }
 
 private:
-    static Entry MakeEntry(std::span<const std::uint8_t> key, RowId row) {
-        Entry entry(key.begin(), key.end());
-        for (const std::uint32_t byte : {row.page >> 16, row.page >> 8, row.page}) {
-            entry.push_back(static_cast<std::uint8_t>(byte));
-        }
-        entry.push_back(row.slot);
-        return entry;
+    void MakeEntry(std::span<const std::uint8_t> key, RowId row) {
+        entry_.resize(key.size() + kRowBytes);
+        std::copy(key.begin(), key.end(), entry_.begin());
+        std::uint8_t* const pointer = entry_.data() + key.size();
+        pointer[0] = static_cast<std::uint8_t>(row.page >> 16);
+        pointer[1] = static_cast<std::uint8_t>(row.page >> 8);
+        pointer[2] = static_cast<std::uint8_t>(row.page);
+        pointer[3] = row.slot;
     }
 
     PageNumber Allocate() {
@@ -67,26 +69,29 @@ private:
         return result_.pages.back();
     }
 
-    std::size_t PrefixOfLeaf(const Entry& last) const {
-        const std::size_t prefix = CommonPrefix(leaf_.front(), last);
-        return isJet3_ ? std::min<std::size_t>(prefix, 255) : prefix;
+    /// What all entries of the leaf would share with entry_ among them. Sorted entries share what the first
+    /// and the last of them share, so it can only become less.
+    std::size_t PrefixWithEntry() const {
+        const std::size_t limit = ends_.empty() ? std::min(entry_.size(), isJet3_ ? 255 : entry_.size())
+                                                : std::min(entry_.size(), prefix_);
+        return ends_.empty() ? limit : CommonPrefix(leaf_.data(), entry_.data(), limit);
     }
 
-    void AddToLeaf(Entry entry) {
-        if (!leaf_.empty()) {
-            // Sorted entries share what the first and the last of them share.
-            const std::size_t packed = leafBytes_ + entry.size() - leaf_.size() * PrefixOfLeaf(entry);
-            if (std::min(packed, leafBytes_ + entry.size()) > room_) {
-                const PageNumber next = Allocate();
-                PutLeaf(next);
-                previousLeaf_ = std::exchange(leafNumber_, next);
-                leaf_.clear();
-                leafBytes_ = 0;
-            }
+    void AddToLeaf() {
+        std::size_t prefix = PrefixWithEntry();
+        const std::size_t whole = leaf_.size() + entry_.size();
+        if (!ends_.empty() && whole - ends_.size() * prefix > room_) {
+            const PageNumber next = Allocate();
+            PutLeaf(next);
+            previousLeaf_ = std::exchange(leafNumber_, next);
+            leaf_.clear();
+            ends_.clear();
+            prefix = PrefixWithEntry();
         }
-        if (entry.size() > room_) RaiseJet(JetError::RecordTooLarge);
-        leafBytes_ += entry.size();
-        leaf_.push_back(std::move(entry));
+        if (entry_.size() > room_) RaiseJet(JetError::RecordTooLarge);
+        prefix_ = prefix;
+        leaf_.insert(leaf_.end(), entry_.begin(), entry_.end());
+        ends_.push_back(leaf_.size());
     }
 
     struct Links {
@@ -95,10 +100,10 @@ private:
         PageNumber tail;
     };
 
-    std::vector<std::uint8_t> StartPage(PageType type, unsigned level, const Links& links,
-                                        std::size_t prefix) const {
-        std::vector<std::uint8_t> bytes(geometry_->pageBytes, 0);
-        const MutableByteView page(bytes);
+    void StartPage(PageType type, unsigned level, const Links& links, std::size_t prefix) {
+        std::fill(page_.begin(), page_.end(), std::uint8_t{0});
+        used_ = 0;
+        const MutableByteView page(page_);
         page.PutU8(0, static_cast<std::uint8_t>(type));
         page.PutU8(1, 1);
         page.PutU32(4, table_);
@@ -113,31 +118,36 @@ private:
             page.PutU16(24, static_cast<std::uint16_t>(prefix));
             page.PutU8(26, static_cast<std::uint8_t>(level));
         }
-        return bytes;
     }
 
-    /// Appends bytes at `used` and marks their end in the page's bitmap.
-    void PutEntry(std::vector<std::uint8_t>& bytes, std::size_t& used,
-                  std::span<const std::uint8_t> entry) const {
-        MutableByteView(bytes).PutBytes(geometry_->indexEntriesStart + used, entry);
-        used += entry.size();
-        bytes[(isJet3_ ? 22U : 27U) + used / 8] |= static_cast<std::uint8_t>(1U << used % 8);
+    /// Appends bytes and marks their end in the page's bitmap.
+    void PutEntry(std::span<const std::uint8_t> entry) {
+        MutableByteView(page_).PutBytes(geometry_->indexEntriesStart + used_, entry);
+        used_ += entry.size();
+        page_[(isJet3_ ? 22U : 27U) + used_ / 8] |= static_cast<std::uint8_t>(1U << used_ % 8);
     }
 
-    void PutPage(PageNumber number, std::vector<std::uint8_t>& bytes, std::size_t used) const {
-        MutableByteView(bytes).PutU16(2, static_cast<std::uint16_t>(room_ - used));
-        target_->Put(number, bytes);
+    void PutPage(PageNumber number) {
+        MutableByteView(page_).PutU16(2, static_cast<std::uint16_t>(room_ - used_));
+        target_->Put(number, page_);
+    }
+
+    std::span<const std::uint8_t> LeafEntry(std::size_t entry) const {
+        const std::size_t start = entry == 0 ? 0 : ends_[entry - 1];
+        return std::span(leaf_).subspan(start, ends_[entry] - start);
     }
 
     void PutLeaf(PageNumber next) {
-        const std::size_t prefix = leafBytes_ <= room_ ? 0 : PrefixOfLeaf(leaf_.back());
-        std::vector<std::uint8_t> bytes = StartPage(PageType::IndexLeaf, 0, {previousLeaf_, next, 0}, prefix);
-        std::size_t used = 0;
-        for (std::size_t i = 0; i < leaf_.size(); ++i) {
-            PutEntry(bytes, used, std::span(leaf_[i]).subspan(i == 0 ? 0 : prefix));
+        const std::size_t prefix = leaf_.size() <= room_ ? 0 : prefix_;
+        StartPage(PageType::IndexLeaf, 0, {previousLeaf_, next, 0}, prefix);
+        for (std::size_t i = 0; i < ends_.size(); ++i) PutEntry(LeafEntry(i).subspan(i == 0 ? 0 : prefix));
+        PutPage(leafNumber_);
+        Entry last;
+        if (!ends_.empty()) {
+            const auto bytes = LeafEntry(ends_.size() - 1);
+            last.assign(bytes.begin(), bytes.end());
         }
-        PutPage(leafNumber_, bytes, used);
-        leaves_.push_back({leaf_.empty() ? Entry{} : std::move(leaf_.back()), leafNumber_});
+        leaves_.push_back({std::move(last), leafNumber_});
     }
 
     /// Distributes children over nodes: each takes entries until it is full, and the child after them as its
@@ -192,18 +202,17 @@ private:
         return nodes;
     }
 
-    void PutNode(unsigned level, PageNumber number, Links links, std::span<const Child> children) const {
+    void PutNode(unsigned level, PageNumber number, Links links, std::span<const Child> children) {
         links.tail = children.back().page;
-        std::vector<std::uint8_t> bytes = StartPage(PageType::IndexNode, level, links, 0);
-        std::size_t used = 0;
+        StartPage(PageType::IndexNode, level, links, 0);
         for (const Child& child : children.first(children.size() - 1)) {
             Entry entry = child.last;
             for (const unsigned shift : {24U, 16U, 8U, 0U}) {
                 entry.push_back(static_cast<std::uint8_t>(child.page >> shift));
             }
-            PutEntry(bytes, used, entry);
+            PutEntry(entry);
         }
-        PutPage(number, bytes, used);
+        PutPage(number);
     }
 
     CompactTarget* target_;
@@ -212,8 +221,12 @@ private:
     PageNumber table_;
     std::size_t room_;
     BuiltIndex result_;
-    std::vector<Entry> leaf_;
-    std::size_t leafBytes_ = 0;  ///< without a shared prefix
+    std::vector<std::uint8_t> page_;  ///< the one being made
+    std::size_t used_ = 0;            ///< bytes of its entries
+    Entry entry_;                     ///< the one being added
+    std::vector<std::uint8_t> leaf_;  ///< whole entries of the open leaf
+    std::vector<std::size_t> ends_;
+    std::size_t prefix_ = 0;  ///< what they share
     PageNumber leafNumber_ = 0;
     PageNumber previousLeaf_ = 0;
     std::vector<Child> leaves_;

@@ -36,12 +36,12 @@ void ContentHash::Add(std::span<const std::uint8_t> bytes) {
         if (inTail + take < 8) return;
         std::uint64_t word = 0;
         std::memcpy(&word, tail_.data(), 8);
-        hash_ = check::MixHash(hash_, word);
+        hash_ = check::StepHash(hash_, word);
     }
     for (; bytes.size() >= 8; bytes = bytes.subspan(8)) {
         std::uint64_t word = 0;
         std::memcpy(&word, bytes.data(), 8);
-        hash_ = check::MixHash(hash_, word);
+        hash_ = check::StepHash(hash_, word);
     }
     std::copy(bytes.begin(), bytes.end(), tail_.begin());
 }
@@ -161,24 +161,33 @@ std::uint64_t CombineDigest(std::span<const std::uint8_t> blankedRow,
     return digest;
 }
 
-std::uint64_t RowDigest(const check::CheckFile& file, const TableDefinition& table,
-                        std::vector<std::uint8_t>& row) {
-    std::vector<std::uint64_t> longValues;
-    const RowView view(file.PageGeometry(), table, ByteView(row));
-    std::vector<std::size_t> headers;
+RowDigest::RowDigest(const check::CheckFile& file, const TableDefinition& table)
+    : file_(&file), table_(&table) {
     for (const ColumnDefinition& column : table.columns) {
-        if (!column.IsLongValue() || view.IsNull(column)) continue;
-        const ByteView value = view.Bytes(column);
+        if (column.IsLongValue()) longColumns_.push_back(&column);
+    }
+}
+
+std::uint64_t RowDigest::Of(ByteView bytes) {
+    if (longColumns_.empty()) return CombineDigest(bytes.All(), {});
+    std::vector<std::uint64_t> longValues;
+    std::vector<std::size_t> headers;
+    const RowView view(file_->PageGeometry(), *table_, bytes);
+    for (const ColumnDefinition* column : longColumns_) {
+        const ByteView value = view.Bytes(*column);
         if (value.Size() < LongValueHeader::kBytes || LongValueHeader(value).IsInline()) continue;
         ContentHash hash;
-        check::WalkLongValue(file, value, [&](const LongValuePiece& piece) { hash.Add(piece.bytes.All()); });
+        check::WalkLongValue(*file_, value,
+                             [&](const LongValuePiece& piece) { hash.Add(piece.bytes.All()); });
         longValues.push_back(hash.Value());
-        headers.push_back(static_cast<std::size_t>(value.Data() - row.data()));
+        headers.push_back(static_cast<std::size_t>(value.Data() - bytes.Data()));
     }
+    if (headers.empty()) return CombineDigest(bytes.All(), {});
+    blanked_.assign(bytes.All().begin(), bytes.All().end());
     for (const std::size_t at : headers) {
-        MutableByteView(row).Fill(at, LongValueHeader::kBytes, 0);
+        MutableByteView(blanked_).Fill(at, LongValueHeader::kBytes, 0);
     }
-    return CombineDigest(row, longValues);
+    return CombineDigest(blanked_, longValues);
 }
 
 }  // namespace marrowkit::jet::compact

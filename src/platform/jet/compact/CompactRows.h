@@ -81,10 +81,21 @@ private:
     std::vector<PageNumber> withRoom_;
 };
 
-/// What must be the same in both files: the row's bytes, except for where its long values lie, and what those
-/// hold. Changes `row`: blanks the long-value headers in it.
-std::uint64_t RowDigest(const check::CheckFile& file, const TableDefinition& table,
-                        std::vector<std::uint8_t>& row);
+/// Reads out of a file what must be the same in both: a row's bytes, except for where its long values lie,
+/// and what those hold.
+class RowDigest {
+public:
+    /// Both must outlive the digest.
+    RowDigest(const check::CheckFile& file, const TableDefinition& table);
+    /// Throws Damage or OutOfBounds.
+    std::uint64_t Of(ByteView row);
+
+private:
+    const check::CheckFile* file_;
+    const TableDefinition* table_;
+    std::vector<const ColumnDefinition*> longColumns_;
+    std::vector<std::uint8_t> blanked_;
+};
 
 /// Finishes a digest from the blanked row and the hashes of its long values, in column order.
 std::uint64_t CombineDigest(std::span<const std::uint8_t> blankedRow,

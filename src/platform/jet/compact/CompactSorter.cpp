@@ -1,6 +1,7 @@
 #include "platform/jet/compact/CompactSorter.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
@@ -14,10 +15,23 @@ constexpr std::size_t kBufferBytes = std::size_t{1} << 18;
 /// In front of each pair of a run: key length and row.
 constexpr std::size_t kPairHeaderBytes = 8;
 
-std::uint64_t PrefixOf(std::span<const std::uint8_t> key) {
-    std::uint64_t prefix = 0;
-    for (std::size_t i = 0; i < 8; ++i) prefix = prefix << 8 | (i < key.size() ? key[i] : 0U);
-    return prefix;
+/// Below this many records comparing is quicker than counting bytes.
+constexpr std::size_t kFewRecords = 48;
+
+/// Keys lie in blocks of this size, each behind its length.
+constexpr unsigned kBlockBits = 18;
+constexpr std::size_t kBlockBytes = std::size_t{1} << kBlockBits;
+constexpr std::size_t kLengthBytes = 2;
+
+std::uint64_t WordAt(std::span<const std::uint8_t> key, std::size_t depth) {
+    std::uint64_t word = 0;
+    if (depth + 8 <= key.size()) {
+        const std::uint8_t* const bytes = key.data() + depth;
+        for (std::size_t i = 0; i < 8; ++i) word = word << 8 | bytes[i];
+        return word;
+    }
+    for (std::size_t i = depth; i < depth + 8; ++i) word = word << 8 | (i < key.size() ? key[i] : 0U);
+    return word;
 }
 
 int CompareBytes(std::span<const std::uint8_t> left, std::span<const std::uint8_t> right) {
@@ -79,10 +93,14 @@ private:
     RowId row_;
 };
 
-EntrySorter::EntrySorter(Storage& storage, std::string temporaryPath, std::size_t memoryBytes)
-    : storage_(&storage), temporaryPath_(std::move(temporaryPath)), memoryBytes_(memoryBytes) {}
+EntrySorter::EntrySorter(Storage& storage, std::string temporaryPath, SortMemory& memory)
+    : storage_(&storage), temporaryPath_(std::move(temporaryPath)), memory_(&memory) {
+    ++memory_->sharers_;
+}
 
 EntrySorter::~EntrySorter() {
+    Release();
+    --memory_->sharers_;
     if (!file_) return;
     runs_.clear();
     file_.reset();
@@ -92,28 +110,123 @@ EntrySorter::~EntrySorter() {
     }
 }
 
+void EntrySorter::Expect(std::size_t pairs) {
+    records_.reserve(std::min(pairs, memory_->limitBytes_ / memory_->sharers_ / sizeof(Record)));
+}
+
+/// A sorter that holds less than its share leaves it to the greater ones to make room.
+bool EntrySorter::IsFull(std::size_t moreBytes) const {
+    return memory_->usedBytes_ + moreBytes > memory_->limitBytes_ &&
+           (usedBytes_ + moreBytes) * memory_->sharers_ > memory_->limitBytes_ && !records_.empty();
+}
+
+void EntrySorter::Release() {
+    memory_->usedBytes_ -= usedBytes_;
+    usedBytes_ = 0;
+}
+
 void EntrySorter::Add(std::span<const std::uint8_t> key, RowId row) {
-    if (keys_.size() + key.size() + (records_.size() + 1) * sizeof(Record) > memoryBytes_ &&
-        !records_.empty()) {
-        Spill();
-    }
-    records_.push_back({PrefixOf(key), keys_.size(), static_cast<std::uint32_t>(key.size()), row.Stored()});
-    keys_.insert(keys_.end(), key.begin(), key.end());
+    const std::size_t bytes = sizeof(Record) + kLengthBytes + key.size();
+    if (IsFull(bytes)) Spill();
+    records_.push_back({WordAt(key, 0), StoreKey(key), row.Stored()});
+    usedBytes_ += bytes;
+    memory_->usedBytes_ += bytes;
     ++count_;
 }
 
-bool EntrySorter::Less(const Record& left, const Record& right) const {
-    if (left.prefix != right.prefix) return left.prefix < right.prefix;
-    const int order = CompareBytes(KeyOf(left), KeyOf(right));
-    return order != 0 ? order < 0 : left.row < right.row;
+std::uint32_t EntrySorter::StoreKey(std::span<const std::uint8_t> key) {
+    if (keyBlocks_.empty() || blockUsed_ + kLengthBytes + key.size() > kBlockBytes) {
+        keyBlocks_.push_back(std::make_unique_for_overwrite<std::uint8_t[]>(kBlockBytes));
+        blockUsed_ = 0;
+    }
+    std::uint8_t* const place = keyBlocks_.back().get() + blockUsed_;
+    const auto length = static_cast<std::uint16_t>(key.size());
+    std::memcpy(place, &length, kLengthBytes);
+    if (!key.empty()) std::memcpy(place + kLengthBytes, key.data(), key.size());
+    const std::size_t stored = (keyBlocks_.size() - 1) << kBlockBits | blockUsed_;
+    blockUsed_ += kLengthBytes + key.size();
+    return static_cast<std::uint32_t>(stored);
+}
+
+std::span<const std::uint8_t> EntrySorter::KeyOf(const Record& record) const {
+    const std::uint8_t* const place =
+        keyBlocks_[record.key >> kBlockBits].get() + (record.key & (kBlockBytes - 1));
+    std::uint16_t length = 0;
+    std::memcpy(&length, place, kLengthBytes);
+    return {place + kLengthBytes, length};
+}
+
+bool EntrySorter::Less(const Record& left, const Record& right, std::size_t depth) const {
+    if (left.word != right.word) return left.word < right.word;
+    const std::span<const std::uint8_t> leftKey = KeyOf(left);
+    const std::span<const std::uint8_t> rightKey = KeyOf(right);
+    if (leftKey.size() > depth + 8 && rightKey.size() > depth + 8) {
+        const int order = CompareBytes(leftKey.subspan(depth + 8), rightKey.subspan(depth + 8));
+        if (order != 0) return order < 0;
+    } else if (leftKey.size() != rightKey.size()) {
+        // The shorter one ends within the word, and the longer one has zeros there.
+        return leftKey.size() < rightKey.size();
+    }
+    return left.row < right.row;
 }
 
 void EntrySorter::SortRecords() {
-    const auto less = [this](const Record& left, const Record& right) { return Less(left, right); };
+    const auto less = [this](const Record& left, const Record& right) { return Less(left, right, 0); };
     // Rows often come in the order of one of their indexes.
-    if (!std::is_sorted(records_.begin(), records_.end(), less)) {
-        std::sort(records_.begin(), records_.end(), less);
+    if (!std::is_sorted(records_.begin(), records_.end(), less)) SortFrom(records_, 0);
+}
+
+/// Keys of an index share long beginnings, or are equal altogether. So they are not compared as wholes:
+/// sorted by eight bytes, then each stretch of equal ones by the eight bytes behind those.
+void EntrySorter::SortFrom(std::span<Record> records, std::size_t depth) {
+    if (records.size() <= kFewRecords) {
+        std::sort(records.begin(), records.end(),
+                  [&](const Record& left, const Record& right) { return Less(left, right, depth); });
+        return;
     }
+    SortByWord(records);
+    for (std::size_t first = 0; first < records.size();) {
+        std::size_t last = first + 1;
+        while (last < records.size() && records[last].word == records[first].word) ++last;
+        if (last - first > 1) SortEqualWords(records.subspan(first, last - first), depth);
+        first = last;
+    }
+}
+
+void EntrySorter::SortEqualWords(std::span<Record> records, std::size_t depth) {
+    const auto goesOn = std::stable_partition(records.begin(), records.end(), [&](const Record& record) {
+        return KeyOf(record).size() <= depth + 8;
+    });
+    const auto less = [this](const Record& left, const Record& right) {
+        const std::size_t leftBytes = KeyOf(left).size();
+        const std::size_t rightBytes = KeyOf(right).size();
+        return leftBytes != rightBytes ? leftBytes < rightBytes : left.row < right.row;
+    };
+    if (!std::is_sorted(records.begin(), goesOn, less)) std::sort(records.begin(), goesOn, less);
+    const std::span<Record> rest(goesOn, records.end());
+    for (Record& record : rest) record.word = WordAt(KeyOf(record), depth + 8);
+    SortFrom(rest, depth + 8);
+}
+
+/// Radix sort from the lowest byte up; bytes that are the same everywhere cost nothing.
+void EntrySorter::SortByWord(std::span<Record> records) {
+    constexpr unsigned kBytes = 8;
+    std::array<std::array<std::uint32_t, 256>, kBytes> counts{};
+    for (const Record& record : records) {
+        for (unsigned byte = 0; byte < kBytes; ++byte) ++counts[byte][record.word >> 8 * byte & 0xFF];
+    }
+    if (scratch_.size() < records.size()) scratch_.resize(records.size());
+    std::span<Record> from = records;
+    std::span<Record> to = std::span(scratch_).first(records.size());
+    for (unsigned byte = 0; byte < kBytes; ++byte) {
+        std::array<std::uint32_t, 256>& starts = counts[byte];
+        if (starts[records.front().word >> 8 * byte & 0xFF] == records.size()) continue;
+        std::uint32_t start = 0;
+        for (std::uint32_t& count : starts) start += std::exchange(count, start);
+        for (const Record& record : from) to[starts[record.word >> 8 * byte & 0xFF]++] = record;
+        std::swap(from, to);
+    }
+    if (from.data() != records.data()) std::copy(from.begin(), from.end(), records.begin());
 }
 
 void EntrySorter::Spill() {
@@ -129,25 +242,28 @@ void EntrySorter::Spill() {
     for (const Record& record : records_) {
         const std::size_t at = buffer.size();
         buffer.resize(at + kPairHeaderBytes);
-        std::memcpy(buffer.data() + at, &record.keyBytes, 4);
-        std::memcpy(buffer.data() + at + 4, &record.row, 4);
         const auto key = KeyOf(record);
+        const auto keyBytes = static_cast<std::uint32_t>(key.size());
+        std::memcpy(buffer.data() + at, &keyBytes, 4);
+        std::memcpy(buffer.data() + at + 4, &record.row, 4);
         buffer.insert(buffer.end(), key.begin(), key.end());
         if (buffer.size() >= kBufferBytes) flush();
     }
     flush();
     records_.clear();
-    keys_.clear();
+    keyBlocks_.clear();
+    Release();
 }
 
 void EntrySorter::Sort() {
     if (runStarts_.empty()) {
         SortRecords();
+        std::vector<Record>().swap(scratch_);
         return;
     }
     if (!records_.empty()) Spill();
     std::vector<Record>().swap(records_);
-    std::vector<std::uint8_t>().swap(keys_);
+    std::vector<Record>().swap(scratch_);
     for (std::size_t i = 0; i < runStarts_.size(); ++i) {
         const std::uint64_t end = i + 1 < runStarts_.size() ? runStarts_[i + 1] : fileBytes_;
         auto run = std::make_unique<Run>(*file_, runStarts_[i], end);

@@ -11,16 +11,33 @@
 
 namespace marrowkit::jet::compact {
 
+/// What several sorters may hold in memory together.
+class SortMemory {
+public:
+    explicit SortMemory(std::size_t limitBytes) : limitBytes_(limitBytes) {}
+
+private:
+    friend class EntrySorter;
+    std::size_t limitBytes_;
+    std::size_t usedBytes_ = 0;
+    std::size_t sharers_ = 0;
+};
+
 /// Sorts (key, row) pairs by key bytes, then row. Works in memory up to a limit and beyond it with sorted
-/// runs in a temporary file, so an index of any size takes a bounded amount of memory.
+/// runs in a temporary file, so an index of any size takes a bounded amount of memory. Sorting itself takes
+/// as much again as 16 bytes a pair, for one sorter at a time.
 class EntrySorter {
 public:
-    /// `temporaryPath` is created only when it is needed, and removed at the end.
-    EntrySorter(Storage& storage, std::string temporaryPath, std::size_t memoryBytes);
+    /// `temporaryPath` is created only when it is needed, and removed at the end. The memory must outlive the
+    /// sorter.
+    EntrySorter(Storage& storage, std::string temporaryPath, SortMemory& memory);
     EntrySorter(const EntrySorter&) = delete;
     EntrySorter& operator=(const EntrySorter&) = delete;
     ~EntrySorter();
 
+    /// Makes room for this many pairs, to spare growing.
+    void Expect(std::size_t pairs);
+    /// REQUIRES: the key is shorter than a page.
     void Add(std::span<const std::uint8_t> key, RowId row);
     std::uint64_t Count() const { return count_; }
 
@@ -34,26 +51,33 @@ public:
 
 private:
     struct Record {
-        std::uint64_t prefix;  ///< first eight bytes of the key, big-endian, padded with zeros
-        std::uint64_t offset;  ///< of the key in keys_
-        std::uint32_t keyBytes;
+        std::uint64_t word;  ///< eight bytes of the key, big-endian, padded with zeros
+        std::uint32_t key;   ///< where its length and bytes are: block, and place in the block
         std::uint32_t row;
     };
     class Run;
 
-    bool Less(const Record& left, const Record& right) const;
+    /// Of records whose keys are the same in front of `depth` and whose words are those at `depth`.
+    bool Less(const Record& left, const Record& right, std::size_t depth) const;
     void SortRecords();
+    void SortFrom(std::span<Record> records, std::size_t depth);
+    void SortEqualWords(std::span<Record> records, std::size_t depth);
+    void SortByWord(std::span<Record> records);
+    bool IsFull(std::size_t moreBytes) const;
     void Spill();
-    std::span<const std::uint8_t> KeyOf(const Record& record) const {
-        return std::span(keys_).subspan(record.offset, record.keyBytes);
-    }
+    void Release();
+    std::uint32_t StoreKey(std::span<const std::uint8_t> key);
+    std::span<const std::uint8_t> KeyOf(const Record& record) const;
 
     Storage* storage_;
     std::string temporaryPath_;
-    std::size_t memoryBytes_;
+    SortMemory* memory_;
+    std::size_t usedBytes_ = 0;  ///< of it
     std::uint64_t count_ = 0;
     std::vector<Record> records_;
-    std::vector<std::uint8_t> keys_;
+    std::vector<Record> scratch_;
+    std::vector<std::unique_ptr<std::uint8_t[]>> keyBlocks_;
+    std::size_t blockUsed_ = 0;
     std::size_t nextRecord_ = 0;
     std::unique_ptr<StorageFile> file_;  ///< sorted runs, one behind the other
     std::uint64_t fileBytes_ = 0;

@@ -21,9 +21,8 @@ using check::LongValueHeader;
 
 namespace {
 
-/// Shared by the sorters of one table's indexes; what is beyond goes to a temporary file.
-constexpr std::size_t kSortBytes = std::size_t{192} << 20;
-constexpr std::size_t kLeastSortBytes = std::size_t{4} << 20;
+/// Shared by the sorters of one table; what is beyond goes to temporary files.
+constexpr std::size_t kSortBytes = std::size_t{256} << 20;
 
 [[noreturn]] void Rethrow(const Damage& damage) {
     throw Damage(damage.page, damage.description);
@@ -68,18 +67,25 @@ private:
 
     void PrepareIndexes() {
         const TableDefinition& source = table_->definition;
-        const std::size_t share =
-            std::max(kLeastSortBytes, kSortBytes / std::max<std::size_t>(1, source.realIndexes.size()));
         for (std::size_t i = 0; i < source.realIndexes.size(); ++i) {
             const RealIndex& index = source.realIndexes[i];
             if (index.columns.empty() || !check::HasItsColumns(source, index)) {
                 throw Damage(source.page, "an index names a column that does not exist");
             }
-            indexes_.push_back({std::make_unique<KeyBuilder>(context_->source, source, index),
-                                std::make_unique<EntrySorter>(
-                                    context_->storage, context_->temporaryPath + std::to_string(i), share)});
+            indexes_.push_back(
+                {std::make_unique<KeyBuilder>(context_->source, source, index),
+                 std::make_unique<EntrySorter>(context_->storage, context_->temporaryPath + std::to_string(i),
+                                               sortMemory_)});
             copiesKeys_ = copiesKeys_ || !indexes_.back().builder->CanBuild();
         }
+        const std::size_t rows = ExpectedRows();
+        for (const IndexCopy& index : indexes_) index.sorter->Expect(rows);
+    }
+
+    /// What the definition says, as far as the table's pages can hold it.
+    std::size_t ExpectedRows() const {
+        return std::min<std::size_t>(table_->definition.rowCount,
+                                     table_->ownedPages.size() * static_cast<std::size_t>(kMaxRowsPerPage));
     }
 
     /// The column with numbers of tables: MSysObjects.Id and MSysACEs.ObjectId are pages of definitions.
@@ -101,7 +107,8 @@ private:
             return;
         }
         if (!indexes_[*primaryKey].builder->CanBuild()) return CopyRowsInIndexOrder(*primaryKey);
-        EntrySorter order(context_->storage, context_->temporaryPath + "order", kSortBytes);
+        EntrySorter order(context_->storage, context_->temporaryPath + "order", sortMemory_);
+        order.Expect(ExpectedRows());
         KeyBuilder& builder = *indexes_[*primaryKey].builder;
         rowWalk_.Run(
             [&](RowId id, ByteView bytes) {
@@ -287,6 +294,7 @@ private:
     check::RowWalk rowWalk_;
     RowWriter rows_;
     std::vector<LongColumn> longColumns_;
+    SortMemory sortMemory_{kSortBytes};
     std::vector<IndexCopy> indexes_;
     bool copiesKeys_ = false;                      ///< some index cannot be built from rows
     std::vector<std::pair<RowId, RowId>> newIds_;  ///< source -> new; only where keys are copied

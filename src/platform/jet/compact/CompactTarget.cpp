@@ -53,16 +53,26 @@ PageNumber CompactTarget::Allocate() {
     return next_++;
 }
 
+CompactTarget::Run& CompactTarget::RunOf(PageNumber page) {
+    Run& run = waiting_[page / kPagesPerRun];
+    if (run.bytes.empty()) {
+        if (spare_.empty()) spare_.emplace_back(std::size_t{kPagesPerRun} * geometry_->pageBytes);
+        run.bytes = std::move(spare_.back());
+        spare_.pop_back();
+    }
+    return run;
+}
+
 void CompactTarget::Put(PageNumber page, std::span<const std::uint8_t> bytes) {
-    const std::uint32_t number = page / kPagesPerRun;
-    Run& run = waiting_[number];
-    if (run.bytes.empty()) run.bytes.resize(std::size_t{kPagesPerRun} * geometry_->pageBytes);
+    Run& run = RunOf(page);
     const auto place = std::span(run.bytes).subspan(std::size_t{page % kPagesPerRun} * geometry_->pageBytes,
                                                     geometry_->pageBytes);
     std::memcpy(place.data(), bytes.data(), place.size());
     ApplyPageEncoding(databaseKey_, page, place);
     if (++run.pages == kPagesPerRun) {
+        const std::uint32_t number = page / kPagesPerRun;
         Write(number, run);
+        spare_.push_back(std::move(run.bytes));
         waiting_.erase(number);
     }
 }
@@ -77,6 +87,7 @@ void CompactTarget::Write(std::uint32_t run, const Run& content) {
 void CompactTarget::Finish() {
     for (const auto& [number, run] : waiting_) Write(number, run);
     waiting_.clear();
+    spare_.clear();
     file_->Sync();
 }
 

@@ -37,6 +37,7 @@ private:
         std::vector<std::uint8_t> bytes;
         std::uint32_t pages = 0;
     };
+    Run& RunOf(PageNumber page);
     void Write(std::uint32_t run, const Run& content);
 
     std::unique_ptr<StorageFile> file_;
@@ -44,6 +45,7 @@ private:
     std::uint32_t databaseKey_;
     PageNumber next_ = 0;
     std::map<std::uint32_t, Run> waiting_;
+    std::vector<std::vector<std::uint8_t>> spare_;  ///< buffers of runs that are written
 };
 
 /// A data page being filled with rows.

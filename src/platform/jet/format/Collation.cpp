@@ -157,6 +157,49 @@ void AppendJet4Key(std::u16string_view units, Bytes& key) {
     key.push_back(0x00);
 }
 
+/// What an ASCII character adds to the first section, for those that add nothing to the others.
+struct AsciiKeys {
+    std::array<bool, 128> plain{};
+    std::array<std::uint8_t, 128> count{};  ///< of bytes
+    std::array<std::array<std::uint8_t, 2>, 128> bytes{};
+};
+
+constexpr AsciiKeys kAsciiKeys = [] {
+    static_assert(kPrimaryPage[0] == 0 && kKindPage[0] == 0);
+    constexpr std::uint8_t kNoAccent = 2;
+    AsciiKeys keys;
+    for (std::size_t c = 0; c < keys.plain.size(); ++c) {
+        const auto kind = static_cast<Kind>(kKind[c] >> 8U);
+        keys.plain[c] = kind == Kind::Ignored || (kind == Kind::Normal && (kKind[c] & 0xFFU) == kNoAccent);
+        if (kind == Kind::Ignored) continue;
+        const std::uint16_t primary = kPrimary[c];
+        keys.count[c] = primary > 0xFF ? 2 : 1;
+        keys.bytes[c] = {static_cast<std::uint8_t>(primary > 0xFF ? primary >> 8U : primary),
+                         static_cast<std::uint8_t>(primary)};
+    }
+    return keys;
+}();
+
+/// The key of an ASCII text that has a first section only; false, and nothing appended, for others.
+bool AppendPlainJet4Key(std::string_view text, Bytes& key) {
+    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+    const std::size_t start = key.size();
+    key.resize(start + 2 * text.size() + 2);
+    std::uint8_t* out = key.data() + start;
+    bool plain = true;
+    for (const char c : text) {
+        const auto unit = static_cast<std::uint8_t>(c);
+        plain = plain && kAsciiKeys.plain[unit];
+        out[0] = kAsciiKeys.bytes[unit][0];
+        out[1] = kAsciiKeys.bytes[unit][1];
+        out += kAsciiKeys.count[unit];
+    }
+    *out++ = 0x01;
+    *out++ = 0x00;
+    key.resize(plain ? static_cast<std::size_t>(out - key.data()) : start);
+    return plain;
+}
+
 void AppendNibbles(const Bytes& nibbles, Bytes& key) {
     std::uint8_t half = 0;
     bool low = true;  // the string begins with a nibble 0
@@ -199,6 +242,7 @@ bool IsAscii(std::string_view text) {
 
 void AppendJet4Key(std::string_view utf8, std::size_t maxUnits, Bytes& key) {
     if (utf8.size() <= kIndexedChars && IsAscii(utf8)) {
+        if (AppendPlainJet4Key(utf8, key)) return;
         char16_t units[kIndexedChars];
         std::copy(utf8.begin(), utf8.end(), units);
         AppendJet4Key({units, utf8.size()}, key);

@@ -1,5 +1,6 @@
 #include "platform/jet/format/IndexKey.h"
 
+#include <array>
 #include <bit>
 #include <cassert>
 
@@ -30,10 +31,12 @@ const T& Get(const Value& value) {
 /// Big-endian, inverted when descending.
 template <typename Unsigned>
 void AppendBigEndian(Unsigned value, bool ascending, Key& key) {
-    for (std::size_t byte = sizeof(Unsigned); byte-- > 0;) {
-        const auto plain = static_cast<std::uint8_t>(value >> (8 * byte));
-        key.push_back(static_cast<std::uint8_t>(ascending ? plain : ~plain));
+    if (!ascending) value = static_cast<Unsigned>(~value);
+    std::array<std::uint8_t, sizeof(Unsigned)> bytes;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<std::uint8_t>(value >> (8 * (bytes.size() - 1 - i)));
     }
+    key.insert(key.end(), bytes.begin(), bytes.end());
 }
 
 /// With the sign bit inverted two's complement sorts as unsigned numbers do.
@@ -142,6 +145,22 @@ void AppendKeyColumn(JetVersion version, const ColumnDefinition& column, bool as
     }
     key.push_back(ascending ? kValueAscending : kValueDescending);
     AppendValue(version, column, ascending, IsNull(value) ? Value(false) : value, key);
+}
+
+bool AppendStoredKey(const ColumnDefinition& column, bool ascending, ByteView stored,
+                     std::vector<std::uint8_t>& key) {
+    const std::uint8_t flag = ascending ? kValueAscending : kValueDescending;
+    if (column.type == ColumnType::Long && stored.Size() == sizeof(std::int32_t)) {
+        key.push_back(flag);
+        AppendSigned<std::uint32_t>(stored.I32(0), ascending, key);
+        return true;
+    }
+    if (column.type == ColumnType::Integer && stored.Size() == sizeof(std::int16_t)) {
+        key.push_back(flag);
+        AppendSigned<std::uint16_t>(stored.I16(0), ascending, key);
+        return true;
+    }
+    return false;
 }
 
 std::vector<std::uint8_t> BuildIndexKey(JetVersion version, std::span<const ColumnDefinition* const> columns,

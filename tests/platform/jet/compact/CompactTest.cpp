@@ -398,7 +398,8 @@ TEST(EntrySorterTest, SortsBeyondItsMemory) {
         std::mt19937 random(5);
         std::vector<std::pair<Bytes, jet::RowId>> expected;
         {
-            jet::compact::EntrySorter sorter(storage, "temporary", memory);
+            jet::compact::SortMemory sortMemory(memory);
+            jet::compact::EntrySorter sorter(storage, "temporary", sortMemory);
             for (int i = 0; i < 3000; ++i) {
                 Bytes key(random() % 12);
                 for (std::uint8_t& byte : key) byte = static_cast<std::uint8_t>(random() % 3);
