@@ -67,8 +67,7 @@ std::optional<DateNames> NamesOfLocale(const CalendarDate&, const char*) {
 
 }  // namespace
 
-CalendarDate Today() {
-    if (chosenToday) return *chosenToday;
+std::tm LocalNow() {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
 #ifdef _WIN32
@@ -76,6 +75,12 @@ CalendarDate Today() {
 #else
     localtime_r(&now, &local);
 #endif
+    return local;
+}
+
+CalendarDate Today() {
+    if (chosenToday) return *chosenToday;
+    const std::tm local = LocalNow();
     return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday};
 }
 

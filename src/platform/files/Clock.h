@@ -1,5 +1,6 @@
 #pragma once
 
+#include <ctime>
 #include <string>
 
 namespace marrowkit {
@@ -9,6 +10,9 @@ struct CalendarDate {
     int month;  // 1 to 12
     int day;    // 1 to 31
 };
+
+/// This moment in local time, taken apart.
+std::tm LocalNow();
 
 /// Today in local time, or the day that SetToday chose.
 CalendarDate Today();

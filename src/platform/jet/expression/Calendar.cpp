@@ -1,13 +1,13 @@
 #include "platform/jet/expression/Calendar.h"
 
 #include <array>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <vector>
 
 #include "platform/jet/expression/Characters.h"
+#include "platform/files/Clock.h"
 
 namespace marrowkit::expression {
 namespace {
@@ -278,13 +278,7 @@ std::string DateToText(jet::DateTime moment) {
 }
 
 jet::DateTime CurrentMoment() {
-    const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-    std::tm local{};
-#ifdef _WIN32
-    localtime_s(&local, &now);
-#else
-    localtime_r(&now, &local);
-#endif
+    const std::tm local = LocalNow();
     return PutTogether(CalendarTime{local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
                                     local.tm_min, local.tm_sec > 59 ? 59 : local.tm_sec});
 }
