@@ -1,7 +1,9 @@
 #include "platform/dao/sql/KeySorter.h"
 
-#include <algorithm>
-#include <numeric>
+#include <cstdint>
+#include <span>
+
+#include "platform/jet/format/WordSort.h"
 
 namespace marrowkit::dao::sql {
 
@@ -16,13 +18,31 @@ std::string_view KeySorter::KeyOf(std::size_t number) const {
     return std::string_view(bytes_).substr(start, end - start);
 }
 
+/// The keys for jet::WordSort. A record's key is its number.
+class KeySorter::Keys {
+public:
+    explicit Keys(const KeySorter& sorter) : sorter_(sorter) {}
+    std::size_t Length(const jet::SortRecord& record) const { return sorter_.KeyOf(record.key).size(); }
+    std::span<const std::uint8_t> Bytes(const jet::SortRecord& record) const { return Bytes(record.key); }
+    std::span<const std::uint8_t> Bytes(std::size_t number) const {
+        const std::string_view key = sorter_.KeyOf(number);
+        return {reinterpret_cast<const std::uint8_t*>(key.data()), key.size()};
+    }
+
+private:
+    const KeySorter& sorter_;
+};
+
 std::vector<std::size_t> KeySorter::Order() const {
-    std::vector<std::size_t> order(starts_.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    std::sort(order.begin(), order.end(), [this](std::size_t a, std::size_t b) {
-        const int compared = KeyOf(a).compare(KeyOf(b));
-        return compared != 0 ? compared < 0 : a < b;
-    });
+    const Keys keys(*this);
+    std::vector<jet::SortRecord> records;
+    records.reserve(Size());
+    for (std::uint32_t number = 0; number < Size(); ++number)
+        records.push_back({jet::KeyWord(keys.Bytes(number), 0), number, number});
+    jet::WordSort<Keys>(keys).Sort(records);
+    std::vector<std::size_t> order;
+    order.reserve(Size());
+    for (const jet::SortRecord& record : records) order.push_back(record.key);
     return order;
 }
 

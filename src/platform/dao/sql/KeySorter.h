@@ -19,6 +19,7 @@ public:
     std::size_t Size() const { return starts_.size(); }
 
 private:
+    class Keys;
     std::string_view KeyOf(std::size_t number) const;
 
     std::string bytes_;

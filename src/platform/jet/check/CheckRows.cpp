@@ -21,9 +21,17 @@ std::uint64_t HashBytes(std::span<const std::uint8_t> bytes, std::uint64_t seed)
         hash = StepHash(hash, word);
         bytes = bytes.subspan(8);
     }
-    std::uint64_t rest = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) rest |= std::uint64_t{bytes[i]} << 8 * i;
-    return MixHash(hash, rest);
+    // What is left, read from both of its ends.
+    std::uint32_t front = 0;
+    std::uint32_t back = 0;
+    if (bytes.size() >= 4) {
+        std::memcpy(&front, bytes.data(), 4);
+        std::memcpy(&back, bytes.data() + bytes.size() - 4, 4);
+    } else if (!bytes.empty()) {
+        front = static_cast<std::uint32_t>(bytes[0] << 8 | bytes[bytes.size() / 2]);
+        back = bytes.back();
+    }
+    return MixHash(hash, std::uint64_t{back} << 32 | front);
 }
 
 void RowWalk::Run(const Visit& visit, const Problem& problem) const {

@@ -1,7 +1,6 @@
 #include "platform/jet/compact/CompactSorter.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <utility>
 
@@ -15,24 +14,18 @@ constexpr std::size_t kBufferBytes = std::size_t{1} << 18;
 /// In front of each pair of a run: key length and row.
 constexpr std::size_t kPairHeaderBytes = 8;
 
-/// Below this many records comparing is quicker than counting bytes.
-constexpr std::size_t kFewRecords = 48;
+/// Most indexes have keys of a few bytes, which are all in the word. For those SortRecord::key holds this and
+/// the length; for others the block and the place in it.
+constexpr std::uint32_t kShortKey = 0x80000000;
+
+bool IsShort(const SortRecord& record) {
+    return (record.key & kShortKey) != 0;
+}
 
 /// Keys lie in blocks of this size, each behind its length.
 constexpr unsigned kBlockBits = 18;
 constexpr std::size_t kBlockBytes = std::size_t{1} << kBlockBits;
 constexpr std::size_t kLengthBytes = 2;
-
-std::uint64_t WordAt(std::span<const std::uint8_t> key, std::size_t depth) {
-    std::uint64_t word = 0;
-    if (depth + 8 <= key.size()) {
-        const std::uint8_t* const bytes = key.data() + depth;
-        for (std::size_t i = 0; i < 8; ++i) word = word << 8 | bytes[i];
-        return word;
-    }
-    for (std::size_t i = depth; i < depth + 8; ++i) word = word << 8 | (i < key.size() ? key[i] : 0U);
-    return word;
-}
 
 int CompareBytes(std::span<const std::uint8_t> left, std::span<const std::uint8_t> right) {
     const std::size_t common = std::min(left.size(), right.size());
@@ -93,6 +86,17 @@ private:
     RowId row_;
 };
 
+/// The keys for WordSort.
+class EntrySorter::Keys {
+public:
+    explicit Keys(const EntrySorter& sorter) : sorter_(sorter) {}
+    std::size_t Length(const SortRecord& record) const { return sorter_.LengthOf(record); }
+    std::span<const std::uint8_t> Bytes(const SortRecord& record) const { return sorter_.LongKey(record); }
+
+private:
+    const EntrySorter& sorter_;
+};
+
 EntrySorter::EntrySorter(Storage& storage, std::string temporaryPath, SortMemory& memory)
     : storage_(&storage), temporaryPath_(std::move(temporaryPath)), memory_(&memory) {
     ++memory_->sharers_;
@@ -111,7 +115,7 @@ EntrySorter::~EntrySorter() {
 }
 
 void EntrySorter::Expect(std::size_t pairs) {
-    records_.reserve(std::min(pairs, memory_->limitBytes_ / memory_->sharers_ / sizeof(Record)));
+    records_.reserve(std::min(pairs, memory_->limitBytes_ / memory_->sharers_ / sizeof(SortRecord)));
 }
 
 /// A sorter that holds less than its share leaves it to the greater ones to make room.
@@ -126,9 +130,11 @@ void EntrySorter::Release() {
 }
 
 void EntrySorter::Add(std::span<const std::uint8_t> key, RowId row) {
-    const std::size_t bytes = sizeof(Record) + kLengthBytes + key.size();
+    const bool isShort = key.size() <= sizeof(SortRecord::word);
+    const std::size_t bytes = sizeof(SortRecord) + (isShort ? 0 : kLengthBytes + key.size());
     if (IsFull(bytes)) Spill();
-    records_.push_back({WordAt(key, 0), StoreKey(key), row.Stored()});
+    const std::uint32_t where = isShort ? kShortKey | static_cast<std::uint32_t>(key.size()) : StoreKey(key);
+    records_.push_back({KeyWord(key, 0), where, row.Stored()});
     usedBytes_ += bytes;
     memory_->usedBytes_ += bytes;
     ++count_;
@@ -142,13 +148,13 @@ std::uint32_t EntrySorter::StoreKey(std::span<const std::uint8_t> key) {
     std::uint8_t* const place = keyBlocks_.back().get() + blockUsed_;
     const auto length = static_cast<std::uint16_t>(key.size());
     std::memcpy(place, &length, kLengthBytes);
-    if (!key.empty()) std::memcpy(place + kLengthBytes, key.data(), key.size());
+    std::memcpy(place + kLengthBytes, key.data(), key.size());
     const std::size_t stored = (keyBlocks_.size() - 1) << kBlockBits | blockUsed_;
     blockUsed_ += kLengthBytes + key.size();
     return static_cast<std::uint32_t>(stored);
 }
 
-std::span<const std::uint8_t> EntrySorter::KeyOf(const Record& record) const {
+std::span<const std::uint8_t> EntrySorter::LongKey(const SortRecord& record) const {
     const std::uint8_t* const place =
         keyBlocks_[record.key >> kBlockBits].get() + (record.key & (kBlockBytes - 1));
     std::uint16_t length = 0;
@@ -156,77 +162,21 @@ std::span<const std::uint8_t> EntrySorter::KeyOf(const Record& record) const {
     return {place + kLengthBytes, length};
 }
 
-bool EntrySorter::Less(const Record& left, const Record& right, std::size_t depth) const {
-    if (left.word != right.word) return left.word < right.word;
-    const std::span<const std::uint8_t> leftKey = KeyOf(left);
-    const std::span<const std::uint8_t> rightKey = KeyOf(right);
-    if (leftKey.size() > depth + 8 && rightKey.size() > depth + 8) {
-        const int order = CompareBytes(leftKey.subspan(depth + 8), rightKey.subspan(depth + 8));
-        if (order != 0) return order < 0;
-    } else if (leftKey.size() != rightKey.size()) {
-        // The shorter one ends within the word, and the longer one has zeros there.
-        return leftKey.size() < rightKey.size();
+std::size_t EntrySorter::LengthOf(const SortRecord& record) const {
+    return IsShort(record) ? record.key & ~kShortKey : LongKey(record).size();
+}
+
+std::span<const std::uint8_t> EntrySorter::KeyOf(const SortRecord& record) {
+    if (!IsShort(record)) return LongKey(record);
+    for (std::size_t i = 0; i < shortKey_.size(); ++i) {
+        shortKey_[i] = static_cast<std::uint8_t>(record.word >> 8 * (shortKey_.size() - 1 - i));
     }
-    return left.row < right.row;
+    return std::span(shortKey_).first(LengthOf(record));
 }
 
 void EntrySorter::SortRecords() {
-    const auto less = [this](const Record& left, const Record& right) { return Less(left, right, 0); };
-    // Rows often come in the order of one of their indexes.
-    if (!std::is_sorted(records_.begin(), records_.end(), less)) SortFrom(records_, 0);
-}
-
-/// Keys of an index share long beginnings, or are equal altogether. So they are not compared as wholes:
-/// sorted by eight bytes, then each stretch of equal ones by the eight bytes behind those.
-void EntrySorter::SortFrom(std::span<Record> records, std::size_t depth) {
-    if (records.size() <= kFewRecords) {
-        std::sort(records.begin(), records.end(),
-                  [&](const Record& left, const Record& right) { return Less(left, right, depth); });
-        return;
-    }
-    SortByWord(records);
-    for (std::size_t first = 0; first < records.size();) {
-        std::size_t last = first + 1;
-        while (last < records.size() && records[last].word == records[first].word) ++last;
-        if (last - first > 1) SortEqualWords(records.subspan(first, last - first), depth);
-        first = last;
-    }
-}
-
-void EntrySorter::SortEqualWords(std::span<Record> records, std::size_t depth) {
-    const auto goesOn = std::stable_partition(records.begin(), records.end(), [&](const Record& record) {
-        return KeyOf(record).size() <= depth + 8;
-    });
-    const auto less = [this](const Record& left, const Record& right) {
-        const std::size_t leftBytes = KeyOf(left).size();
-        const std::size_t rightBytes = KeyOf(right).size();
-        return leftBytes != rightBytes ? leftBytes < rightBytes : left.row < right.row;
-    };
-    if (!std::is_sorted(records.begin(), goesOn, less)) std::sort(records.begin(), goesOn, less);
-    const std::span<Record> rest(goesOn, records.end());
-    for (Record& record : rest) record.word = WordAt(KeyOf(record), depth + 8);
-    SortFrom(rest, depth + 8);
-}
-
-/// Radix sort from the lowest byte up; bytes that are the same everywhere cost nothing.
-void EntrySorter::SortByWord(std::span<Record> records) {
-    constexpr unsigned kBytes = 8;
-    std::array<std::array<std::uint32_t, 256>, kBytes> counts{};
-    for (const Record& record : records) {
-        for (unsigned byte = 0; byte < kBytes; ++byte) ++counts[byte][record.word >> 8 * byte & 0xFF];
-    }
-    if (scratch_.size() < records.size()) scratch_.resize(records.size());
-    std::span<Record> from = records;
-    std::span<Record> to = std::span(scratch_).first(records.size());
-    for (unsigned byte = 0; byte < kBytes; ++byte) {
-        std::array<std::uint32_t, 256>& starts = counts[byte];
-        if (starts[records.front().word >> 8 * byte & 0xFF] == records.size()) continue;
-        std::uint32_t start = 0;
-        for (std::uint32_t& count : starts) start += std::exchange(count, start);
-        for (const Record& record : from) to[starts[record.word >> 8 * byte & 0xFF]++] = record;
-        std::swap(from, to);
-    }
-    if (from.data() != records.data()) std::copy(from.begin(), from.end(), records.begin());
+    const Keys keys(*this);
+    WordSort<Keys>(keys).Sort(records_);
 }
 
 void EntrySorter::Spill() {
@@ -239,13 +189,13 @@ void EntrySorter::Spill() {
         fileBytes_ += buffer.size();
         buffer.clear();
     };
-    for (const Record& record : records_) {
+    for (const SortRecord& record : records_) {
         const std::size_t at = buffer.size();
         buffer.resize(at + kPairHeaderBytes);
         const auto key = KeyOf(record);
         const auto keyBytes = static_cast<std::uint32_t>(key.size());
         std::memcpy(buffer.data() + at, &keyBytes, 4);
-        std::memcpy(buffer.data() + at + 4, &record.row, 4);
+        std::memcpy(buffer.data() + at + 4, &record.rank, 4);
         buffer.insert(buffer.end(), key.begin(), key.end());
         if (buffer.size() >= kBufferBytes) flush();
     }
@@ -258,12 +208,12 @@ void EntrySorter::Spill() {
 void EntrySorter::Sort() {
     if (runStarts_.empty()) {
         SortRecords();
-        std::vector<Record>().swap(scratch_);
+
         return;
     }
     if (!records_.empty()) Spill();
-    std::vector<Record>().swap(records_);
-    std::vector<Record>().swap(scratch_);
+    std::vector<SortRecord>().swap(records_);
+
     for (std::size_t i = 0; i < runStarts_.size(); ++i) {
         const std::uint64_t end = i + 1 < runStarts_.size() ? runStarts_[i + 1] : fileBytes_;
         auto run = std::make_unique<Run>(*file_, runStarts_[i], end);
@@ -277,9 +227,9 @@ void EntrySorter::Sort() {
 bool EntrySorter::Next() {
     if (!file_) {
         if (nextRecord_ == records_.size()) return false;
-        const Record& record = records_[nextRecord_++];
+        const SortRecord& record = records_[nextRecord_++];
         key_ = KeyOf(record);
-        row_ = RowId::FromStored(record.row);
+        row_ = RowId::FromStored(record.rank);
         return true;
     }
     if (nextRecord_++ > 0) {

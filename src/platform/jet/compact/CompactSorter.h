@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "platform/jet/format/Format.h"
+#include "platform/jet/format/WordSort.h"
 #include "platform/jet/storage/Storage.h"
 
 namespace marrowkit::jet::compact {
@@ -50,34 +52,29 @@ public:
     RowId Row() const { return row_; }
 
 private:
-    struct Record {
-        std::uint64_t word;  ///< eight bytes of the key, big-endian, padded with zeros
-        std::uint32_t key;   ///< where its length and bytes are: block, and place in the block
-        std::uint32_t row;
-    };
+    class Keys;
     class Run;
 
-    /// Of records whose keys are the same in front of `depth` and whose words are those at `depth`.
-    bool Less(const Record& left, const Record& right, std::size_t depth) const;
     void SortRecords();
-    void SortFrom(std::span<Record> records, std::size_t depth);
-    void SortEqualWords(std::span<Record> records, std::size_t depth);
-    void SortByWord(std::span<Record> records);
     bool IsFull(std::size_t moreBytes) const;
     void Spill();
     void Release();
     std::uint32_t StoreKey(std::span<const std::uint8_t> key);
-    std::span<const std::uint8_t> KeyOf(const Record& record) const;
+    /// REQUIRES: not a short key.
+    std::span<const std::uint8_t> LongKey(const SortRecord& record) const;
+    std::size_t LengthOf(const SortRecord& record) const;
+    /// The key wherever it is; valid until the next call.
+    std::span<const std::uint8_t> KeyOf(const SortRecord& record);
 
     Storage* storage_;
     std::string temporaryPath_;
     SortMemory* memory_;
     std::size_t usedBytes_ = 0;  ///< of it
     std::uint64_t count_ = 0;
-    std::vector<Record> records_;
-    std::vector<Record> scratch_;
+    std::vector<SortRecord> records_;
     std::vector<std::unique_ptr<std::uint8_t[]>> keyBlocks_;
     std::size_t blockUsed_ = 0;
+    std::array<std::uint8_t, 8> shortKey_{};
     std::size_t nextRecord_ = 0;
     std::unique_ptr<StorageFile> file_;  ///< sorted runs, one behind the other
     std::uint64_t fileBytes_ = 0;

@@ -401,7 +401,7 @@ TEST(EntrySorterTest, SortsBeyondItsMemory) {
             jet::compact::SortMemory sortMemory(memory);
             jet::compact::EntrySorter sorter(storage, "temporary", sortMemory);
             for (int i = 0; i < 3000; ++i) {
-                Bytes key(random() % 12);
+                Bytes key(random() % 24);
                 for (std::uint8_t& byte : key) byte = static_cast<std::uint8_t>(random() % 3);
                 const jet::RowId row{static_cast<jet::PageNumber>(random() % 50),
                                      static_cast<std::uint8_t>(i % 200)};
