@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,10 @@ int RunList(Session& session) {
         rows->Write({name, contents.version, contents.games, static_cast<double>(FileLength(path)), path});
     }
     rows->Finish();
+    if (names.empty() && !session.quiet) {
+        session.Err() << "There are no databases in " << modGlobal::LibraryRoot
+                      << "; --library DIR or MARROWKIT_LIBRARY names another folder.\n";
+    }
     return kDone;
 }
 

@@ -30,6 +30,9 @@ TEST(ListCommand, IsEmptyForAnEmptyLibrary) {
     const CommandLineRun run = RunCli({"list", "--library", library.Path().string()});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out, "Name,Version,Games,Bytes,Path\n");
+    EXPECT_EQ(run.err, "There are no databases in " + WindowsPath(library.Path().string()) +
+                           "\\; --library DIR or MARROWKIT_LIBRARY names another folder.\n");
+    EXPECT_EQ(RunCli({"list", "--quiet", "--library", library.Path().string()}).err, "");
 }
 
 TEST(ListCommand, FailsForALibraryThatIsNotThere) {
