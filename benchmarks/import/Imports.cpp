@@ -12,10 +12,10 @@
 #include "Datafiles.h"
 #include "Figures.h"
 #include "SqliteCopy.h"
+#include "global/modGlobal.h"
 #include "import/ImportEngine.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
-#include "shell/modGlobal.h"
 
 namespace marrowkit::benchmark {
 
