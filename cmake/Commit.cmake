@@ -11,7 +11,7 @@ if(NOT CMAKE_SCRIPT_MODE_FILE)
       COMMAND ${CMAKE_COMMAND} -DOUTPUT=${folder}/Commit.h -DGIT=${GIT_EXECUTABLE} -DSOURCE=${PROJECT_SOURCE_DIR}
               -P ${PROJECT_SOURCE_DIR}/cmake/Commit.cmake
       BYPRODUCTS ${folder}/Commit.h
-      COMMENT "" VERBATIM)
+      COMMENT "Looking which commit this is" VERBATIM)
     target_include_directories(${target} PRIVATE ${folder})
     add_dependencies(${target} ${target}_commit)
   endfunction()
