@@ -1,7 +1,5 @@
 #include "maintenance/CompactDatabase.h"
 
-#include <cstdint>
-
 #include "platform/dao/Dao.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/FileSystem.h"
@@ -17,28 +15,20 @@ constexpr const char* kErrorTitle = "Marrow-Kit";
 constexpr const char* kTemporaryName = "vltemp.mdb";
 constexpr const char* kBlankLine = "\r\n\r\n";
 
-std::int32_t CountGames(const std::string& path) {
-    dao::Database database = dao::DBEngine().OpenDatabase(path);
-    dao::Recordset games = database.OpenRecordset("SELECT * FROM Games", dao::RecordsetType::Snapshot);
-    if (games.EOF_()) return 0;
-    games.MoveLast();
-    games.MoveFirst();
-    return games.RecordCount();
-}
-
 std::string Kilobytes(std::int64_t bytes) {
     constexpr double kBytesPerKilobyte = 1024;
     return Format0(static_cast<double>(bytes) / kBytesPerKilobyte);
 }
 
-bool Compact(UserInterface& ui, const std::string& databasePath, const std::string& temporaryPath) {
+bool Compact(UserInterface& ui, const std::string& databasePath, const std::string& temporaryPath,
+             CompactionDisk& disk) {
     ui.SetHourglass(true);
     ui.LetEventsRun();
-    const std::int32_t gamesBefore = CountGames(databasePath);
-    const std::int64_t bytesBefore = FileLength(databasePath);
-    FileTools().DeletePath(temporaryPath);
-    dao::DBEngine().CompactDatabase(databasePath, temporaryPath);
-    if (CountGames(temporaryPath) != gamesBefore) {
+    const std::int32_t gamesBefore = disk.CountGames(databasePath);
+    const std::int64_t bytesBefore = disk.Length(databasePath);
+    disk.Delete(temporaryPath);
+    disk.Compact(databasePath, temporaryPath);
+    if (disk.CountGames(temporaryPath) != gamesBefore) {
         // The pointer stays an hourglass and the temporary file stays where it is.
         ui.ShowMessage(std::string("Compact Failed") + kBlankLine +
                            "This is one of those crap and annoying error messages that tells you absolutely "
@@ -47,9 +37,9 @@ bool Compact(UserInterface& ui, const std::string& databasePath, const std::stri
                        MessageIcon::Information, kTitle);
         return false;
     }
-    FileTools().DeletePath(databasePath);
-    RenameFile(temporaryPath, databasePath);
-    const std::int64_t bytesAfter = FileLength(databasePath);
+    disk.Delete(databasePath);
+    disk.Rename(temporaryPath, databasePath);
+    const std::int64_t bytesAfter = disk.Length(databasePath);
     ui.SetHourglass(false);
     ui.ShowMessage(
         "Compacted Database from " + Kilobytes(bytesBefore) + "Kb to " + Kilobytes(bytesAfter) + "Kb.",
@@ -59,15 +49,46 @@ bool Compact(UserInterface& ui, const std::string& databasePath, const std::stri
 
 }  // namespace
 
+std::int32_t CompactionDisk::CountGames(const std::string& database) {
+    dao::Database connection = dao::DBEngine().OpenDatabase(database);
+    dao::Recordset games = connection.OpenRecordset("SELECT * FROM Games", dao::RecordsetType::Snapshot);
+    if (games.EOF_()) return 0;
+    games.MoveLast();
+    games.MoveFirst();
+    return games.RecordCount();
+}
+
+std::int64_t CompactionDisk::Length(const std::string& file) {
+    return FileLength(file);
+}
+
+void CompactionDisk::Delete(const std::string& file) {
+    FileTools().DeletePath(file);
+}
+
+void CompactionDisk::Compact(const std::string& from, const std::string& to) {
+    dao::DBEngine().CompactDatabase(from, to);
+}
+
+void CompactionDisk::Rename(const std::string& from, const std::string& to) {
+    RenameFile(from, to);
+}
+
 bool CompactSelectedDatabase(UserInterface& ui, const std::string& databasePath,
                              const std::string& folderPath) {
+    CompactionDisk disk;
+    return CompactSelectedDatabase(ui, databasePath, folderPath, disk);
+}
+
+bool CompactSelectedDatabase(UserInterface& ui, const std::string& databasePath,
+                             const std::string& folderPath, CompactionDisk& disk) {
     if (databasePath.empty()) return false;
     try {
         if (!PathExists(databasePath)) {
             ui.ShowMessage("Could not find file: " + databasePath, MessageIcon::Information, kTitle);
             return false;
         }
-        return Compact(ui, databasePath, folderPath + kTemporaryName);
+        return Compact(ui, databasePath, folderPath + kTemporaryName, disk);
     } catch (const RuntimeError& error) {
         ui.ShowMessage("Unable to compact database '" + databasePath + "'." + kBlankLine + error.description +
                            " (" + std::to_string(error.number) + "," +

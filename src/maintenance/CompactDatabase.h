@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "global/UserInterface.h"
@@ -7,11 +8,31 @@
 
 namespace marrowkit {
 
+/// The steps of a compaction that reach the disk, each as it is done in earnest. Every one of them can fail,
+/// and the machine can stop between any two: a test that derives from this makes it so.
+class CompactionDisk {
+public:
+    virtual ~CompactionDisk() = default;
+
+    /// Number of records that "SELECT * FROM Games" gives, in a connection of its own.
+    virtual std::int32_t CountGames(const std::string& database);
+    virtual std::int64_t Length(const std::string& file);
+    /// Nothing there is no error.
+    virtual void Delete(const std::string& file);
+    virtual void Compact(const std::string& from, const std::string& to);
+    virtual void Rename(const std::string& from, const std::string& to);
+};
+
 /// Compacts a database file into "vltemp.mdb" in `folderPath` (which ends in "\"), makes sure that no game
 /// was lost, and puts the result in the file's place. A leftover temporary file is deleted first.
 ///
 /// All errors are trapped and reported, as are a missing file, a different number of games (the database
 /// stays as it was) and success with the sizes before and after. True for the last.
+///
+/// Nothing is undone after an error. The games are in the database file at all times, except between its
+/// deletion and the renaming of the temporary file: there that one holds them.
+bool CompactSelectedDatabase(UserInterface& ui, const std::string& databasePath,
+                             const std::string& folderPath, CompactionDisk& disk);
 bool CompactSelectedDatabase(UserInterface& ui, const std::string& databasePath,
                              const std::string& folderPath);
 
