@@ -73,7 +73,7 @@ int RunDeleteRecord(Session& session, const RecordOptions& options) {
                             std::string(table.table) + " that may be deleted.");
     }
     const auto replacements =
-        ListLookupRecords(database, ReplacementQuery(table, options.id), dao::RecordsetType::Snapshot);
+        ListLookupRecords(database, ReplacementStatement(table, options.id), dao::RecordsetType::Snapshot);
     const LookupRecord* replacement = FindRecord(replacements, options.replacementId);
     if (replacement == nullptr) {
         return session.Fail("There is no other record " + std::to_string(options.replacementId) + " in " +

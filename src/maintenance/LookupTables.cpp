@@ -36,7 +36,7 @@ const LookupTable* FindLookupTable(std::string_view table) {
     return found == kLookupTables.end() ? nullptr : &*found;
 }
 
-std::string ReplacementQuery(const LookupTable& table, std::int32_t id) {
+std::string ReplacementStatement(const LookupTable& table, std::int32_t id) {
     std::string query(table.replacementPrefix);
     query += std::to_string(id);
     query += table.replacementSuffix;

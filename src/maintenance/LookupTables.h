@@ -38,7 +38,7 @@ struct LookupRecord {
 };
 
 /// The statement that lists what can take the place of record `id`.
-std::string ReplacementQuery(const LookupTable& table, std::int32_t id);
+std::string ReplacementStatement(const LookupTable& table, std::int32_t id);
 
 /// The records of a statement with the columns ID and Name, in its order. A record without a name has an
 /// empty one.

@@ -41,7 +41,7 @@ frmGetID::frmGetID(QWidget* owner) : QDialog(owner) {
     {
         dao::Database database = dao::DBEngine().OpenDatabase(CurrentDatabasePath);
         FillRecordList(*lstRecords,
-                       ListLookupRecords(database, ReplacementQuery_, dao::RecordsetType::Snapshot));
+                       ListLookupRecords(database, ReplacementQuery, dao::RecordsetType::Snapshot));
     }
     if (lstRecords->count() > 0) lstRecords->setCurrentRow(0);
     ShowHourglass(false);

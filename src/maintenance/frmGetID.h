@@ -13,7 +13,7 @@ namespace marrowkit {
 /// The database they work on.
 inline std::string CurrentDatabasePath;
 /// The statement that frmGetID lists.
-inline std::string ReplacementQuery_;
+inline std::string ReplacementQuery;
 /// The chosen replacement's key; 0: none was chosen.
 inline std::int32_t ReplacementId = 0;
 inline std::string ReplacementName;

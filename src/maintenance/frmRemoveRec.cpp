@@ -86,7 +86,7 @@ void frmRemoveRec::DeleteRecord() {
     }
     const LookupTable& table = kLookupTables[static_cast<std::size_t>(lstTable->currentRow())];
     const LookupRecord record = SelectedRecord(*lstRecords);
-    ReplacementQuery_ = ReplacementQuery(table, record.id);
+    ReplacementQuery = ReplacementStatement(table, record.id);
     ShowHourglass(true);
     PumpEventsNow();
     frmGetID(this).exec();

@@ -31,7 +31,7 @@ protected:
     }
     std::vector<LookupRecord> Replacements(const LookupTable& table, std::int32_t id) {
         dao::Database connection = dao::DBEngine().OpenDatabase(database.Path());
-        return ListLookupRecords(connection, ReplacementQuery(table, id), dao::RecordsetType::Snapshot);
+        return ListLookupRecords(connection, ReplacementStatement(table, id), dao::RecordsetType::Snapshot);
     }
     void Delete(const LookupTable& table, std::int32_t id, std::int32_t replacement) {
         dao::Database connection = dao::DBEngine().OpenDatabase(database.Path());
@@ -62,9 +62,9 @@ TEST_F(Lookups, AreThoseOfTheDialogInItsOrder) {
 
 TEST_F(Lookups, ReplacementsAreAskedForWithTheKeyInDecimal) {
     EXPECT_EQ(
-        ReplacementQuery(kLookupTables[1], 1234),
+        ReplacementStatement(kLookupTables[1], 1234),
         "SELECT MU_Id as ID, Musician AS Name FROM Musicians WHERE NOT (MU_Id = 1234) ORDER BY Musician");
-    EXPECT_EQ(ReplacementQuery(kLookupTables[0], -5),
+    EXPECT_EQ(ReplacementStatement(kLookupTables[0], -5),
               "SELECT PU_Id as ID, Publisher AS Name FROM Publishers WHERE NOT (PU_Id = -5) ORDER BY "
               "Publisher");
 }
@@ -138,7 +138,7 @@ TEST(LookupsOfTheFrontend, AreListedAndDeleted) {
         const auto records = ListLookupRecords(connection, table.deletionList);
         ASSERT_FALSE(records.empty()) << table.table;
         const std::string key(table.keyField);
-        const auto replacements = ListLookupRecords(connection, ReplacementQuery(table, records[0].id));
+        const auto replacements = ListLookupRecords(connection, ReplacementStatement(table, records[0].id));
         ASSERT_FALSE(replacements.empty());
         DeleteLookupRecord(connection, table, records[0].id, replacements.back().id);
         connection.Close();
