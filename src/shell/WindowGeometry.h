@@ -22,4 +22,8 @@ WindowGeometry StartGeometry(const WindowGeometry& saved, float screenWidth, flo
                              float designWidth = kFirstRunWidthTwips,
                              float designHeight = kFirstRunHeightTwips);
 
+/// What the last run left in the registry. Values that were never saved are 0.
+WindowGeometry ReadSavedGeometry();
+void WriteSavedGeometry(const WindowGeometry& geometry);
+
 }  // namespace marrowkit

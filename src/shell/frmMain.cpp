@@ -2,13 +2,9 @@
 
 #include <QAction>
 #include <QCloseEvent>
-#include <QContextMenuEvent>
-#include <QKeyEvent>
 #include <QMenuBar>
-#include <QMouseEvent>
 #include <QScreen>
 #include <QStatusBar>
-#include <QTimer>
 
 #include "forms/FatalError.h"
 #include "forms/Messages.h"
@@ -28,8 +24,6 @@
 #include "maintenance/frmGetID.h"
 #include "maintenance/frmRemoveRec.h"
 #include "platform/files/FileTools.h"
-#include "platform/files/HostPath.h"
-#include "platform/registry/RegistryStore.h"
 #include "platform/text/Text.h"
 #include "shell/CommandLine.h"
 #include "shell/Images.h"
@@ -38,28 +32,6 @@
 #include "shell/WindowGeometry.h"
 
 namespace marrowkit {
-namespace {
-
-constexpr int kKeyRole = Qt::UserRole;
-constexpr const char* kHive = "HKEY_LOCAL_MACHINE";
-constexpr const char* kWindowKey = R"(Software\Quillon\Marrowkit\Window)";
-constexpr std::size_t kBuiltInImages = 5;
-
-std::string KeyOf(const QTreeWidgetItem& node) {
-    return FromQt(node.data(0, kKeyRole).toString());
-}
-std::string ParentKeyOf(const QTreeWidgetItem& node) {
-    return node.parent() != nullptr ? KeyOf(*node.parent()) : "";
-}
-
-float ReadWindowValue(RegistryStore& store, const char* name) {
-    RegistryVariant value = 0.0F;
-    std::int32_t status = 0;
-    store.ReadValue(kHive, kWindowKey, name, value, status, true);
-    return std::get<float>(value);
-}
-
-}  // namespace
 
 frmMain::frmMain(const std::string& commandLine) : commandLine_(commandLine) {
     setObjectName(QStringLiteral("frmMain"));
@@ -84,27 +56,19 @@ void frmMain::Start() {
 }
 
 void frmMain::BuildControls() {
-    tvVellora = new QTreeWidget(this);
-    tvVellora->setObjectName(QStringLiteral("tvVellora"));
-    tvVellora->setAccessibleName(QStringLiteral("Library"));
-    tvVellora->setHeaderHidden(true);
-    tvVellora->setUniformRowHeights(true);
-    tvVellora->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    tvVellora->viewport()->installEventFilter(this);
-    tvVellora->installEventFilter(this);
+    tvVellora = new LibraryView(this);
     setCentralWidget(tvVellora);
 
     statusBar()->setObjectName(QStringLiteral("sbVellora"));
     sbVelloraPanel1_ = new ElidedLabel;
     sbVelloraPanel1_->setObjectName(QStringLiteral("sbVelloraPanel1"));
+    constexpr int kGapPixels = 4;
+    sbVelloraPanel1_->setContentsMargins(kGapPixels, 0, kGapPixels, 0);
     statusBar()->addWidget(sbVelloraPanel1_, 1);
 
-    for (const char* image : {"vellora", "access", "folder", "inifile", "textfile"}) {
-        ilstVellora_.push_back(BuiltInImage(image));
-    }
-    connect(tvVellora, &QTreeWidget::itemClicked, this,
-            [this](const QTreeWidgetItem* node) { NodeClicked(*node); });
-    connect(tvVellora, &QTreeWidget::itemDoubleClicked, this, Guarded([this] { NodeDoubleClicked(); }));
+    connect(tvVellora, &LibraryView::NodeClicked, this, &frmMain::NodeClicked);
+    connect(tvVellora, &LibraryView::NodeDoubleClicked, this, Guarded([this] { NodeDoubleClicked(); }));
+    connect(tvVellora, &LibraryView::MenuWanted, this, &frmMain::ShowMenuOf);
     refresh_ = new QShortcut(QKeySequence(Qt::Key_F5), this);
     connect(refresh_, &QShortcut::activated, this, Guarded([this] { RefreshLibraryTree(); }));
 }
@@ -163,17 +127,9 @@ void frmMain::BuildMenus() {
 }
 
 void frmMain::LoadGeometry() {
-    WindowGeometry saved;
-    {
-        RegistryStore store;
-        saved.width = ReadWindowValue(store, "MainWidth");
-        saved.height = ReadWindowValue(store, "MainHeight");
-        saved.top = ReadWindowValue(store, "MainTop");
-        saved.left = ReadWindowValue(store, "MainLeft");
-    }
     const QSize screenPixels = screen()->size();
     const WindowGeometry start =
-        StartGeometry(saved, static_cast<float>(PixelsToTwips(screenPixels.width(), this)),
+        StartGeometry(ReadSavedGeometry(), static_cast<float>(PixelsToTwips(screenPixels.width(), this)),
                       static_cast<float>(PixelsToTwips(screenPixels.height(), this)));
     move(TwipsToPixels(start.left, this), TwipsToPixels(start.top, this));
     resize(TwipsToPixels(start.width, this), TwipsToPixels(start.height, this));
@@ -181,11 +137,7 @@ void frmMain::LoadGeometry() {
 
 void frmMain::SaveGeometry() {
     const auto twips = [this](int pixels) { return static_cast<float>(PixelsToTwips(pixels, this)); };
-    RegistryStore store;
-    store.WriteValue(kHive, kWindowKey, "MainWidth", twips(width()));
-    store.WriteValue(kHive, kWindowKey, "MainHeight", twips(height()));
-    store.WriteValue(kHive, kWindowKey, "MainTop", twips(y()));
-    store.WriteValue(kHive, kWindowKey, "MainLeft", twips(x()));
+    WriteSavedGeometry({twips(width()), twips(height()), twips(y()), twips(x())});
 }
 
 void frmMain::closeEvent(QCloseEvent* event) {
@@ -199,85 +151,17 @@ void frmMain::closeEvent(QCloseEvent* event) {
 void frmMain::RefreshLibraryTree() {
     SetHourglass(true);
     PumpEventsNow();
-    tvVellora->setUpdatesEnabled(false);
-    tvVellora->clear();
-    nodesByKey_.clear();
-    ilstVellora_.resize(kBuiltInImages);
-    // The items are made first and put into the tree at once: the tree looks around at every item it is
-    // given.
-    std::unique_ptr<QTreeWidgetItem> root = MakeItem(ReadLibraryTree());
-    QTreeWidgetItem* rootItem = root.get();
-    tvVellora->addTopLevelItem(root.release());
-    QFont bold = rootItem->font(0);
-    bold.setBold(true);
-    rootItem->setFont(0, bold);
-    rootItem->setExpanded(true);
-    tvVellora->setUpdatesEnabled(true);
+    tvVellora->ShowNodes(ReadLibraryTree());
     SetStatusText(std::string(kTreeHint));
     SetHourglass(false);
 }
 
-std::unique_ptr<QTreeWidgetItem> frmMain::MakeItem(const LibraryNode& node) {
-    auto item = std::make_unique<QTreeWidgetItem>();
-    const QString key = ToQt(node.key);
-    item->setText(0, ToQt(node.text));
-    item->setData(0, kKeyRole, key);
-    item->setIcon(0, NodeIcon(node));
-    nodesByKey_.insert(key, item.get());
-    QList<QTreeWidgetItem*> children;
-    children.reserve(static_cast<qsizetype>(node.children.size()));
-    for (const LibraryNode& child : node.children) children.push_back(MakeItem(child).release());
-    item->addChildren(children);
-    return item;
+void frmMain::NodeClicked(const QString& key) {
+    SetStatusText(FromQt(key) == kRootKey ? std::string(kTreeHint) : FromQt(key));
 }
 
-QIcon frmMain::NodeIcon(const LibraryNode& node) {
-    if (node.image != TreeImage::Own) return ilstVellora_[static_cast<std::size_t>(node.image)];
-    ilstVellora_.push_back(LoadStartupIcon(HostPath(node.ownImagePath)));
-    return ilstVellora_.back();
-}
-
-void frmMain::NodeClicked(const QTreeWidgetItem& node) {
-    const std::string key = KeyOf(node);
-    SetStatusText(key == kRootKey ? std::string(kTreeHint) : key);
-}
-
-bool frmMain::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == tvVellora->viewport() && event->type() == QEvent::MouseButtonPress) {
-        const auto* press = static_cast<QMouseEvent*>(event);
-        if (press->button() != Qt::RightButton) return false;
-        // The menu is that of the node under the pointer; what is selected stays so, and is what the menu
-        // acts on.
-        if (const QTreeWidgetItem* node = tvVellora->itemAt(press->position().toPoint())) {
-            ShowMenuOf(*node, press->globalPosition().toPoint());
-        }
-        return true;
-    }
-    if (watched == tvVellora && event->type() == QEvent::ContextMenu &&
-        static_cast<QContextMenuEvent*>(event)->reason() == QContextMenuEvent::Keyboard) {
-        if (const QTreeWidgetItem* node = tvVellora->currentItem()) {
-            ShowMenuOf(*node, tvVellora->viewport()->mapToGlobal(tvVellora->visualItemRect(node).center()));
-        }
-        return true;
-    }
-    if (watched == tvVellora && event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent*>(event)->key();
-        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
-            RunHandler([this] { NodeDoubleClicked(); });
-            return true;
-        }
-        // Arrow keys click the node that they lead to, once the tree has followed them.
-        QTimer::singleShot(0, this, [this, before = tvVellora->currentItem()] {
-            const QTreeWidgetItem* now = tvVellora->currentItem();
-            if (now != nullptr && now != before) NodeClicked(*now);
-        });
-        return false;
-    }
-    return QMainWindow::eventFilter(watched, event);
-}
-
-void frmMain::ShowMenuOf(const QTreeWidgetItem& node, const QPoint& globalPosition) {
-    switch (MenuOfNode(KeyOf(node), ParentKeyOf(node))) {
+void frmMain::ShowMenuOf(const QString& key, const QString& parentKey, const QPoint& globalPosition) {
+    switch (MenuOfNode(FromQt(key), FromQt(parentKey))) {
         case NodeMenu::Root:
             return mnuRoot->popup(globalPosition);
         case NodeMenu::DatabaseFolder:
@@ -292,35 +176,16 @@ void frmMain::ShowMenuOf(const QTreeWidgetItem& node, const QPoint& globalPositi
 }
 
 void frmMain::NodeDoubleClicked() {
-    const QTreeWidgetItem* node = tvVellora->currentItem();
-    if (node == nullptr) return;
-    const std::string key = KeyOf(*node);
-    const DoubleClickAction action = DoubleClickOnNode(key, ParentKeyOf(*node));
-    if (action == DoubleClickAction::Nothing || !FileTools().FileExists(key, 0, "Vellora")) return;
+    const SelectedNode node = tvVellora->Selected();
+    const DoubleClickAction action = DoubleClickOnNode(node.key, node.parentKey);
+    if (action == DoubleClickAction::Nothing || !FileTools().FileExists(node.key, 0, "Vellora")) return;
     if (action == DoubleClickAction::OpenDatabase && !modGlobal::Expert) {
         ShowMessage(
             "WARNING: Only EXPERTS should change the Vellora database in MS Access!\r\n\r\nIf you change "
-            "something by "
-            "hand then your database doesn't work, you've only yourself to blame!",
+            "something by hand then your database doesn't work, you've only yourself to blame!",
             MessageIcon::Information, std::string(kApplicationTitle), MessageButtons::Ok, false);
     }
-    FileTools().OpenDocument(key, "");
-}
-
-void frmMain::SelectDatabase(const std::string& folderKey) {
-    QTreeWidgetItem* node = nodesByKey_.value(ToQt(folderKey), nullptr);
-    if (node == nullptr) return;
-    tvVellora->setCurrentItem(node);
-    node->setExpanded(true);
-    tvVellora->scrollToItem(node);
-}
-
-SelectedNode frmMain::Selected() const {
-    const QTreeWidgetItem* node = tvVellora->currentItem();
-    if (node == nullptr) return {};
-    SelectedNode selected{KeyOf(*node), FromQt(node->text(0)), ParentKeyOf(*node), {}};
-    if (node->parent() != nullptr) selected.parentText = FromQt(node->parent()->text(0));
-    return selected;
+    FileTools().OpenDocument(node.key, "");
 }
 
 // UserInterface
@@ -370,7 +235,7 @@ void frmMain::LetEventsRun() {
 // Menu handlers
 
 void frmMain::FileNew() {
-    if (const auto folderKey = AskAndCreateDatabase(this, *this)) SelectDatabase(*folderKey);
+    if (const auto folderKey = AskAndCreateDatabase(this, *this)) tvVellora->SelectAndExpand(*folderKey);
 }
 
 void frmMain::FileNewRomCenter2() {
@@ -388,7 +253,7 @@ void frmMain::RootNewRomCenter2() {
 }
 
 void frmMain::DBImportRC2() {
-    const SelectedNode node = Selected();
+    const SelectedNode node = tvVellora->Selected();
     ImportSettings& settings = GlobalImportSettings();
     settings.ExistingDatabasePath = node.key;
     settings.ExistingDatabaseName = Left(node.text, std::max(0, Len(node.text) - 4));
@@ -407,38 +272,38 @@ void frmMain::ChooseDatafile() {
     if (!settings.ImportSucceeded) return;
     if (!settings.ImportIntoExisting) {
         RefreshLibraryTree();
-        SelectDatabase(settings.NewDatabaseKey);
+        tvVellora->SelectAndExpand(settings.NewDatabaseKey);
     }
     RemindOfScanAndFix(*this);
 }
 
 void frmMain::VelloraDelete() {
-    DeleteDatabaseFolder(*this, Selected());
+    DeleteDatabaseFolder(*this, tvVellora->Selected());
 }
 
 void frmMain::DBCompact() {
-    CompactWithBusyDisplay(*this, Selected());
+    CompactWithBusyDisplay(*this, tvVellora->Selected());
 }
 
 void frmMain::DBFix() {
-    ScanAndFixErrors(*this, Selected());
+    ScanAndFixErrors(*this, tvVellora->Selected());
 }
 
 void frmMain::DBClearExtras() {
-    ClearGameExtras(*this, Selected());
+    ClearGameExtras(*this, tvVellora->Selected());
 }
 
 void frmMain::DBRemoveViews() {
-    RemoveCustomViews(*this, Selected());
+    RemoveCustomViews(*this, tvVellora->Selected());
 }
 
 void frmMain::DBDeleteRecords() {
-    CurrentDatabasePath = Selected().key;
+    CurrentDatabasePath = tvVellora->Selected().key;
     frmRemoveRec(this, *this).exec();
 }
 
 void frmMain::DBGenres() {
-    const std::string path = Selected().key;
+    const std::string path = tvVellora->Selected().key;
     if (!FileTools().FileExists(path, 0, kApplicationTitle)) return ReportVanishedDatabase(*this);
     GenresDatabasePath = path;
     frmGenres(this).exec();

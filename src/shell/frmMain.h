@@ -1,19 +1,15 @@
 #pragma once
 
-#include <QHash>
-#include <QIcon>
 #include <QMainWindow>
 #include <QMenu>
 #include <QShortcut>
-#include <QTreeWidget>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "forms/ElidedLabel.h"
 #include "global/UserInterface.h"
-#include "maintenance/LibraryTree.h"
 #include "maintenance/SelectedNode.h"
+#include "shell/LibraryView.h"
 #include "shell/frmWait.h"
 
 namespace marrowkit {
@@ -33,14 +29,12 @@ public:
     void Start();
 
     void RefreshLibraryTree() override;
-    /// How many images the tree has to choose from: the built-in ones and the databases' own.
-    std::size_t ImageCount() const { return ilstVellora_.size(); }
+    std::size_t ImageCount() const { return tvVellora->ImageCount(); }
     /// How operations started from elsewhere talk to the person through this window.
     UserInterface& Interface() { return *this; }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     // UserInterface
@@ -62,15 +56,10 @@ private:
     void LoadGeometry();
     void SaveGeometry();
 
-    // Tree
-    /// The item of a node with those of all nodes below it, not yet in the tree.
-    std::unique_ptr<QTreeWidgetItem> MakeItem(const LibraryNode& node);
-    QIcon NodeIcon(const LibraryNode& node);
-    void ShowMenuOf(const QTreeWidgetItem& node, const QPoint& globalPosition);
-    void NodeClicked(const QTreeWidgetItem& node);
+    // What the person does with the tree
+    void NodeClicked(const QString& key);
     void NodeDoubleClicked();
-    void SelectDatabase(const std::string& folderKey);
-    SelectedNode Selected() const;
+    void ShowMenuOf(const QString& key, const QString& parentKey, const QPoint& globalPosition);
 
     // Menu handlers
     void FileNew();
@@ -87,7 +76,7 @@ private:
     void DBDeleteRecords();
     void ChooseDatafile();
 
-    QTreeWidget* tvVellora;
+    LibraryView* tvVellora;
     ElidedLabel* sbVelloraPanel1_;
     QMenu* mnuFile;
     QMenu* mnuRoot;
@@ -95,10 +84,6 @@ private:
     QMenu* mnuDB;
     QMenu* mnuScriptRoot;
     QShortcut* refresh_;
-    /// Built-in images at 0 to 4; behind them the start-up icons that databases bring along, new at every
-    /// refresh.
-    std::vector<QIcon> ilstVellora_;
-    QHash<QString, QTreeWidgetItem*> nodesByKey_;
     std::unique_ptr<frmWait> wait_;
     bool treeHadFocus_ = false;
     std::string commandLine_;
