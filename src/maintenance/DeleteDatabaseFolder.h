@@ -6,7 +6,8 @@
 namespace marrowkit {
 
 /// Deletes a database folder with everything in it, after a confirmation, and rebuilds the tree. Takes the
-/// folder's node, whose key ends in "\". An error is not trapped; what was deleted before it stays deleted.
+/// folder's node, whose key ends in "\". Any other node's key names no folder of the library, and is reported
+/// like a folder that has gone. An error is not trapped; what was deleted before it stays deleted.
 /// True when the folder was deleted.
 bool DeleteDatabaseFolder(UserInterface& ui, const SelectedNode& folder);
 

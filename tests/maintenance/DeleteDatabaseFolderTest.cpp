@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "global/modGlobal.h"
 #include "maintenance/DeleteDatabaseFolder.h"
 #include "platform/files/HostPath.h"
 #include "support/RecordingUserInterface.h"
@@ -18,6 +19,7 @@ using Message = test::RecordingUserInterface::Message;
 class DeleteFolder : public testing::Test {
 protected:
     DeleteFolder() {
+        modGlobal::LibraryRoot = WindowsPath(folder.Path().string()) + "\\";
         test::WriteFile(folder / "Arcade" / "Arcade.mdb", "x");
         test::WriteFile(folder / "Arcade" / "Gfx" / "Deep" / "a.gif", "x");
         node.key = path + "\\";
@@ -66,6 +68,72 @@ TEST_F(DeleteFolder, ReportsAFolderThatHasVanishedAndRebuildsTheTree) {
     EXPECT_THAT(ui.messages,
                 ElementsAre(Message{"Huh? This folder doesn't exist!", MessageIcon::None, "Marrowkit"}));
     EXPECT_EQ(ui.treeRefreshes, 1);
+}
+
+TEST_F(DeleteFolder, TakesNamesWithBlanksUmlautsAndDots) {
+    for (const char* name : {"My  Old Games",
+                             "K\xC3\xB6ln \xC3\x9C"
+                             "bung",
+                             "v1.2.3", ".hidden", "100% & more's"}) {
+        test::WriteFile(folder / name / (std::string(name) + ".mdb"), "x");
+        test::WriteFile(folder / name / "Gfx" / "\xC3\xA4.gif", "x");
+        node.key = WindowsPath((folder / name).string()) + "\\";
+        node.text = name;
+        ui.answers = {MessageAnswer::Yes};
+        EXPECT_TRUE(DeleteDatabaseFolder(ui, node)) << name;
+        EXPECT_FALSE(fs::exists(folder / name)) << name;
+        EXPECT_EQ(ui.messages.back().title, "Really Delete '" + node.text + "'?");
+    }
+    EXPECT_TRUE(fs::exists(folder / "Arcade" / "Arcade.mdb"));
+}
+
+TEST_F(DeleteFolder, DoesNotFollowLinksInIt) {
+    const test::TemporaryFolder elsewhere;
+    test::WriteFile(elsewhere / "Roms" / "game.zip", "x");
+    fs::create_directory_symlink(elsewhere / "Roms", folder / "Arcade" / "Roms");
+    fs::create_symlink(elsewhere / "Roms" / "game.zip", folder / "Arcade" / "game.zip");
+    fs::create_directory_symlink(folder.Path(), folder / "Arcade" / "Gfx" / "up");
+    test::WriteFile(folder / "Other" / "Other.mdb", "x");
+    ui.answers = {MessageAnswer::Yes};
+    EXPECT_TRUE(DeleteDatabaseFolder(ui, node));
+    EXPECT_FALSE(fs::exists(folder / "Arcade"));
+    EXPECT_TRUE(fs::exists(elsewhere / "Roms" / "game.zip"));
+    EXPECT_TRUE(fs::exists(folder / "Other" / "Other.mdb"));
+}
+
+TEST_F(DeleteFolder, OfADatabaseThatIsALinkDeletesTheLink) {
+    const test::TemporaryFolder elsewhere;
+    test::WriteFile(elsewhere / "Linked" / "Linked.mdb", "x");
+    fs::create_directory_symlink(elsewhere / "Linked", folder / "Linked");
+    node.key = WindowsPath(folder.Path().string()) + "\\Linked\\";
+    ui.answers = {MessageAnswer::Yes};
+    EXPECT_TRUE(DeleteDatabaseFolder(ui, node));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(folder / "Linked")));
+    EXPECT_TRUE(fs::exists(elsewhere / "Linked" / "Linked.mdb"));
+}
+
+// The menu acts on the selected node, which may be another one than that under the pointer.
+TEST_F(DeleteFolder, NeverLeavesTheLibrary) {
+    const fs::path before = fs::current_path();
+    test::WriteFile(folder / "ROO" / "kept", "x");
+    test::WriteFile(folder / "Arcade INI File" / "kept", "x");
+    fs::current_path(folder.Path());
+    const std::string root = modGlobal::LibraryRoot;
+    modGlobal::LibraryRoot = root + "Library\\";
+    test::WriteFile(folder / "Library" / "Arcade" / "Arcade.mdb", "x");
+    for (const std::string& key : {std::string("ROOT"), std::string("Arcade INI Files"), root + "Arcade\\",
+                                   modGlobal::LibraryRoot, modGlobal::LibraryRoot + "..\\",
+                                   modGlobal::LibraryRoot + "Arcade\\..\\", modGlobal::LibraryRoot + ".\\"}) {
+        node.key = key;
+        ui.messages.clear();
+        EXPECT_FALSE(DeleteDatabaseFolder(ui, node)) << key;
+        EXPECT_THAT(ui.messages,
+                    ElementsAre(Message{"Huh? This folder doesn't exist!", MessageIcon::None, "Marrowkit"}))
+            << key;
+    }
+    for (const char* kept : {"ROO", "Arcade INI File", "Arcade", "Library/Arcade"})
+        EXPECT_TRUE(fs::exists(folder / kept)) << kept;
+    fs::current_path(before);
 }
 
 }  // namespace
