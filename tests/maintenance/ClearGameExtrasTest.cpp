@@ -4,6 +4,7 @@
 
 #include "maintenance/ClearGameExtras.h"
 #include "maintenance/FrontendDatabase.h"
+#include "support/BothFormats.h"
 #include "support/RecordingUserInterface.h"
 
 namespace marrowkit {
@@ -13,6 +14,8 @@ using test::FrontendDatabase;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Message = test::RecordingUserInterface::Message;
+
+class ClearExtras : public test::BothFormats {};
 
 const Message kQuestion{
     "Do you really want to clear all the Game Extras linked this database?\r\n\r\n"
@@ -29,8 +32,8 @@ void AddExtras(const FrontendDatabase& database) {
     database.Execute("INSERT INTO Extras (GA_Id, Name) VALUES (1, \"manual\")");
 }
 
-TEST(ClearExtras, UnlinksAllExtrasAfterAConfirmation) {
-    const FrontendDatabase database(2, 1);  // just high enough
+TEST_P(ClearExtras, UnlinksAllExtrasAfterAConfirmation) {
+    const FrontendDatabase database(2, 1, GetParam());  // just high enough
     AddExtras(database);
     test::RecordingUserInterface ui;
     ui.SetStatusText("before");
@@ -46,16 +49,16 @@ TEST(ClearExtras, UnlinksAllExtrasAfterAConfirmation) {
     EXPECT_THAT(database.Problems(), IsEmpty());
 }
 
-TEST(ClearExtras, SucceedsWithoutExtras) {
-    const FrontendDatabase database(2, 5);
+TEST_P(ClearExtras, SucceedsWithoutExtras) {
+    const FrontendDatabase database(2, 5, GetParam());
     test::RecordingUserInterface ui;
     ui.answers = {MessageAnswer::Yes};
     EXPECT_TRUE(ClearGameExtras(ui, database.Node()));
     EXPECT_THAT(ui.messages, ElementsAre(kQuestion, kDone));
 }
 
-TEST(ClearExtras, ChangesNothingWithoutAYes) {
-    const FrontendDatabase database(2, 5);
+TEST_P(ClearExtras, ChangesNothingWithoutAYes) {
+    const FrontendDatabase database(2, 5, GetParam());
     AddExtras(database);
     for (const MessageAnswer answer : {MessageAnswer::No, MessageAnswer::Cancel}) {
         test::RecordingUserInterface ui;
@@ -67,8 +70,8 @@ TEST(ClearExtras, ChangesNothingWithoutAYes) {
     EXPECT_EQ(database.One("SELECT COUNT(*) FROM Extras"), "2");
 }
 
-TEST(ClearExtras, RefusesVersion20) {
-    const FrontendDatabase database(2, 0);
+TEST_P(ClearExtras, RefusesVersion20) {
+    const FrontendDatabase database(2, 0, GetParam());
     const std::string before = test::ReadFile(database.HostFile());
     test::RecordingUserInterface ui;
     EXPECT_FALSE(ClearGameExtras(ui, database.Node()));
@@ -77,14 +80,16 @@ TEST(ClearExtras, RefusesVersion20) {
 }
 
 // The version is asked for first, and what cannot be read counts as version 1.3.
-TEST(ClearExtras, TakesAMissingFileForTooOld) {
-    const FrontendDatabase database(2, 5);
+TEST_P(ClearExtras, TakesAMissingFileForTooOld) {
+    const FrontendDatabase database(2, 5, GetParam());
     std::filesystem::remove(database.HostFile());
     test::RecordingUserInterface ui;
     EXPECT_FALSE(ClearGameExtras(ui, database.Node()));
     EXPECT_THAT(ui.messages, ElementsAre(kTooOld));
     EXPECT_EQ(ui.treeRefreshes, 0);
 }
+
+MARROWKIT_TEST_BOTH_FORMATS(ClearExtras);
 
 }  // namespace
 }  // namespace marrowkit

@@ -1,11 +1,13 @@
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include <gmock/gmock.h>
 
 #include "maintenance/CompactDatabase.h"
 #include "maintenance/FrontendDatabase.h"
 #include "platform/text/Numbers.h"
+#include "support/BothFormats.h"
 #include "support/RecordingUserInterface.h"
 #include "support/TestData.h"
 
@@ -20,6 +22,8 @@ using testing::IsEmpty;
 using testing::StartsWith;
 using Message = test::RecordingUserInterface::Message;
 
+class Compaction : public test::BothFormats {};
+
 bool Compact(test::RecordingUserInterface& ui, const FrontendDatabase& database) {
     return CompactSelectedDatabase(ui, database.Path(), database.Node().parentKey);
 }
@@ -28,8 +32,8 @@ std::string Kilobytes(std::uintmax_t bytes) {
     return Format0(static_cast<double>(bytes) / 1024.0);
 }
 
-TEST(Compaction, ReportsTheSizesBeforeAndAfter) {
-    const FrontendDatabase database(2, 5);
+TEST_P(Compaction, ReportsTheSizesBeforeAndAfter) {
+    const FrontendDatabase database(2, 5, GetParam());
     for (int i = 0; i < 300; ++i) {
         database.Execute("INSERT INTO Games (Name, MemoText) VALUES (\"Game " + std::to_string(i) + "\", \"" +
                          std::string(500, 'x') + "\")");
@@ -50,15 +54,15 @@ TEST(Compaction, ReportsTheSizesBeforeAndAfter) {
     EXPECT_FALSE(ui.hourglass);
 }
 
-TEST(Compaction, AcceptsADatabaseWithoutGames) {
-    const FrontendDatabase database(2, 5);
+TEST_P(Compaction, AcceptsADatabaseWithoutGames) {
+    const FrontendDatabase database(2, 5, GetParam());
     test::RecordingUserInterface ui;
     EXPECT_TRUE(Compact(ui, database));
     EXPECT_THAT(ui.messages.at(0).text, StartsWith("Compacted Database from "));
 }
 
-TEST(Compaction, ReplacesALeftoverTemporaryFileWithoutAQuestion) {
-    const FrontendDatabase database(2, 5);
+TEST_P(Compaction, ReplacesALeftoverTemporaryFileWithoutAQuestion) {
+    const FrontendDatabase database(2, 5, GetParam());
     const fs::path leftover = database.HostFile().parent_path() / "vltemp.mdb";
     test::WriteFile(leftover, "left over");
     test::RecordingUserInterface ui;
@@ -67,8 +71,8 @@ TEST(Compaction, ReplacesALeftoverTemporaryFileWithoutAQuestion) {
     EXPECT_FALSE(fs::exists(leftover));
 }
 
-TEST(Compaction, ReportsAMissingFile) {
-    const FrontendDatabase database(2, 5);
+TEST_P(Compaction, ReportsAMissingFile) {
+    const FrontendDatabase database(2, 5, GetParam());
     fs::remove(database.HostFile());
     test::RecordingUserInterface ui;
     EXPECT_FALSE(Compact(ui, database));
@@ -77,8 +81,8 @@ TEST(Compaction, ReportsAMissingFile) {
     EXPECT_EQ(ui.hourglassCount, 0);
 }
 
-TEST(Compaction, ReportsEveryOtherErrorWithItsNumbers) {
-    const FrontendDatabase database(2, 5);
+TEST_P(Compaction, ReportsEveryOtherErrorWithItsNumbers) {
+    const FrontendDatabase database(2, 5, GetParam());
     test::WriteFile(database.HostFile(), std::string(8192, 'x'));
     test::RecordingUserInterface ui;
     EXPECT_FALSE(Compact(ui, database));
@@ -91,8 +95,8 @@ TEST(Compaction, ReportsEveryOtherErrorWithItsNumbers) {
     EXPECT_EQ(fs::file_size(database.HostFile()), 8192U);
 }
 
-TEST(Compaction, LeavesTheDatabaseWhereTheTemporaryFileCannotBeMade) {
-    const FrontendDatabase database(2, 5);
+TEST_P(Compaction, LeavesTheDatabaseWhereTheTemporaryFileCannotBeMade) {
+    const FrontendDatabase database(2, 5, GetParam());
     test::RecordingUserInterface ui;
     EXPECT_FALSE(CompactSelectedDatabase(ui, database.Path(), database.LibraryRoot() + "missing\\"));
     ASSERT_EQ(ui.messages.size(), 1U);
@@ -100,21 +104,46 @@ TEST(Compaction, LeavesTheDatabaseWhereTheTemporaryFileCannotBeMade) {
     EXPECT_EQ(database.One("SELECT COUNT(*) FROM Publishers"), "2");
 }
 
-TEST(Compaction, DoesNothingWithoutASelectedNode) {
+TEST_P(Compaction, DoesNothingWithoutASelectedNode) {
     test::RecordingUserInterface ui;
     EXPECT_FALSE(CompactSelectedDatabase(ui, "", ""));
     EXPECT_THAT(ui.messages, IsEmpty());
 }
 
-TEST(Compaction, RoundsKilobytesHalfAwayFromZero) {
-    const std::pair<double, const char*> kSizes[] = {{0, "0"},          {511, "0"},       {512, "1"},
-                                                     {1535, "1"},       {1536, "2"},      {2560, "3"},
-                                                     {2097152, "2048"}, {1048576, "1024"}};
-    for (const auto& [bytes, text] : kSizes) EXPECT_EQ(Format0(bytes / 1024), text) << bytes;
+/// Measures files as the test says: before, then after.
+class Scales : public CompactionDisk {
+public:
+    Scales(std::int64_t before, std::int64_t after) : next_(before), after_(after) {}
+    std::int64_t Length(const std::string& /*file*/) override { return std::exchange(next_, after_); }
+
+private:
+    std::int64_t next_;
+    std::int64_t after_;
+};
+
+TEST_P(Compaction, TellsSizesInWholeKilobytesHalvesUp) {
+    const FrontendDatabase database(2, 5, GetParam());
+    const struct {
+        std::int64_t before;
+        std::int64_t after;
+        const char* text;
+    } kCases[] = {
+        {2097152, 1048576, "Compacted Database from 2048Kb to 1024Kb."},
+        {512, 511, "Compacted Database from 1Kb to 0Kb."},
+        {1536, 1535, "Compacted Database from 2Kb to 1Kb."},
+        {2560, 0, "Compacted Database from 3Kb to 0Kb."},
+        {2147483647, 1073741824, "Compacted Database from 2097152Kb to 1048576Kb."},
+    };
+    for (const auto& c : kCases) {
+        test::RecordingUserInterface ui;
+        Scales scales(c.before, c.after);
+        EXPECT_TRUE(CompactSelectedDatabase(ui, database.Path(), database.Node().parentKey, scales));
+        EXPECT_THAT(ui.messages, ElementsAre(Message{c.text, MessageIcon::Information, "Vellora"}));
+    }
 }
 
-TEST(Compaction, ShowsWhatItIsBusyWith) {
-    const FrontendDatabase database(2, 5);
+TEST_P(Compaction, ShowsWhatItIsBusyWith) {
+    const FrontendDatabase database(2, 5, GetParam());
     test::RecordingUserInterface ui;
     ui.SetStatusText("before");
     EXPECT_TRUE(CompactWithBusyDisplay(ui, database.Node()));
@@ -123,7 +152,7 @@ TEST(Compaction, ShowsWhatItIsBusyWith) {
     EXPECT_EQ(ui.busyDepth, 0);
 }
 
-TEST(Compaction, KeepsEveryGameOfADatabaseOfTheFrontend) {
+TEST_P(Compaction, KeepsEveryGameOfADatabaseOfTheFrontend) {
     MARROWKIT_NEED_TEST_DATA();
     const FrontendDatabase database("template/Games-2.1-nulls.mdb");
     const auto games = database.Rows("SELECT * FROM Games ORDER BY GA_Id");
@@ -132,6 +161,8 @@ TEST(Compaction, KeepsEveryGameOfADatabaseOfTheFrontend) {
     EXPECT_EQ(database.Rows("SELECT * FROM Games ORDER BY GA_Id"), games);
     EXPECT_THAT(database.Problems(), IsEmpty());
 }
+
+MARROWKIT_TEST_BOTH_FORMATS(Compaction);
 
 }  // namespace
 }  // namespace marrowkit

@@ -14,6 +14,7 @@
 #include "maintenance/FrontendDatabase.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/jet/engine/Database.h"
+#include "support/BothFormats.h"
 #include "support/RecordingUserInterface.h"
 
 namespace marrowkit {
@@ -87,7 +88,7 @@ public:
     }
 };
 
-class CompactionFaults : public ::testing::TestWithParam<jet::JetVersion> {
+class CompactionFaults : public test::BothFormats {
 protected:
     CompactionFaults() : database_(2, 5, GetParam()), bytes_(DatabaseBytes()) {
         test::WriteFile(database_.HostFile(), bytes_);
@@ -297,12 +298,7 @@ TEST_P(CompactionFaults, AFolderThatMayNotBeChangedKeepsItsDatabase) {
     ExpectWhole(database_.HostFile());
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, CompactionFaults,
-                         ::testing::Values(jet::JetVersion::Jet3, jet::JetVersion::Jet4),
-                         [](const auto& tested) {
-                             return tested.param == jet::JetVersion::Jet3 ? std::string("Jet3")
-                                                                          : std::string("Jet4");
-                         });
+MARROWKIT_TEST_BOTH_FORMATS(CompactionFaults);
 
 }  // namespace
 }  // namespace marrowkit

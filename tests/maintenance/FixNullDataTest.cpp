@@ -6,6 +6,7 @@
 #include "maintenance/FixNullData.h"
 #include "maintenance/FrontendDatabase.h"
 #include "platform/errors/RuntimeError.h"
+#include "support/BothFormats.h"
 #include "support/RecordingUserInterface.h"
 #include "support/TestData.h"
 
@@ -16,6 +17,8 @@ using test::FrontendDatabase;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Message = test::RecordingUserInterface::Message;
+
+class FixNulls : public test::BothFormats {};
 
 const Message kFixed{"Fixed: All NULL Data Removed!", MessageIcon::Information, "Vellora"};
 
@@ -55,8 +58,8 @@ void ExpectBaseRepairs(const FrontendDatabase& database) {
 }
 
 // The databases lack the fields that came after their version: a statement too many would raise.
-TEST(FixNullData, RunsOnlyTheBaseRepairsOnVersion20) {
-    const FrontendDatabase database(2, 0);
+TEST_P(FixNulls, RunsOnlyTheBaseRepairsOnVersion20) {
+    const FrontendDatabase database(2, 0, GetParam());
     AddNulls(database);
     test::RecordingUserInterface ui;
     EXPECT_TRUE(FixNullData(ui, database.Node()));
@@ -65,9 +68,9 @@ TEST(FixNullData, RunsOnlyTheBaseRepairsOnVersion20) {
     EXPECT_THAT(database.Problems(), IsEmpty());
 }
 
-TEST(FixNullData, AddsChecksumsSizesAndExtrasAbove20) {
+TEST_P(FixNulls, AddsChecksumsSizesAndExtrasAbove20) {
     for (const int minor : {1, 2}) {
-        const FrontendDatabase database(2, minor);
+        const FrontendDatabase database(2, minor, GetParam());
         AddNulls(database);
         database.Execute("INSERT INTO Extras (GA_Id) VALUES (1)");
         test::RecordingUserInterface ui;
@@ -79,9 +82,9 @@ TEST(FixNullData, AddsChecksumsSizesAndExtrasAbove20) {
     }
 }
 
-TEST(FixNullData, AddsTheScriptEntryAbove22) {
+TEST_P(FixNulls, AddsTheScriptEntryAbove22) {
     for (const int minor : {3, 4}) {
-        const FrontendDatabase database(2, minor);
+        const FrontendDatabase database(2, minor, GetParam());
         AddNulls(database);
         test::RecordingUserInterface ui;
         EXPECT_TRUE(FixNullData(ui, database.Node()));
@@ -89,8 +92,8 @@ TEST(FixNullData, AddsTheScriptEntryAbove22) {
     }
 }
 
-TEST(FixNullData, LeavesFieldsOfLaterVersionsAloneEvenWhenTheyAreThere) {
-    const FrontendDatabase database(2, 5);
+TEST_P(FixNulls, LeavesFieldsOfLaterVersionsAloneEvenWhenTheyAreThere) {
+    const FrontendDatabase database(2, 5, GetParam());
     AddNulls(database);
     database.Execute("UPDATE Games SET V_LengthType = 99");
     const struct {
@@ -108,23 +111,21 @@ TEST(FixNullData, LeavesFieldsOfLaterVersionsAloneEvenWhenTheyAreThere) {
     }
 }
 
-TEST(FixNullData, TurnsUnknownLengthTypesInto19) {
-    for (const jet::JetVersion format : {jet::JetVersion::Jet3, jet::JetVersion::Jet4}) {
-        const FrontendDatabase database(2, 5, format);
-        for (const int type : {-32768, -1, 0, 5, 19, 20, 32767}) {
-            database.Execute("INSERT INTO Games (Name, V_LengthType) VALUES (\"g\", " + std::to_string(type) +
-                             ")");
-        }
-        test::RecordingUserInterface ui;
-        EXPECT_TRUE(FixNullData(ui, database.Node()));
-        EXPECT_THAT(database.Rows("SELECT V_LengthType FROM Games ORDER BY GA_Id"),
-                    ElementsAre("19", "19", "0", "5", "19", "19", "19"));
-        EXPECT_THAT(database.Problems(), IsEmpty());
+TEST_P(FixNulls, TurnsUnknownLengthTypesInto19) {
+    const FrontendDatabase database(2, 5, GetParam());
+    for (const int type : {-32768, -1, 0, 5, 19, 20, 32767}) {
+        database.Execute("INSERT INTO Games (Name, V_LengthType) VALUES (\"g\", " + std::to_string(type) +
+                         ")");
     }
+    test::RecordingUserInterface ui;
+    EXPECT_TRUE(FixNullData(ui, database.Node()));
+    EXPECT_THAT(database.Rows("SELECT V_LengthType FROM Games ORDER BY GA_Id"),
+                ElementsAre("19", "19", "0", "5", "19", "19", "19"));
+    EXPECT_THAT(database.Problems(), IsEmpty());
 }
 
-TEST(FixNullData, GivesTheSameDatabaseAndMessageTheSecondTime) {
-    const FrontendDatabase database(2, 5);
+TEST_P(FixNulls, GivesTheSameDatabaseAndMessageTheSecondTime) {
+    const FrontendDatabase database(2, 5, GetParam());
     AddNulls(database);
     test::RecordingUserInterface ui;
     EXPECT_TRUE(FixNullData(ui, database.Node()));
@@ -134,8 +135,8 @@ TEST(FixNullData, GivesTheSameDatabaseAndMessageTheSecondTime) {
     EXPECT_THAT(ui.messages, ElementsAre(kFixed, kFixed));
 }
 
-TEST(FixNullData, ShowsTheHourglassWhileItWorks) {
-    const FrontendDatabase database(2, 5);
+TEST_P(FixNulls, ShowsTheHourglassWhileItWorks) {
+    const FrontendDatabase database(2, 5, GetParam());
     test::RecordingUserInterface ui;
     FixNullData(ui, database.Node());
     EXPECT_EQ(ui.hourglassCount, 1);
@@ -143,8 +144,8 @@ TEST(FixNullData, ShowsTheHourglassWhileItWorks) {
     EXPECT_EQ(ui.eventRuns, 1);
 }
 
-TEST(FixNullData, ReportsAMissingFile) {
-    const FrontendDatabase database(2, 5);
+TEST_P(FixNulls, ReportsAMissingFile) {
+    const FrontendDatabase database(2, 5, GetParam());
     std::filesystem::remove(database.HostFile());
     test::RecordingUserInterface ui;
     EXPECT_FALSE(FixNullData(ui, database.Node()));
@@ -153,8 +154,8 @@ TEST(FixNullData, ReportsAMissingFile) {
     EXPECT_EQ(ui.hourglassCount, 0);
 }
 
-TEST(FixNullData, RefusesDatabasesBelow20AndFilesThatAreNone) {
-    const FrontendDatabase database(1, 9);
+TEST_P(FixNulls, RefusesDatabasesBelow20AndFilesThatAreNone) {
+    const FrontendDatabase database(1, 9, GetParam());
     test::RecordingUserInterface ui;
     EXPECT_FALSE(FixNullData(ui, database.Node()));
     database.Execute("DELETE * FROM Config");
@@ -165,14 +166,14 @@ TEST(FixNullData, RefusesDatabasesBelow20AndFilesThatAreNone) {
     EXPECT_THAT(ui.messages, ElementsAre(refused, refused, refused));
 }
 
-TEST(FixNullData, DoesNothingWithoutASelectedNode) {
+TEST_P(FixNulls, DoesNothingWithoutASelectedNode) {
     test::RecordingUserInterface ui;
     EXPECT_FALSE(FixNullData(ui, {}));
     EXPECT_THAT(ui.messages, IsEmpty());
 }
 
-TEST(FixNullData, LetsAFailingStatementEscapeAndKeepsWhatRanBefore) {
-    const FrontendDatabase database(2, 5);
+TEST_P(FixNulls, LetsAFailingStatementEscapeAndKeepsWhatRanBefore) {
+    const FrontendDatabase database(2, 5, GetParam());
     AddNulls(database);
     database.Execute("DROP TABLE Music");
     test::RecordingUserInterface ui;
@@ -187,8 +188,8 @@ TEST(FixNullData, LetsAFailingStatementEscapeAndKeepsWhatRanBefore) {
     EXPECT_EQ(database.One("SELECT Cracker FROM Crackers WHERE CR_Id = 100"), "NULL");
 }
 
-TEST(ScanAndFix, PutsTheStatusTextBack) {
-    const FrontendDatabase database(2, 5);
+TEST_P(FixNulls, PutsTheStatusTextBack) {
+    const FrontendDatabase database(2, 5, GetParam());
     test::RecordingUserInterface ui;
     ui.SetStatusText("before");
     EXPECT_TRUE(ScanAndFixErrors(ui, database.Node()));
@@ -201,7 +202,7 @@ TEST(ScanAndFix, PutsTheStatusTextBack) {
     EXPECT_EQ(ui.busyDepth, 0);
 }
 
-TEST(FixNullData, RepairsADatabaseOfTheFrontend) {
+TEST_P(FixNulls, RepairsADatabaseOfTheFrontend) {
     MARROWKIT_NEED_TEST_DATA();
     const FrontendDatabase database("template/Games-2.1-nulls.mdb");
     ASSERT_NE(database.One("SELECT COUNT(*) FROM Games WHERE Name IS NULL"), "0");
@@ -217,6 +218,8 @@ TEST(FixNullData, RepairsADatabaseOfTheFrontend) {
     }
     EXPECT_THAT(database.Problems(), IsEmpty());
 }
+
+MARROWKIT_TEST_BOTH_FORMATS(FixNulls);
 
 }  // namespace
 }  // namespace marrowkit

@@ -5,6 +5,7 @@
 
 #include "maintenance/FrontendDatabase.h"
 #include "maintenance/LookupTables.h"
+#include "support/BothFormats.h"
 #include "support/RecordingUserInterface.h"
 #include "support/TestData.h"
 
@@ -23,7 +24,7 @@ std::vector<std::string> Names(const std::vector<LookupRecord>& records) {
     return names;
 }
 
-class Lookups : public testing::Test {
+class Lookups : public test::BothFormats {
 protected:
     std::vector<LookupRecord> Deletable(const LookupTable& table) {
         dao::Database connection = dao::DBEngine().OpenDatabase(database.Path());
@@ -39,10 +40,10 @@ protected:
         connection.Close();
     }
 
-    FrontendDatabase database{2, 5};
+    FrontendDatabase database{2, 5, GetParam()};
 };
 
-TEST_F(Lookups, AreListedByNameWithTheirKeys) {
+TEST_P(Lookups, AreListedByNameWithTheirKeys) {
     const LookupTable& table = kLookupTables[0];
     for (const char* name : {"zebra", "Ant", "bee"}) {
         database.Execute(std::string("INSERT INTO Publishers (Publisher) VALUES (\"") + name + "\")");
@@ -52,7 +53,7 @@ TEST_F(Lookups, AreListedByNameWithTheirKeys) {
     EXPECT_EQ(records[2].id + 1, records[0].id);
 }
 
-TEST_F(Lookups, AreThoseOfTheDialogInItsOrder) {
+TEST_P(Lookups, AreThoseOfTheDialogInItsOrder) {
     std::vector<std::string> tables;
     for (const LookupTable& table : kLookupTables) tables.emplace_back(table.table);
     EXPECT_THAT(tables, ElementsAre("Publishers", "Musicians", "Programmers", "Languages", "Crackers"));
@@ -60,7 +61,7 @@ TEST_F(Lookups, AreThoseOfTheDialogInItsOrder) {
     EXPECT_EQ(FindLookupTable("Games"), nullptr);
 }
 
-TEST_F(Lookups, ReplacementsAreAskedForWithTheKeyInDecimal) {
+TEST_P(Lookups, ReplacementsAreAskedForWithTheKeyInDecimal) {
     EXPECT_EQ(
         ReplacementStatement(kLookupTables[1], 1234),
         "SELECT MU_Id as ID, Musician AS Name FROM Musicians WHERE NOT (MU_Id = 1234) ORDER BY Musician");
@@ -69,7 +70,7 @@ TEST_F(Lookups, ReplacementsAreAskedForWithTheKeyInDecimal) {
               "Publisher");
 }
 
-TEST_F(Lookups, ProtectedRecordsAreNoneToDeleteButMayReplace) {
+TEST_P(Lookups, ProtectedRecordsAreNoneToDeleteButMayReplace) {
     const std::vector<std::vector<std::int32_t>> kProtected = {{37, 39}, {38, 39}, {1}, {1}, {7, 8}};
     for (std::size_t i = 0; i < kLookupTables.size(); ++i) {
         const auto deletable = Deletable(kLookupTables[i]);
@@ -82,11 +83,11 @@ TEST_F(Lookups, ProtectedRecordsAreNoneToDeleteButMayReplace) {
     }
 }
 
-TEST_F(Lookups, ARecordIsNoReplacementForItself) {
+TEST_P(Lookups, ARecordIsNoReplacementForItself) {
     EXPECT_THAT(Replacements(kLookupTables[3], 2), Not(Contains(testing::Field(&LookupRecord::id, 2))));
 }
 
-TEST_F(Lookups, DeletingMovesTheGamesAndLeavesAnEmptyListAfterTheLastRecord) {
+TEST_P(Lookups, DeletingMovesTheGamesAndLeavesAnEmptyListAfterTheLastRecord) {
     for (const int language : {1, 2, 2}) {
         database.Execute("INSERT INTO Games (Name, LA_Id) VALUES (\"g\", " + std::to_string(language) + ")");
     }
@@ -97,23 +98,23 @@ TEST_F(Lookups, DeletingMovesTheGamesAndLeavesAnEmptyListAfterTheLastRecord) {
     EXPECT_THAT(database.Problems(), IsEmpty());
 }
 
-TEST_F(Lookups, ARecordThatNoGameUsesIsDeletedAllTheSame) {
+TEST_P(Lookups, ARecordThatNoGameUsesIsDeletedAllTheSame) {
     Delete(kLookupTables[3], 2, 1);
     EXPECT_THAT(database.Rows("SELECT LA_Id FROM Languages"), ElementsAre("1"));
 }
 
-TEST_F(Lookups, ARecordWithoutANameHasAnEmptyOne) {
+TEST_P(Lookups, ARecordWithoutANameHasAnEmptyOne) {
     database.Execute("INSERT INTO Crackers (CR_Id, Cracker) VALUES (100, NULL)");
     EXPECT_THAT(Deletable(kLookupTables[4]), ElementsAre(LookupRecord{100, ""}));
 }
 
-TEST_F(Lookups, DeletingSelectsTheSuccessorOrTheNewLastRecord) {
+TEST_P(Lookups, DeletingSelectsTheSuccessorOrTheNewLastRecord) {
     EXPECT_EQ(SelectionAfterDeletion(0, 3), 0U);
     EXPECT_EQ(SelectionAfterDeletion(2, 3), 2U);
     EXPECT_EQ(SelectionAfterDeletion(3, 3), 2U);
 }
 
-TEST_F(Lookups, DeletingIsConfirmedInTheseWords) {
+TEST_P(Lookups, DeletingIsConfirmedInTheseWords) {
     test::RecordingUserInterface ui;
     ui.answers = {MessageAnswer::Yes, MessageAnswer::No};
     const LookupRecord old{12, "Old \"one\""};
@@ -148,6 +149,8 @@ TEST(LookupsOfTheFrontend, AreListedAndDeleted) {
     }
     EXPECT_THAT(database.Problems(), IsEmpty());
 }
+
+MARROWKIT_TEST_BOTH_FORMATS(Lookups);
 
 }  // namespace
 }  // namespace marrowkit

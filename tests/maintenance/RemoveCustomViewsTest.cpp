@@ -7,6 +7,7 @@
 #include "maintenance/FrontendDatabase.h"
 #include "maintenance/RemoveCustomViews.h"
 #include "platform/registry/RegistryStore.h"
+#include "support/BothFormats.h"
 #include "support/RecordingUserInterface.h"
 
 namespace marrowkit {
@@ -22,7 +23,7 @@ const Message kQuestion{"Do you really want to delete all the custom views from 
                         MessageButtons::YesNoCancel, true};
 const Message kDone{"Removed All Custom Views!", MessageIcon::Information, "Marrowkit"};
 
-class RemoveViews : public testing::Test {
+class RemoveViews : public test::BothFormats {
 protected:
     /// The registry of this program alone, in a folder of the test.
     RemoveViews() { setenv("XDG_CONFIG_HOME", settings.Path().c_str(), 1); }
@@ -42,8 +43,8 @@ protected:
     test::RecordingUserInterface ui;
 };
 
-TEST_F(RemoveViews, DeletesViewsAndFiltersAndResetsTheFrontendsCount) {
-    const FrontendDatabase database(2, 5);
+TEST_P(RemoveViews, DeletesViewsAndFiltersAndResetsTheFrontendsCount) {
+    const FrontendDatabase database(2, 5, GetParam());
     for (int i = 0; i < 5; ++i) {
         database.Execute("INSERT INTO ViewData (Name) VALUES (\"view\")");
         database.Execute("INSERT INTO ViewFilters (FieldName) VALUES (\"Name\")");
@@ -63,16 +64,16 @@ TEST_F(RemoveViews, DeletesViewsAndFiltersAndResetsTheFrontendsCount) {
     EXPECT_THAT(database.Problems(), IsEmpty());
 }
 
-TEST_F(RemoveViews, WritesTheCountAlsoWhenThereWasNoView) {
-    const FrontendDatabase database(1, 3);  // any version will do
+TEST_P(RemoveViews, WritesTheCountAlsoWhenThereWasNoView) {
+    const FrontendDatabase database(1, 3, GetParam());  // any version will do
     ui.answers = {MessageAnswer::Yes};
     EXPECT_TRUE(RemoveCustomViews(ui, database.Node()));
     EXPECT_THAT(ui.messages, ElementsAre(kQuestion, kDone));
     EXPECT_EQ(NumFilters("Arcade"), 0);
 }
 
-TEST_F(RemoveViews, KeepsBlanksOfTheDatabasesNameInTheRegistryKey) {
-    const FrontendDatabase database(2, 5);
+TEST_P(RemoveViews, KeepsBlanksOfTheDatabasesNameInTheRegistryKey) {
+    const FrontendDatabase database(2, 5, GetParam());
     SelectedNode node = database.Node();
     node.parentText = "My  tape games ";
     ui.answers = {MessageAnswer::Yes};
@@ -81,8 +82,8 @@ TEST_F(RemoveViews, KeepsBlanksOfTheDatabasesNameInTheRegistryKey) {
     EXPECT_EQ(NumFilters("My tape games"), -1);
 }
 
-TEST_F(RemoveViews, ChangesNothingWithoutAYes) {
-    const FrontendDatabase database(2, 5);
+TEST_P(RemoveViews, ChangesNothingWithoutAYes) {
+    const FrontendDatabase database(2, 5, GetParam());
     database.Execute("INSERT INTO ViewData (Name) VALUES (\"view\")");
     for (const MessageAnswer answer : {MessageAnswer::No, MessageAnswer::Cancel}) {
         ui.answers = {answer};
@@ -93,14 +94,16 @@ TEST_F(RemoveViews, ChangesNothingWithoutAYes) {
     EXPECT_THAT(ui.statusTexts, IsEmpty());
 }
 
-TEST_F(RemoveViews, ReportsADatabaseThatHasVanishedAndRebuildsTheTree) {
-    const FrontendDatabase database(2, 5);
+TEST_P(RemoveViews, ReportsADatabaseThatHasVanishedAndRebuildsTheTree) {
+    const FrontendDatabase database(2, 5, GetParam());
     std::filesystem::remove(database.HostFile());
     EXPECT_FALSE(RemoveCustomViews(ui, database.Node()));
     EXPECT_THAT(ui.messages,
                 ElementsAre(Message{"Huh? This database doesn't exist!", MessageIcon::None, "Marrowkit"}));
     EXPECT_EQ(ui.treeRefreshes, 1);
 }
+
+MARROWKIT_TEST_BOTH_FORMATS(RemoveViews);
 
 }  // namespace
 }  // namespace marrowkit
