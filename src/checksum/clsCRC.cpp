@@ -81,6 +81,7 @@ std::optional<std::int32_t> clsCRC::CalculateHostFile(const char* hostPath) {
         sum.AddBytes({block_.data(), got});
         if (got < wanted) break;  // cut short by somebody else since
         left -= got;
+        if (left > 0 && goOn_ && !goOn_()) return std::nullopt;
     }
     running16_ = sum.running16_;
     running32_ = sum.running32_;

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "checksum/Crc32Loops.h"
@@ -44,6 +46,9 @@ public:
     std::optional<std::int32_t> CalculateFile(std::string_view path);
     /// The same by the host's own, zero-terminated path, for callers that walk the disk themselves.
     std::optional<std::int32_t> CalculateHostFile(const char* hostPath);
+    /// `goOn` is asked between the blocks (256 KiB) of a file. Once it says no the file is left where it is,
+    /// with nothing at all for its checksum, as for an empty one.
+    void AskBetweenBlocks(std::function<bool()> goOn) { goOn_ = std::move(goOn); }
 
     /// CRC-32: the running value inverted. CRC-16: the running value's low 16 bits.
     std::int32_t Value() const;
@@ -61,6 +66,7 @@ private:
     Crc32Loop loop_;
     /// Blocks of files; kept from file to file.
     std::vector<std::uint8_t> block_;
+    std::function<bool()> goOn_;
 };
 
 }  // namespace marrowkit

@@ -67,6 +67,11 @@ bool ChecksumFiles(ImportTables& tables, ImportProgress& progress) {
     progress.SetBarRange(0, tables.FileUpper());
     clsCRC crc;
     HostPaths hostPaths;
+    // A disc image takes seconds: Cancel is heard inside of it, too.
+    crc.AskBetweenBlocks([&progress] {
+        progress.LetEventsRun();
+        return !progress.Cancelled();
+    });
     std::int32_t index = 0;
     for (ScannedFile& file : tables.Files) {
         // An empty file and a folder have no checksum.

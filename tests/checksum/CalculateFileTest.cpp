@@ -76,6 +76,23 @@ TEST(CalculateFile, SumsTheWholeFileWhateverItsLength) {
     }
 }
 
+TEST(CalculateFile, AsksBetweenBlocksAndStopsAtANo) {
+    const test::TemporaryFolder folder;
+    test::WriteFile(folder / "large", std::string(1U << 20, 'x'));
+    clsCRC crc;
+    crc.AddString("123456789");
+    int asked = 0;
+    crc.AskBetweenBlocks([&asked] { return ++asked < 3; });
+    EXPECT_EQ(crc.CalculateHostFile((folder / "large").c_str()), std::nullopt);
+    EXPECT_EQ(asked, 3);
+    EXPECT_EQ(crc.Value(), -873187034) << "the running values are those of before";
+    crc.AskBetweenBlocks([&asked] { return ++asked > 0; });
+    const auto whole = crc.CalculateHostFile((folder / "large").c_str());
+    EXPECT_EQ(asked, 6) << "not behind the last block";
+    crc.AskBetweenBlocks({});
+    EXPECT_EQ(crc.CalculateHostFile((folder / "large").c_str()), whole);
+}
+
 TEST(CalculateFile, RaisesFileNotFoundForAMissingFile) {
     const test::TemporaryFolder folder;
     EXPECT_EQ(ErrorOf(folder / "nothing.bin"), 53);

@@ -259,6 +259,20 @@ TEST_F(RomScan, StopsBeforeAnyMatchingWhenCancelledWhileChecksumming) {
     EXPECT_EQ(tables.Files[1].Crc, "");
 }
 
+TEST_F(RomScan, HearsCancelInsideALargeFile) {
+    Put("disc.iso");
+    constexpr std::uintmax_t kBytes = 64U << 20;
+    std::filesystem::resize_file(folder / "disc.iso", kBytes);
+    ASSERT_EQ(Walk(), "");
+    tables.Entries = {Entry("x", "0", static_cast<std::int32_t>(kBytes))};
+    progress = {};
+    progress.cancelAtEventRun = 5;  // the first is the prompt's
+    ASSERT_EQ(Match(), "");
+    EXPECT_LE(progress.eventRuns, 6) << "the rest of the file was not read";
+    EXPECT_EQ(progress.prompts.size(), 1U);
+    EXPECT_FALSE(tables.Entries[0].Matched);
+}
+
 TEST_F(RomScan, KeepsEarlierMatchesWhenCancelledWhileMatching) {
     Put("a", "123456789");
     ASSERT_EQ(Walk(), "");
