@@ -24,7 +24,7 @@ double PixelsToTwips(int pixels, const QWidget* window) {
 void SetInnerSize(QWidget& window, double widthTwips, double heightTwips) {
     const QSize wanted(TwipsToPixels(widthTwips, &window), TwipsToPixels(heightTwips, &window));
     const QSize needed = window.layout() != nullptr ? window.layout()->minimumSize() : QSize();
-    window.resize(wanted.expandedTo(needed));
+    window.resize(wanted.expandedTo(needed).expandedTo(window.minimumSize()));
 }
 
 }  // namespace marrowkit

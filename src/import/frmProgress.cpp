@@ -14,6 +14,13 @@
 #include "import/ImportSettings.h"
 
 namespace marrowkit {
+namespace {
+
+/// The longest of the stages' texts, with a count behind it: the window has the room for it from the start
+/// and keeps its size.
+constexpr const char* kWidestTexts = "Loading Datafile into memory (skipping duplicates)... 0000000";
+
+}  // namespace
 
 frmProgress::frmProgress(QWidget* owner, UserInterface& ui, const QString& datafileName)
     : QDialog(owner), ui_(ui) {
@@ -23,7 +30,6 @@ frmProgress::frmProgress(QWidget* owner, UserInterface& ui, const QString& dataf
     lblPrompt->setTextFormat(Qt::PlainText);
     lblStatus = new QLabel;
     lblStatus->setObjectName(QStringLiteral("lblStatus"));
-    lblStatus->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     pbStatus = new QProgressBar;
     pbStatus->setObjectName(QStringLiteral("pbStatus"));
     pbStatus->setAccessibleName(QStringLiteral("Progress of this stage"));
@@ -34,12 +40,15 @@ frmProgress::frmProgress(QWidget* owner, UserInterface& ui, const QString& dataf
     cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
 
     auto* texts = new QHBoxLayout;
-    texts->addWidget(lblPrompt, 1);
-    texts->addWidget(lblStatus);
+    texts->addWidget(lblPrompt);
+    texts->addWidget(lblStatus, 1);
     auto* bottom = new QHBoxLayout;
     bottom->addWidget(pbStatus, 1);
     bottom->addWidget(cmdCancel);
     auto* layout = new QVBoxLayout(this);
+    const int margins =
+        layout->contentsMargins().left() + layout->contentsMargins().right() + texts->spacing();
+    setMinimumWidth(fontMetrics().horizontalAdvance(QString::fromLatin1(kWidestTexts)) + margins);
     layout->addLayout(texts);
     layout->addLayout(bottom);
 
@@ -91,6 +100,7 @@ void frmProgress::SetPrompt(const std::string& text) {
     lblPrompt->setText(ToQt(text));
     ShowHourglass(true);  // for as long as this window is open; a stage may have ended its own
     stageIsNew_ = true;
+    barValue_ = pbStatus->minimum();  // the bar is the stage's own
 }
 
 void frmProgress::SetStatus(const std::string& text) {
