@@ -14,7 +14,7 @@ namespace marrowkit {
 
 frmGetID::frmGetID(QWidget* owner) : QDialog(owner) {
     setObjectName(QStringLiteral("frmGetID"));
-    setWindowTitle(QStringLiteral("Select Replacement Record"));
+    setWindowTitle(QStringLiteral("Select Replacement"));
     lstRecords = new QListWidget;
     lstRecords->setObjectName(QStringLiteral("lstRecords"));
     lstRecords->setAccessibleName(QStringLiteral("Replacement records"));
