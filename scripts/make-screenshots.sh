@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Takes the pictures of docs/images again, from the windows themselves. Needs no display.
 #
-#   scripts/make-screenshots.sh             the four pictures of the README
+#   scripts/make-screenshots.sh             the pictures of the README and of docs/tour.md
 #   scripts/make-screenshots.sh FOLDER      every window and message instead, to look through
-#                                           (QT_SCALE_FACTOR=2 for those of a high-resolution screen)
+#                                           (QT_SCALE_FACTOR=2 for those of a high-resolution screen,
+#                                           MARROWKIT_DARK=1 for those of a dark desktop)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -26,7 +27,8 @@ if (($# > 0)); then
 fi
 build/dev/tests/gui/screenshots "$all"
 mkdir -p docs/images
-for picture in main-window context-menu import-options progress; do
+for picture in main-window context-menu import-options progress \
+    tour-menu tour-datafile tour-folder tour-scan tour-reminder tour-selected; do
     cp "$all/$picture.png" docs/images/
     echo "docs/images/$picture.png: $(stat -c %s "docs/images/$picture.png") bytes"
 done

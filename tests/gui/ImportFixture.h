@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QApplication>
 #include <QFileDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QTimer>
 #include <functional>

@@ -7,11 +7,13 @@
 #include <QPushButton>
 #include <QTest>
 #include <map>
+#include <set>
 
 #include <gtest/gtest.h>
 
 #include "gui/ImportFixture.h"
 #include "import/frmRomCenter2.h"
+#include "support/BothFormats.h"
 
 namespace marrowkit {
 namespace {
@@ -68,10 +70,14 @@ TEST_P(ImportRun, ShowsEveryStageInItsOrderAndDisablesCancelBeforeItWrites) {
     Prepare();
     Open();
     std::map<std::string, bool> cancelEnabled;
+    std::set<std::pair<int, int>> sizes;
     StageWatch watch([&](QDialog& dialog, const std::string& stage) {
         EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Importing Nimbus.dat..."));
         EXPECT_NE(QApplication::overrideCursor(), nullptr) << stage;
         cancelEnabled[stage] = Child<QPushButton>(dialog, "cmdCancel").isEnabled();
+        const auto& bar = Child<QProgressBar>(dialog, "pbStatus");
+        EXPECT_EQ(bar.value(), bar.minimum()) << "a stage begins with an empty bar: " << stage;
+        sizes.insert({dialog.width(), dialog.height()});
         if (stage != "Creating New Database...") return;
         // Neither Esc nor the close box can end it any more.
         dialog.reject();
@@ -90,6 +96,7 @@ TEST_P(ImportRun, ShowsEveryStageInItsOrderAndDisablesCancelBeforeItWrites) {
     EXPECT_EQ(shown, stages);
     for (const std::string& stage : kCancellableStages) EXPECT_TRUE(cancelEnabled[stage]) << stage;
     EXPECT_FALSE(cancelEnabled["Creating New Database..."]);
+    EXPECT_EQ(sizes.size(), 1U) << "the window keeps its size, whatever the stage says";
     EXPECT_FALSE(cancelEnabled["Adding games to database..."]);
     EXPECT_FALSE(GlobalImportSettings().ImportCancelled);
     EXPECT_EQ(Texts(), std::vector<QString>{QString::fromLatin1(kReminder)});
@@ -117,6 +124,54 @@ TEST_P(ImportRun, CanBeCancelledInEveryStageBeforeItWrites) {
         EXPECT_FALSE(std::filesystem::exists(Library() / "Nimbus")) << cancelIn;
         EXPECT_TRUE(driver_.Boxes().empty()) << cancelIn;
         EXPECT_EQ(QApplication::overrideCursor(), nullptr) << cancelIn;
+    }
+}
+
+TEST_P(ImportRun, CancelledInAnyStageItLeavesAnExistingDatabaseAsItWas) {
+    Prepare();
+    AddDatabase("Arcade", 5, GetParam());
+    Open();
+    SelectDatabase("Arcade");
+    const std::string before = test::ReadFile(Library() / "Arcade/Arcade.mdb");
+    for (const std::string& cancelIn : kCancellableStages) {
+        StageWatch watch([&](QDialog& dialog, const std::string& stage) {
+            if (stage == cancelIn) Child<QPushButton>(dialog, "cmdCancel").click();
+        });
+        ChooseFile("Nimbus.dat");
+        StartWith({"chkIgnoreDups", "chkTosec", "chkScan", "chkMatch"});
+        LeaveOptions();
+        Trigger("mnuDBImportRC2");
+        EXPECT_EQ(watch.Stages().back(), cancelIn);
+        EXPECT_TRUE(GlobalImportSettings().ImportCancelled) << cancelIn;
+        EXPECT_EQ(test::ReadFile(Library() / "Arcade/Arcade.mdb"), before) << cancelIn;
+    }
+    EXPECT_TRUE(driver_.Boxes().empty());
+}
+
+TEST_P(ImportRun, AFailureWhileWritingKeepsTheGamesBeforeItAndReminds) {
+    Prepare();
+    AddDatabase("Arcade", 5, GetParam());
+    const auto game = [](const char* name) { return GamesLine(name, std::string(name) + ".bin", "1", 5); };
+    WriteDatafile("Quoted.dat", game("Alpha (1987)(Brightwater)") + game("Beta (1988)(The \"Best\")") +
+                                    game("Gamma (1989)(Eastgate)"));
+    Open();
+    SelectDatabase("Arcade");
+    for (const bool existing : {false, true}) {
+        ChooseFile("Quoted.dat");
+        StartWith({"chkTosec"});
+        driver_.AnswerBox(QMessageBox::Ok);
+        driver_.AnswerBox(QMessageBox::Ok);
+        Trigger(existing ? "mnuDBImportRC2" : "mnuFileNewRomCenter2");
+        const std::size_t shown = driver_.Boxes().size();
+        ASSERT_GE(shown, 2U);
+        EXPECT_EQ(driver_.Boxes()[shown - 2].icon, QMessageBox::Information);
+        EXPECT_TRUE(driver_.Boxes()[shown - 2].text.contains(QStringLiteral("  (3075,")))
+            << driver_.Boxes()[shown - 2].text.toStdString();
+        EXPECT_EQ(driver_.Boxes()[shown - 1].text, QString::fromLatin1(kReminder));
+        const char* database = existing ? "Arcade" : "Quoted";
+        EXPECT_EQ(One(database, "SELECT COUNT(*) FROM Games"), "1");
+        EXPECT_TRUE(Problems(database).empty());
+        SelectDatabase("Arcade");
     }
 }
 
@@ -247,11 +302,34 @@ TEST_P(ImportRun, MakesADatabaseWithoutHelpAndWithoutAScanWithoutPaths) {
         EXPECT_TRUE(std::filesystem::exists(Library() / "Nimbus" / file)) << file;
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, ImportRun, ::testing::Values(jet::JetVersion::Jet3, jet::JetVersion::Jet4),
-                         [](const auto& tested) {
-                             return tested.param == jet::JetVersion::Jet3 ? std::string("Jet3")
-                                                                          : std::string("Jet4");
-                         });
+TEST_P(ImportRun, SkipsTheScanSilentlyWhereThereIsNothingToScan) {
+    Prepare();
+    WriteDatafile("Undotted.dat", GamesLine("Alpha", "alpha", "cbf43926", 9));
+    std::filesystem::create_directories(folder_ / "drive_c/Nothing");
+    Open();
+    // No extension to look for; then a folder without files.
+    for (const bool matchExtensions : {true, false}) {
+        ChooseFile("Undotted.dat");
+        driver_.UseDialog(QStringLiteral("frmRomCenter2"), [matchExtensions](QDialog& dialog) {
+            Child<QLineEdit>(dialog, "txtName")
+                .setText(matchExtensions ? QStringLiteral("Matching") : QStringLiteral("All"));
+            Child<QCheckBox>(dialog, "chkScan").click();
+            if (matchExtensions) Child<QCheckBox>(dialog, "chkMatch").click();
+            Child<QLineEdit>(dialog, "txtRomPath")
+                .setText(matchExtensions ? QStringLiteral("C:\\Roms") : QStringLiteral("C:\\Nothing"));
+            Child<QPushButton>(dialog, "cmdOK").click();
+        });
+        driver_.AnswerBox(QMessageBox::Ok);
+        StageWatch watch;
+        Trigger("mnuFileNewRomCenter2");
+        EXPECT_EQ(Texts().back(), QString::fromLatin1(kReminder));
+        for (const std::string& stage : watch.Stages())
+            EXPECT_EQ(stage.find("CRC-32"), std::string::npos) << stage;
+        EXPECT_EQ(One(matchExtensions ? "Matching" : "All", "SELECT COUNT(*) FROM Games"), "1");
+    }
+}
+
+MARROWKIT_TEST_BOTH_FORMATS(ImportRun);
 
 }  // namespace
 }  // namespace marrowkit

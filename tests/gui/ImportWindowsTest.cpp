@@ -10,7 +10,6 @@
 
 #include "gui/ImportFixture.h"
 #include "import/ImportSettings.h"
-#include "import/frmBrowseFolder.h"
 #include "import/frmRomCenter2.h"
 
 namespace marrowkit {
@@ -175,27 +174,6 @@ TEST_F(ImportWindows, TheListsCarryTheirColumnNumbers) {
     frmRomCenter2(window_.get(), window_->Interface()).exec();
 }
 
-TEST_F(ImportWindows, EveryHelpButtonExplainsItsOption) {
-    OpenWithDatafile("Nimbus.dat");
-    const std::pair<const char*, const char*> helps[] = {
-        {"cmdHelpGameNameField", "Game Name Field"},
-        {"cmdHelpGameFilenameField", "Game Filename Field"},
-        {"cmdHelpIgnoreDups", "Ignore Duplicate Game Names"},
-        {"cmdHelpTosec", "TOSEC Filenames (TNC v1)"},
-        {"cmdHelpAddZip", "Add ZIP extension to filenames"},
-        {"cmdHelpScan", "Scan for Roms"},
-    };
-    for (const auto& [button, title] : helps) {
-        driver_.UseDialog(QStringLiteral("frmRomCenter2"),
-                          [name = button](QDialog& dialog) { Child<QToolButton>(dialog, name).click(); });
-        driver_.AnswerBox(QMessageBox::Ok);
-        driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) { dialog.reject(); });
-        frmRomCenter2(window_.get(), window_->Interface()).exec();
-        EXPECT_EQ(driver_.Boxes().back().title, QString::fromLatin1(title));
-        EXPECT_EQ(driver_.Boxes().back().icon, QMessageBox::Information);
-    }
-}
-
 TEST_F(ImportWindows, CancellingTheImportLeavesTheDialogOpen) {
     AddTemplate();
     std::string lines;
@@ -225,29 +203,6 @@ TEST_F(ImportWindows, CancellingTheImportLeavesTheDialogOpen) {
     EXPECT_TRUE(driver_.Boxes().empty());
 }
 
-TEST_F(ImportWindows, TheFolderPickerGivesBackTheFolderThatWasOpened) {
-    std::filesystem::create_directories(folder_ / "drive_c/Roms/Atari ST");
-    Open();
-    std::string& path = GlobalImportSettings().BrowseFolderPath;
-    path = R"(C:\Roms)";
-    driver_.UseDialog(QStringLiteral("frmBrowseFolder"), [](QDialog& dialog) {
-        EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Select Folder..."));
-        auto& folders = Child<QListWidget>(dialog, "DirBox");
-        EXPECT_EQ(Child<QLabel>(dialog, "lblPath").text(), QStringLiteral("C:\\Roms"));
-        ASSERT_EQ(folders.count(), 3);  // C:\, Roms, Atari ST
-        folders.setCurrentRow(2);
-        EXPECT_EQ(Child<QLabel>(dialog, "lblPath").text(), QStringLiteral("C:\\Roms\\Atari ST"));
-        QTest::keyClick(&folders, Qt::Key_Return);
-        Child<QPushButton>(dialog, "cmdOK").click();
-    });
-    frmBrowseFolder(window_.get()).exec();
-    EXPECT_EQ(path, R"(C:\Roms\Atari ST)");
-    driver_.UseDialog(QStringLiteral("frmBrowseFolder"),
-                      [](QDialog& dialog) { Child<QPushButton>(dialog, "cmdCancel").click(); });
-    frmBrowseFolder(window_.get()).exec();
-    EXPECT_EQ(path, "");
-}
-
 TEST_F(ImportWindows, ANewVelloraIsSelectedAndExpanded) {
     AddTemplate();
     Open();
@@ -260,9 +215,15 @@ TEST_F(ImportWindows, ANewVelloraIsSelectedAndExpanded) {
     ASSERT_NE(node, nullptr);
     EXPECT_EQ(Tree().currentItem(), node);
     EXPECT_TRUE(node->isExpanded());
-    for (const char* file : {"Credits.ini", "Text.ini", "Credits.txt"}) {
-        EXPECT_NE(Node(std::string(R"(C:\Vellora\Space Games\)") + file), nullptr) << file;
+    for (const char* key :
+         {R"(C:\Vellora\Space Games\Space Games.mdb)", R"(C:\Vellora\Space Games\Credits.ini)",
+          R"(C:\Vellora\Space Games\Text.ini)", R"(C:\Vellora\Space Games\Credits.txt)",
+          "Space Games INI Files", "Space Games Korvo Scripts", "Space Games Text Files"}) {
+        EXPECT_NE(Node(key), nullptr) << key;
     }
+    EXPECT_EQ(Node("Space Games INI Files")->childCount(), 2);
+    EXPECT_EQ(Node("Space Games Text Files")->childCount(), 1);
+    EXPECT_TRUE(Problems("Space Games").empty());
     driver_.UseDialog(QStringLiteral("frmInputBox"), [](QDialog& dialog) {
         QTest::keyClicks(&Child<QLineEdit>(dialog, "txtInput"), QStringLiteral("SPACE GAMES"));
         Child<QPushButton>(dialog, "cmdOK").click();
@@ -272,51 +233,6 @@ TEST_F(ImportWindows, ANewVelloraIsSelectedAndExpanded) {
     EXPECT_EQ(driver_.Boxes().back().text,
               QStringLiteral("There is already a Vellora folder with that name!"));
     EXPECT_EQ(driver_.Boxes().back().title, QStringLiteral("Marrow-Kit"));
-}
-
-TEST_F(ImportWindows, EveryHelpButtonSaysItsText) {
-    OpenWithDatafile("Nimbus.dat");
-    const std::pair<const char*, const char*> helps[] = {
-        {"cmdHelpGameNameField",
-         "This is the column in the datafile that you want to use as the Game Name in Vellora."},
-        {"cmdHelpGameFilenameField",
-         "This is the column in the datafile that you want to use as the Game Filename in Vellora."},
-        {"cmdHelpIgnoreDups",
-         "Some datafiles have the same game name listed many times (e.g. multiple rom-file games).\n\nIf the "
-         "column "
-         "you chose as the Game Name Field has duplicate entries, select this option to\nignore them and "
-         "only import "
-         "games with unique names."},
-        {"cmdHelpTosec",
-         "If the column you chose as the Game Filename Field in the datafile uses TOSEC (TNC v1) compliant "
-         "filenames, "
-         "select this option."},
-        {"cmdHelpAddZip",
-         "This field should be used for MAME type setups where the Game Name Field you have chosen does not "
-         "represent "
-         "the actual rom-filename, but the name of the game.  Vellora will add .zip to the game name so that "
-         "your "
-         "zipped roms can be found and/or linked to the database."},
-        {"cmdHelpScan",
-         "Select this option if you want Vellora to try to locate any roms or game files you may already "
-         "have on your "
-         "hard drive.  This scan will be performed on the datafile column you chose as the 'Game Filename "
-         "Field'."},
-        {"cmdHelpMatch",
-         "If you select this option, Vellora will only scan for files whose filename extension matches any "
-         "of those in "
-         "the datafile.\n\nE.g.  If the datafile only contains .TAP and .D64 files, only these filetypes "
-         "will be "
-         "scanned.  Setting this option can speed up the scanning process."},
-    };
-    frmRomCenter2 options(window_.get(), window_->Interface());
-    Child<QCheckBox>(options, "chkScan").click();  // the last one's option belongs to the scan
-    for (const auto& [button, text] : helps) {
-        driver_.AnswerBox(QMessageBox::Ok);
-        Child<QToolButton>(options, button).click();
-        EXPECT_EQ(driver_.Boxes().back().text.toStdString(), text);
-    }
-    EXPECT_EQ(driver_.Boxes().back().title, QStringLiteral("Only search matching filename extensions"));
 }
 
 TEST_F(ImportWindows, TickingTheScanEnablesItsControlsAndGoesToThePath) {
@@ -409,29 +325,6 @@ TEST_F(ImportWindows, ViewSaysWhenNothingCanShowTheDatafile) {
     EXPECT_EQ(driver_.Boxes()[0].icon, QMessageBox::Warning);
 }
 
-TEST_F(ImportWindows, TheChosenFolderBecomesTheRomPath) {
-    std::filesystem::create_directories(folder_ / "drive_c/Roms/Tapes");
-    OpenWithDatafile("Nimbus.dat");
-    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
-        Child<QCheckBox>(dialog, "chkScan").click();
-        Child<QLineEdit>(dialog, "txtRomPath").setText(QStringLiteral("C:\\Roms\\"));
-        Child<QToolButton>(dialog, "cmdRomPath").click();
-    });
-    driver_.UseDialog(QStringLiteral("frmBrowseFolder"), [](QDialog& dialog) {
-        EXPECT_EQ(Child<QLabel>(dialog, "lblPath").text(), QStringLiteral("C:\\Roms"));
-        auto& folders = Child<QListWidget>(dialog, "DirBox");
-        folders.setCurrentRow(2);
-        QTest::keyClick(&folders, Qt::Key_Return);
-        Child<QPushButton>(dialog, "cmdOK").click();
-    });
-    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
-        EXPECT_EQ(Child<QLineEdit>(dialog, "txtRomPath").text(), QStringLiteral("C:\\Roms\\Tapes"));
-        EXPECT_EQ(dialog.focusWidget(), &Child<QWidget>(dialog, "txtRomPath"));
-        dialog.reject();
-    });
-    frmRomCenter2(window_.get(), window_->Interface()).exec();
-}
-
 TEST_F(ImportWindows, TabGoesThroughTheOptionsInReadingOrder) {
     OpenWithDatafile("Nimbus.dat");
     frmRomCenter2 options(window_.get(), window_->Interface());
@@ -474,6 +367,152 @@ TEST_F(ImportWindows, TheDatafilesFolderIsRememberedAndACancelledChoiceIsNot) {
     Trigger("mnuFileNewRomCenter2");
     expectStart(folder_ / "drive_c/Data");
     expectStart(folder_ / "drive_c/Data");
+}
+
+TEST_F(ImportWindows, EveryHelpButtonSaysItsText) {
+    OpenWithDatafile("Nimbus.dat");
+    const struct {
+        const char* button;
+        const char* title;
+        const char* text;
+    } helps[] = {
+        {"cmdHelpGameNameField", "Game Name Field",
+         "This is the column in the datafile that you want to use as the Game Name in Vellora."},
+        {"cmdHelpGameFilenameField", "Game Filename Field",
+         "This is the column in the datafile that you want to use as the Game Filename in Vellora."},
+        {"cmdHelpIgnoreDups", "Ignore Duplicate Game Names",
+         "Some datafiles have the same game name listed many times (e.g. multiple rom-file games).\n\nIf the "
+         "column "
+         "you chose as the Game Name Field has duplicate entries, select this option to\nignore them and "
+         "only import "
+         "games with unique names."},
+        {"cmdHelpTosec", "TOSEC Filenames (TNC v1)",
+         "If the column you chose as the Game Filename Field in the datafile uses TOSEC (TNC v1) compliant "
+         "filenames, "
+         "select this option."},
+        {"cmdHelpAddZip", "Add ZIP extension to filenames",
+         "This field should be used for MAME type setups where the Game Name Field you have chosen does not "
+         "represent "
+         "the actual rom-filename, but the name of the game.  Vellora will add .zip to the game name so that "
+         "your "
+         "zipped roms can be found and/or linked to the database."},
+        {"cmdHelpScan", "Scan for Roms",
+         "Select this option if you want Vellora to try to locate any roms or game files you may already "
+         "have on your "
+         "hard drive.  This scan will be performed on the datafile column you chose as the 'Game Filename "
+         "Field'."},
+        {"cmdHelpMatch", "Only search matching filename extensions",
+         "If you select this option, Vellora will only scan for files whose filename extension matches any "
+         "of those in "
+         "the datafile.\n\nE.g.  If the datafile only contains .TAP and .D64 files, only these filetypes "
+         "will be "
+         "scanned.  Setting this option can speed up the scanning process."},
+    };
+    frmRomCenter2 options(window_.get(), window_->Interface());
+    Child<QCheckBox>(options, "chkScan").click();  // the last one's option belongs to the scan
+    for (const auto& [button, title, text] : helps) {
+        driver_.AnswerBox(QMessageBox::Ok);
+        Child<QToolButton>(options, button).click();
+        EXPECT_EQ(driver_.Boxes().back().title.toStdString(), title);
+        EXPECT_EQ(driver_.Boxes().back().text.toStdString(), text);
+        EXPECT_EQ(driver_.Boxes().back().icon, QMessageBox::Information);
+        EXPECT_EQ(driver_.Boxes().back().buttons, QMessageBox::Ok);
+    }
+}
+
+TEST_F(ImportWindows, OnlyTheFourSpellingsOfVersion2OpenTheOptions) {
+    AddTemplate();
+    Open();
+    for (const char* version : {"2", "2.", "2.0", "2.00"}) {
+        WriteDatafile("Nimbus.dat", GamesLine("Alpha", "alpha.bin", "1", 5), version);
+        ChooseFile("Nimbus.dat");
+        driver_.UseDialog(QStringLiteral("frmRomCenter2"),
+                          [](QDialog& dialog) { Child<QPushButton>(dialog, "cmdCancel").click(); });
+        Trigger("mnuFileNewRomCenter2");
+        EXPECT_TRUE(driver_.Done()) << version;
+    }
+    for (const char* version : {"2.00 ", "v2.00", "2.000", "02.00", ""}) {
+        WriteDatafile("Nimbus.dat", GamesLine("Alpha", "alpha.bin", "1", 5), version);
+        ChooseFile("Nimbus.dat");
+        driver_.AnswerBox(QMessageBox::Ok);
+        Trigger("mnuFileNewRomCenter2");
+        EXPECT_EQ(driver_.Boxes().back().text.toStdString(),
+                  std::string("This datafile was not found to be version 2.00!\n\nReported version is: [") +
+                      version + "]");
+        EXPECT_EQ(driver_.Boxes().back().icon, QMessageBox::Information);
+    }
+    EXPECT_EQ(Node("ROOT")->childCount(), 0);
+}
+
+TEST_F(ImportWindows, ViewStartsNotepadWithTheDatafile) {
+    WriteDatafile("Nimbus 8.dat", "");
+    OpenWithDatafile("Nimbus 8.dat");
+    const std::filesystem::path seen = folder_ / "seen";
+    // Without a text editor of the desktop this one opens it.
+    const std::filesystem::path opener = folder_ / "bin/xdg-open";
+    test::WriteFile(opener, "#!/bin/sh\necho \"$*\" >> '" + seen.string() + "'\n");
+    std::filesystem::permissions(opener, std::filesystem::perms::owner_all);
+    const std::string path = std::getenv("PATH");
+    setenv("PATH", (folder_ / "bin").c_str(), 1);
+    frmRomCenter2 options(window_.get(), window_->Interface());
+    Child<QPushButton>(options, "cmdView").click();
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return std::filesystem::exists(seen) && !test::ReadFile(seen).empty(); }, 20000));
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_NE(test::ReadFile(seen).find("Nimbus 8.dat"), std::string::npos) << test::ReadFile(seen);
+    EXPECT_TRUE(driver_.Boxes().empty());
+}
+
+TEST_F(ImportWindows, CancelClosesTheOptionsAndNothingIsImported) {
+    AddTemplate();
+    WriteDatafile("Nimbus.dat", GamesLine("Alpha", "alpha.bin", "1", 5));
+    Open();
+    for (const bool byEsc : {false, true}) {
+        ChooseFile("Nimbus.dat");
+        driver_.UseDialog(QStringLiteral("frmRomCenter2"), [byEsc](QDialog& dialog) {
+            if (byEsc) {
+                QTest::keyClick(&dialog, Qt::Key_Escape);
+            } else {
+                Child<QPushButton>(dialog, "cmdCancel").click();
+            }
+            EXPECT_FALSE(dialog.isVisible());
+        });
+        Trigger("mnuFileNewRomCenter2");
+        EXPECT_FALSE(GlobalImportSettings().ImportSucceeded);
+        EXPECT_EQ(Node("ROOT")->childCount(), 0);
+    }
+    EXPECT_TRUE(driver_.Boxes().empty());
+}
+
+TEST_F(ImportWindows, EnterInATextFieldStarts) {
+    AddTemplate();
+    WriteDatafile("Nimbus.dat", GamesLine("Alpha", "alpha.bin", "1", 5));
+    Open();
+    ChooseFile("Nimbus.dat");
+    driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
+        QTest::keyClick(&Child<QLineEdit>(dialog, "txtName"), Qt::Key_Return);
+    });
+    driver_.AnswerBox(QMessageBox::Ok);
+    Trigger("mnuFileNewRomCenter2");
+    EXPECT_EQ(One("Nimbus", "SELECT Name FROM Games"), "Alpha");
+}
+
+TEST_F(ImportWindows, AnEmptyNameIsRefusedForANewDatabaseOnly) {
+    AddDatabase("Arcade");
+    WriteDatafile("Nimbus.dat", "");
+    OpenWithDatafile("Nimbus.dat");
+    for (const bool existing : {false, true}) {
+        GlobalImportSettings().ImportIntoExisting = existing;
+        GlobalImportSettings().ExistingDatabaseName = "Arcade";
+        GlobalImportSettings().ExistingDatabasePath = DatabaseKey("Arcade");
+        frmRomCenter2 options(window_.get(), window_->Interface());
+        Child<QLineEdit>(options, "txtName").clear();
+        Child<QPushButton>(options, "cmdOK").setEnabled(true);
+        driver_.AnswerBox(QMessageBox::Ok);
+        Child<QPushButton>(options, "cmdOK").click();
+        EXPECT_EQ(driver_.Boxes().back().text, existing ? QStringLiteral("There were no games to import!")
+                                                        : QStringLiteral("You must enter a Vellora name!"));
+    }
 }
 
 }  // namespace

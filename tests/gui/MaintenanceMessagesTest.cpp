@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "gui/WindowsFixture.h"
+#include "gui/MaintenanceFixture.h"
 #include "maintenance/frmGenres.h"
 
 namespace marrowkit {
@@ -16,28 +16,7 @@ namespace {
 
 using test::Child;
 
-class MaintenanceMessages : public test::Windows, public ::testing::WithParamInterface<jet::JetVersion> {
-protected:
-    void OpenWith(const std::string& name, int minor = 5) {
-        AddDatabase(name, minor, GetParam());
-        Open();
-        SelectDatabase(name);
-    }
-    void ExpectBox(const QString& title, const QString& text, QMessageBox::Icon icon) {
-        ASSERT_FALSE(driver_.Boxes().empty());
-        const test::SeenBox& box = driver_.Boxes().back();
-        EXPECT_EQ(box.title.toStdString(), title.toStdString());
-        EXPECT_EQ(box.text.toStdString(), text.toStdString());
-        EXPECT_EQ(box.icon, icon);
-        EXPECT_EQ(box.buttons, QMessageBox::Ok);
-    }
-    void ExpectNothingIsBusy() {
-        EXPECT_TRUE(Tree().isEnabled());
-        EXPECT_TRUE(Action("mnuFileNew").isEnabled());
-        EXPECT_TRUE(Action("mnuFileExit").isEnabled());
-        EXPECT_EQ(window_->findChild<QDialog*>(QStringLiteral("frmWait")), nullptr);
-    }
-};
+class MaintenanceMessages : public test::MaintenanceFixture {};
 
 TEST_P(MaintenanceMessages, FixAndCompactReportAFileThatHasGone) {
     OpenWith("Arcade");
@@ -260,12 +239,7 @@ TEST_P(MaintenanceMessages, AnOperationLeavesTheFocusOnTheTree) {
     EXPECT_EQ(Tree().currentItem(), Node(DatabaseKey("Arcade")));
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, MaintenanceMessages,
-                         ::testing::Values(jet::JetVersion::Jet3, jet::JetVersion::Jet4),
-                         [](const auto& tested) {
-                             return tested.param == jet::JetVersion::Jet3 ? std::string("Jet3")
-                                                                          : std::string("Jet4");
-                         });
+MARROWKIT_TEST_BOTH_FORMATS(MaintenanceMessages);
 
 }  // namespace
 }  // namespace marrowkit

@@ -1,11 +1,13 @@
+#include <QHeaderView>
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
+#include <QTreeWidget>
 
 #include <gtest/gtest.h>
 
-#include "gui/WindowsFixture.h"
+#include "gui/MaintenanceFixture.h"
 #include "maintenance/frmGenres.h"
 #include "platform/registry/RegistryStore.h"
 
@@ -14,27 +16,7 @@ namespace {
 
 using test::Child;
 
-/// Every operation from its menu entry to its last message, on both formats.
-class Maintenance : public test::Windows, public ::testing::WithParamInterface<jet::JetVersion> {
-protected:
-    void OpenWith(const std::string& name, int minor = 5) {
-        AddDatabase(name, minor, GetParam());
-        Open();
-        SelectDatabase(name);
-    }
-    void AddGame(const std::string& database, const std::string& name) {
-        Execute(database, "INSERT INTO Games (Name, PU_Id) VALUES (\"" + name + "\", 37)");
-    }
-    const test::SeenBox& Box(std::size_t i) {
-        static const test::SeenBox none;
-        return i < driver_.Boxes().size() ? driver_.Boxes()[i] : none;
-    }
-    void ExpectNothingIsBusy() {
-        EXPECT_TRUE(Tree().isEnabled());
-        EXPECT_EQ(window_->findChild<QDialog*>(QStringLiteral("frmWait")), nullptr);
-        EXPECT_EQ(QApplication::overrideCursor(), nullptr);
-    }
-};
+class Maintenance : public test::MaintenanceFixture {};
 
 TEST_P(Maintenance, ScanAndFixRepairsAndReports) {
     OpenWith("Arcade");
@@ -49,6 +31,7 @@ TEST_P(Maintenance, ScanAndFixRepairsAndReports) {
     EXPECT_EQ(One("Arcade", "SELECT V_LengthType FROM Games"), "19");
     EXPECT_EQ(Status(), QStringLiteral("Right-Click each Node for options"));
     ExpectNothingIsBusy();
+    ExpectTheNormalPointer();
     EXPECT_TRUE(Problems("Arcade").empty());
 }
 
@@ -65,6 +48,7 @@ TEST_P(Maintenance, CompactReportsTheSizes) {
     EXPECT_FALSE(std::filesystem::exists(Library() / "Arcade/vltemp.mdb"));
     EXPECT_EQ(One("Arcade", "SELECT Name FROM Games"), "Zaxxon");
     ExpectNothingIsBusy();
+    ExpectTheNormalPointer();
     EXPECT_TRUE(Problems("Arcade").empty());
 }
 
@@ -88,6 +72,7 @@ TEST_P(Maintenance, ClearExtrasAsksWithNoAsTheDefault) {
     EXPECT_EQ(Box(2).text, QStringLiteral("Cleared all Game Extras!"));
     EXPECT_EQ(One("Arcade", "SELECT Extras FROM Games"), "False");
     ExpectNothingIsBusy();
+    ExpectTheNormalPointer();
 }
 
 TEST_P(Maintenance, ClearExtrasRefusesAnOldDatabase) {
@@ -116,6 +101,7 @@ TEST_P(Maintenance, RemoveViewsResetsTheFrontendsCount) {
                               count, status);
     EXPECT_EQ(std::get<std::int32_t>(count), 0);
     ExpectNothingIsBusy();
+    ExpectTheNormalPointer();
 }
 
 TEST_P(Maintenance, AVanishedDatabaseIsReportedAndLeavesTheTree) {
@@ -204,21 +190,57 @@ TEST_P(Maintenance, DeletingAFolderNeedsAYes) {
     OpenWith("My Arcade");
     test::WriteFile(Library() / "My Arcade/Gfx/deep/er/picture.gif", "x");
     Tree().setCurrentItem(Node(R"(C:\Vellora\My Arcade\)"));
-    driver_.AnswerBox(QMessageBox::No);
-    Trigger("mnuVelloraDelete");
+    // No, Cancel, and the box closed without a button.
+    for (const QMessageBox::StandardButton answer :
+         {QMessageBox::No, QMessageBox::Cancel, QMessageBox::NoButton}) {
+        driver_.AnswerBox(answer);
+        Trigger("mnuVelloraDelete");
+        EXPECT_TRUE(std::filesystem::exists(Library() / "My Arcade/Gfx/deep/er/picture.gif"));
+        EXPECT_EQ(Status(), QStringLiteral("Right-Click each Node for options"));
+    }
     EXPECT_EQ(Box(0).title, QStringLiteral("Really Delete 'My Arcade'?"));
     EXPECT_EQ(
         Box(0).text,
         QStringLiteral("Are you sure you want to permanently delete this Vellora folder?\n\n'C:\\Vellora\\My "
                        "Arcade'\n\nWARNING: This action is irreversable.  Once it's gone, it's gone!"));
+    EXPECT_EQ(Box(0).icon, QMessageBox::Question);
+    EXPECT_EQ(Box(0).buttons, QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
     EXPECT_EQ(Box(0).defaultButton, QMessageBox::No);
-    EXPECT_TRUE(std::filesystem::exists(Library() / "My Arcade/Gfx/deep/er/picture.gif"));
-    EXPECT_EQ(Status(), QStringLiteral("Right-Click each Node for options"));
     driver_.AnswerBox(QMessageBox::Yes);
     Trigger("mnuVelloraDelete");
     EXPECT_FALSE(std::filesystem::exists(Library() / "My Arcade"));
     EXPECT_EQ(Node(R"(C:\Vellora\My Arcade\)"), nullptr);
     EXPECT_TRUE(std::filesystem::exists(Library()));
+    ExpectNothingIsBusy();
+}
+
+TEST_P(Maintenance, WorksOnNamesWithBlanksUmlautsAndDots) {
+    const std::string names[] = {"My  Old Games",
+                                 "K\xC3\xB6ln \xC3\x9C"
+                                 "bung",
+                                 "v1.2.3", "100% more's"};
+    for (const std::string& name : names) AddDatabase(name, 5, GetParam());
+    Open();
+    for (const std::string& name : names) {
+        SelectDatabase(name);
+        AddGame(name, "Zaxxon");
+        const std::initializer_list<std::pair<const char*, int>> operations = {
+            {"mnuDBFix", 0}, {"mnuDBCompact", 0}, {"mnuDBClearExtras", 1}, {"mnuDBRemoveViews", 1}};
+        for (const auto& [action, questions] : operations) {
+            for (int i = 0; i < questions; ++i) driver_.AnswerBox(QMessageBox::Yes);
+            driver_.AnswerBox(QMessageBox::Ok);
+            Trigger(action);
+            EXPECT_EQ(driver_.Boxes().back().icon, QMessageBox::Information) << name << " " << action;
+        }
+        EXPECT_EQ(One(name, "SELECT Name FROM Games"), "Zaxxon");
+        EXPECT_TRUE(Problems(name).empty());
+        Tree().setCurrentItem(Node(R"(C:\Vellora\)" + name + "\\"));
+        driver_.AnswerBox(QMessageBox::Yes);
+        Trigger("mnuVelloraDelete");
+        EXPECT_FALSE(std::filesystem::exists(Library() / name));
+        EXPECT_EQ(Node(R"(C:\Vellora\)" + name + "\\"), nullptr);
+    }
+    EXPECT_EQ(Node("ROOT")->childCount(), 0);
 }
 
 TEST_P(Maintenance, TheGenresWizardChangesNothing) {
@@ -228,7 +250,11 @@ TEST_P(Maintenance, TheGenresWizardChangesNothing) {
     GenresDatabasePath = DatabaseKey("Arcade");
     driver_.UseDialog(QStringLiteral("frmGenres"), [](QDialog& dialog) {
         EXPECT_TRUE(Child<QWidget>(dialog, "picPage_0").isVisible());
-        Child<QRadioButton>(dialog, "optWizSelect_3").click();
+        for (int option = 0; option < 5; ++option)
+            Child<QRadioButton>(dialog, qPrintable(QStringLiteral("optWizSelect_%1").arg(option))).click();
+        auto& games = Child<QTreeWidget>(dialog, "lvRP1");
+        Q_EMIT games.header()->sectionClicked(1);
+        EXPECT_EQ(games.topLevelItemCount(), 0);
         for (const char* button : {"cmdBack", "cmdNext", "cmdRP1"})
             Child<QPushButton>(dialog, button).click();
         EXPECT_TRUE(Child<QWidget>(dialog, "picPage_0").isVisible());
@@ -239,12 +265,7 @@ TEST_P(Maintenance, TheGenresWizardChangesNothing) {
     EXPECT_EQ(test::ReadFile(Library() / "Arcade/Arcade.mdb"), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, Maintenance,
-                         ::testing::Values(jet::JetVersion::Jet3, jet::JetVersion::Jet4),
-                         [](const auto& tested) {
-                             return tested.param == jet::JetVersion::Jet3 ? std::string("Jet3")
-                                                                          : std::string("Jet4");
-                         });
+MARROWKIT_TEST_BOTH_FORMATS(Maintenance);
 
 }  // namespace
 }  // namespace marrowkit

@@ -89,7 +89,9 @@ void ModalDriver::Poll() {
     seen.buttons = box->standardButtons();
     if (QPushButton* button = box->defaultButton()) seen.defaultButton = box->standardButton(button);
     boxes_.push_back(seen);
-    if (QAbstractButton* button = box->button(step.answer)) {
+    if (step.answer == QMessageBox::NoButton) {
+        box->reject();
+    } else if (QAbstractButton* button = box->button(step.answer)) {
         button->click();
     } else {
         GiveUp(*window, QStringLiteral("the box has no such button: ") + box->text());

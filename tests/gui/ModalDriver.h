@@ -28,7 +28,7 @@ public:
     ModalDriver();
     ~ModalDriver() override;
 
-    /// The next modal window is to be a message box; it is noted and answered.
+    /// The next modal window is to be a message box; it is noted and answered; by closing it for NoButton.
     void AnswerBox(QMessageBox::StandardButton answer);
     /// The next one is to be the dialog of this object name. When `use` returns and the dialog is still open,
     /// it stays so; the next step may concern a window above it or the dialog itself again.

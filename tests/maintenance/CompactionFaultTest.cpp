@@ -12,8 +12,8 @@
 
 #include "maintenance/CompactDatabase.h"
 #include "maintenance/FrontendDatabase.h"
+#include "platform/dao/Dao.h"
 #include "platform/errors/RuntimeError.h"
-#include "platform/jet/engine/Database.h"
 #include "support/BothFormats.h"
 #include "support/RecordingUserInterface.h"
 
