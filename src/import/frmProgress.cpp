@@ -123,12 +123,16 @@ void frmProgress::SetCancelEnabled(bool enabled) {
 
 void frmProgress::LetEventsRun() {
     // A new stage is always shown, and Cancel heard before it begins.
-    if (!std::exchange(stageIsNew_, false) && !FrameIsDue()) return;
-    ShowLatest();
+    const bool stageIsNew = std::exchange(stageIsNew_, false);
+    if (!stageIsNew && !FrameIsDue()) return;
+    // Events are heard every frame; the texts need not change quite as often as that.
+    constexpr int kFramesForATextToStand = 2;
+    if (stageIsNew || ++framesShown_ >= kFramesForATextToStand) ShowLatest();
     PumpEventsNow();
 }
 
 void frmProgress::ShowLatest() {
+    framesShown_ = 0;
     lblStatus->setText(ToQt(status_));
     pbStatus->setValue(barValue_);
 }

@@ -52,9 +52,10 @@ private:
     bool started_ = false;
     bool running_ = false;
     bool stageIsNew_ = false;
-    // What the stages said last; the controls follow once a frame.
+    // What the stages said last; the controls follow every other frame.
     std::string status_;
     std::int32_t barValue_ = 0;
+    int framesShown_ = 0;  ///< since they followed
 };
 
 }  // namespace marrowkit
