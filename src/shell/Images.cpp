@@ -1,5 +1,6 @@
 #include "shell/Images.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QImage>
 #include <QImageReader>
@@ -49,8 +50,14 @@ QIcon BuiltInImage(std::string_view name) {
 QIcon LoadStartupIcon(std::string_view hostPath) {
     const QString file =
         QFile::decodeName(QByteArray(hostPath.data(), static_cast<qsizetype>(hostPath.size())));
-    if (!QFile::exists(file)) Raise(RuntimeErrorNumber::FileNotFound);
-    QImageReader reader(file);
+    QFile opened(file);
+    if (!opened.exists()) Raise(RuntimeErrorNumber::FileNotFound);
+    // Read at once: the picture's decoder asks for it in small pieces, back and forth.
+    QByteArray bytes;
+    if (opened.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) bytes = opened.readAll();
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer);
     reader.setDecideFormatFromContent(true);
     QImage image = reader.read();
     if (image.isNull()) Raise(RuntimeErrorNumber::InvalidPicture);
