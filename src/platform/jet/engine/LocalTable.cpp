@@ -69,27 +69,25 @@ std::optional<Row> LocalTable::Read(RowId row, std::span<const std::size_t> colu
     const TableLayout& layout = Layout();
     const std::optional<StoredRow> stored = layout.rows.Read(row);
     if (!stored) return std::nullopt;
-    Row values;
     try {
-        DecodeColumns(layout, stored->bytes, columns, values);
+        return DecodeColumns(layout, stored->bytes, columns);
     } catch (const OutOfBounds&) {
         RaiseDamagedRow(layout, row);
     }
-    return values;
 }
 
-std::unique_ptr<Table::Scan> LocalTable::OpenScan(std::vector<std::size_t> columns) const {
+std::unique_ptr<Table::Scan> LocalTable::OpenScan(const std::vector<std::size_t>& columns) const {
     database_->GetPager().Refresh();
-    return OpenTableScan(SharedLayout(), std::move(columns));
+    return OpenTableScan(SharedLayout(), columns);
 }
 
-std::unique_ptr<Table::Scan> LocalTable::OpenIndexScan(std::size_t index, IndexRange range,
-                                                       std::vector<std::size_t> columns,
+std::unique_ptr<Table::Scan> LocalTable::OpenIndexScan(std::size_t index, const IndexRange& range,
+                                                       const std::vector<std::size_t>& columns,
                                                        bool backwards) const {
     database_->GetPager().Refresh();
     auto layout = SharedLayout();
     const std::size_t realIndex = layout->indexes.at(index).realIndex;
-    return OpenRangeScan(std::move(layout), realIndex, range, std::move(columns), backwards);
+    return OpenRangeScan(std::move(layout), realIndex, range, columns, backwards);
 }
 
 void LocalTable::RefuseSystemTable() const {

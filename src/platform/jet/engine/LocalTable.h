@@ -31,8 +31,9 @@ public:
     std::int64_t RowCount() const override;
 
     std::optional<Row> Read(RowId row, std::span<const std::size_t> columns) const override;
-    std::unique_ptr<Scan> OpenScan(std::vector<std::size_t> columns) const override;
-    std::unique_ptr<Scan> OpenIndexScan(std::size_t index, IndexRange range, std::vector<std::size_t> columns,
+    std::unique_ptr<Scan> OpenScan(const std::vector<std::size_t>& columns) const override;
+    std::unique_ptr<Scan> OpenIndexScan(std::size_t index, const IndexRange& range,
+                                        const std::vector<std::size_t>& columns,
                                         bool backwards) const override;
 
     RowId Insert(std::span<const Assignment> values) override;

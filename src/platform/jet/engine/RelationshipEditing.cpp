@@ -63,13 +63,13 @@ void CheckTypes(const TableLayout& primary, const std::vector<std::size_t>& prim
 void CheckExistingRows(const TableLayout& primary, const IndexStorage& index, const TableLayout& foreign,
                        const std::vector<std::size_t>& foreignColumns) {
     RowStore::Cursor cursor(foreign.rows);
+    const RowDecoder decoder(foreign, foreignColumns);
     std::vector<std::uint8_t> key;
     std::vector<std::uint8_t> lastFound;
     Row values;
     while (cursor.Next()) {
         try {
-            const StoredRow stored = cursor.Row();
-            DecodeColumns(foreign, stored.bytes, foreignColumns, values);
+            decoder.Decode(cursor.Bytes(), values);
         } catch (const OutOfBounds&) {
             RaiseDamagedRow(foreign, cursor.Id());
         }

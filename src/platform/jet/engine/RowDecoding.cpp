@@ -11,34 +11,14 @@ namespace {
 // In front of a long value that lies in its row.
 constexpr std::size_t kLongValueHeaderBytes = 12;
 
-bool IsPlainAscii(std::span<const std::uint8_t> bytes) {
-    // A zero byte wraps to 0xFF, so both it and everything above 0x7F leave the top bit set.
-    std::uint8_t seen = 0;
-    for (const std::uint8_t byte : bytes) {
-        seen = static_cast<std::uint8_t>(seen | byte | static_cast<std::uint8_t>(byte - 1));
-    }
-    return (seen & 0x80) == 0;
-}
-
-std::string& TextOf(Value& value) {
-    if (auto* text = std::get_if<std::string>(&value)) return *text;
-    return value.emplace<std::string>();
-}
-
-/// Most texts are compressed ASCII (or code page bytes that are), and need no decoding at all.
 void DecodeTextInto(JetVersion version, ByteView stored, Value& value) {
-    std::span<const std::uint8_t> bytes = stored.All();
-    if (bytes.empty()) {
-        TextOf(value).clear();
-        return;
+    auto* text = std::get_if<std::string>(&value);
+    if (text == nullptr) text = &value.emplace<std::string>();
+    if (stored.Empty()) {
+        text->clear();
+    } else {
+        DecodeText(version, stored, *text);
     }
-    const bool compressed = bytes.size() >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE;
-    if (compressed && version == JetVersion::Jet4) bytes = bytes.subspan(2);
-    if ((compressed || version == JetVersion::Jet3) && IsPlainAscii(bytes)) {
-        TextOf(value).assign(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-        return;
-    }
-    TextOf(value) = DecodeText(version, stored);
 }
 
 void DecodeWholeLongValue(const TableLayout& layout, const ColumnDefinition& definition, ByteView bytes,
@@ -78,49 +58,85 @@ void Assign(Value& value, T number) {
 void DecodeColumn(const TableLayout& layout, const RowView& row, std::size_t column, Value& value) {
     const ColumnStorage& storage = layout.storage[column];
     const ColumnDefinition& definition = *storage.definition;
-    if (definition.type == ColumnType::Boolean) {
-        Assign(value, std::get<bool>(row.Decode(definition)));
-        return;
-    }
-    const ByteView bytes = row.Bytes(definition);
-    if (bytes.Empty() && row.IsNull(definition)) {
+    if (!definition.IsLongValue()) {
+        row.DecodeInto(definition, value);
+    } else if (row.IsNull(definition)) {
         value = Null{};
-        return;
-    }
-    switch (definition.type) {
-        case ColumnType::Byte:
-            Assign(value, bytes.U8(0));
-            break;
-        case ColumnType::Integer:
-            Assign(value, bytes.I16(0));
-            break;
-        case ColumnType::Long:
-            Assign(value, bytes.I32(0));
-            break;
-        case ColumnType::Double:
-            Assign(value, bytes.F64(0));
-            break;
-        case ColumnType::Text:
-            if (definition.IsFixed()) {
-                value = row.Decode(definition);
-            } else {
-                DecodeTextInto(layout.Version(), bytes, value);
-            }
-            break;
-        case ColumnType::Memo:
-        case ColumnType::Ole:
-            DecodeLongValue(layout, storage, bytes, value);
-            break;
-        default:
-            value = row.Decode(definition);
+    } else {
+        DecodeLongValue(layout, storage, row.Bytes(definition), value);
     }
 }
 
-void DecodeColumns(const TableLayout& layout, ByteView row, std::span<const std::size_t> columns,
-                   Row& values) {
+Row DecodeColumns(const TableLayout& layout, ByteView row, std::span<const std::size_t> columns) {
     const RowView view(layout.PageGeometry(), layout.definition, row);
-    values.resize(columns.size());
+    Row values(columns.size());
     for (std::size_t i = 0; i < columns.size(); ++i) DecodeColumn(layout, view, columns[i], values[i]);
+    return values;
+}
+
+// ---- Row after row
+
+RowDecoder::RowDecoder(const TableLayout& layout, std::span<const std::size_t> columns) : layout_(&layout) {
+    steps_.reserve(columns.size());
+    for (const std::size_t column : columns) {
+        const ColumnDefinition& definition = *layout.storage[column].definition;
+        steps_.push_back({StoringOf(definition), definition.number,
+                          definition.IsFixed() ? definition.fixedOffset : definition.variableIndex, column});
+    }
+}
+
+RowDecoder::Storing RowDecoder::StoringOf(const ColumnDefinition& definition) {
+    switch (definition.type) {
+        case ColumnType::Boolean:
+            return Storing::MaskBit;
+        case ColumnType::Byte:
+            return definition.IsFixed() ? Storing::FixedByte : Storing::Other;
+        case ColumnType::Integer:
+            return definition.IsFixed() ? Storing::FixedInteger : Storing::Other;
+        case ColumnType::Long:
+            return definition.IsFixed() ? Storing::FixedLong : Storing::Other;
+        case ColumnType::Text:
+            return definition.IsFixed() ? Storing::Other : Storing::VariableText;
+        case ColumnType::Memo:
+            return definition.IsFixed() ? Storing::Other : Storing::Memo;
+        default:
+            return Storing::Other;
+    }
+}
+
+void RowDecoder::Decode(ByteView row, Row& values) const {
+    const RowView view(layout_->PageGeometry(), layout_->definition, row);
+    values.resize(steps_.size());
+    for (std::size_t i = 0; i < steps_.size(); ++i) DecodeStep(steps_[i], view, values[i]);
+}
+
+inline void RowDecoder::DecodeStep(const Step& step, const RowView& row, Value& value) const {
+    if (step.storing == Storing::MaskBit) return Assign(value, row.MaskBit(step.number));
+    if (step.storing == Storing::Other) return DecodeColumn(*layout_, row, step.column, value);
+    if (!row.MaskBit(step.number)) {
+        value = Null{};
+        return;
+    }
+    switch (step.storing) {
+        case Storing::FixedByte:
+            return Assign(value, row.FixedPart(step.place, 1).U8(0));
+        case Storing::FixedInteger:
+            return Assign(value, row.FixedPart(step.place, 2).I16(0));
+        case Storing::FixedLong:
+            return Assign(value, row.FixedPart(step.place, 4).I32(0));
+        default:
+            return DecodeVariable(step, row, value);
+    }
+}
+
+void RowDecoder::DecodeVariable(const Step& step, const RowView& row, Value& value) const {
+    if (!row.HasVariablePart(step.place)) {
+        value = Null{};
+    } else if (step.storing == Storing::Memo) {
+        DecodeLongValue(*layout_, layout_->storage[step.column], row.VariablePart(step.place), value);
+    } else {
+        DecodeTextInto(layout_->Version(), row.VariablePart(step.place), value);
+    }
 }
 
 }  // namespace marrowkit::jet

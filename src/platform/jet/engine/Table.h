@@ -66,14 +66,14 @@ public:
         /// Values of the current row, one per column asked for; overwritten by Next.
         virtual const Row& Values() const = 0;
     };
-    virtual std::unique_ptr<Scan> OpenScan(std::vector<std::size_t> columns) const = 0;
+    virtual std::unique_ptr<Scan> OpenScan(const std::vector<std::size_t>& columns) const = 0;
 
     /// Walks the rows of an index within bounds, in the index's order or against it. Text bounds are compared
     /// as keys, so a hit may differ in case, and texts beyond 255 characters may differ behind them: test
     /// again what must be exact. Rows whose bound column is Null are met only when a bound says Null or there
     /// is no bound.
-    virtual std::unique_ptr<Scan> OpenIndexScan(std::size_t index, IndexRange range,
-                                                std::vector<std::size_t> columns,
+    virtual std::unique_ptr<Scan> OpenIndexScan(std::size_t index, const IndexRange& range,
+                                                const std::vector<std::size_t>& columns,
                                                 bool backwards = false) const = 0;
 
     /// Adds a row. Columns without an assignment get their default. A given AutoNumber raises the counter.

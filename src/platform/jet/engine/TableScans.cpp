@@ -12,16 +12,15 @@ namespace {
 
 class StorageOrderScan final : public Table::Scan {
 public:
-    StorageOrderScan(std::shared_ptr<const TableLayout> layout, std::vector<std::size_t> columns)
-        : layout_(std::move(layout)), columns_(std::move(columns)), cursor_(layout_->rows) {
-        values_.resize(columns_.size());
+    StorageOrderScan(std::shared_ptr<const TableLayout> layout, const std::vector<std::size_t>& columns)
+        : layout_(std::move(layout)), decoder_(*layout_, columns), cursor_(layout_->rows) {
+        values_.resize(columns.size());
     }
 
     bool Next() override {
         if (!cursor_.Next()) return false;
         try {
-            const StoredRow row = cursor_.Row();
-            DecodeColumns(*layout_, row.bytes, columns_, values_);
+            decoder_.Decode(cursor_.Bytes(), values_);
         } catch (const OutOfBounds&) {
             RaiseDamagedRow(*layout_, cursor_.Id());
         }
@@ -32,7 +31,7 @@ public:
 
 private:
     std::shared_ptr<const TableLayout> layout_;
-    std::vector<std::size_t> columns_;
+    RowDecoder decoder_;
     RowStore::Cursor cursor_;
     Row values_;
 };
@@ -40,9 +39,9 @@ private:
 class RangeScan final : public Table::Scan {
 public:
     RangeScan(std::shared_ptr<const TableLayout> layout, std::size_t realIndex, const IndexRange& range,
-              std::vector<std::size_t> columns, bool backwards)
+              const std::vector<std::size_t>& columns, bool backwards)
         : layout_(std::move(layout)),
-          columns_(std::move(columns)),
+          decoder_(*layout_, columns),
           backwards_(backwards),
           bounds_(BoundsOf(*layout_, layout_->realIndexes[realIndex], range)),
           cursor_(layout_->realIndexes[realIndex].tree) {
@@ -53,7 +52,7 @@ public:
         } else {
             cursor_.SeekAfterLast();
         }
-        values_.resize(columns_.size());
+        values_.resize(columns.size());
     }
 
     bool Next() override {
@@ -69,7 +68,7 @@ public:
                                                          ": an index entry points to row " + RowText(id_) +
                                                          ", which is not there");
             }
-            DecodeColumns(*layout_, row->bytes, columns_, values_);
+            decoder_.Decode(row->bytes, values_);
         } catch (const OutOfBounds&) {
             RaiseDamagedRow(*layout_, id_);
         }
@@ -91,7 +90,7 @@ private:
     }
 
     std::shared_ptr<const TableLayout> layout_;
-    std::vector<std::size_t> columns_;
+    RowDecoder decoder_;
     bool backwards_;
     KeyBounds bounds_;
     BTree::Cursor cursor_;
@@ -103,14 +102,14 @@ private:
 }  // namespace
 
 std::unique_ptr<Table::Scan> OpenTableScan(std::shared_ptr<const TableLayout> layout,
-                                           std::vector<std::size_t> columns) {
-    return std::make_unique<StorageOrderScan>(std::move(layout), std::move(columns));
+                                           const std::vector<std::size_t>& columns) {
+    return std::make_unique<StorageOrderScan>(std::move(layout), columns);
 }
 
 std::unique_ptr<Table::Scan> OpenRangeScan(std::shared_ptr<const TableLayout> layout, std::size_t realIndex,
-                                           const IndexRange& range, std::vector<std::size_t> columns,
+                                           const IndexRange& range, const std::vector<std::size_t>& columns,
                                            bool backwards) {
-    return std::make_unique<RangeScan>(std::move(layout), realIndex, range, std::move(columns), backwards);
+    return std::make_unique<RangeScan>(std::move(layout), realIndex, range, columns, backwards);
 }
 
 void RaiseDamagedRow(const TableLayout& layout, RowId row) {

@@ -13,20 +13,37 @@ namespace {
 constexpr std::uint8_t kMark[] = {0xFF, 0xFE};  ///< in front of a compressed text
 
 constexpr std::uint64_t kHighBits = 0x8080808080808080;
-constexpr std::uint64_t kLowSevenBits = 0x7F7F7F7F7F7F7F7F;
+constexpr std::uint64_t kOnes = 0x0101010101010101;
 
-/// Length of the leading run of characters U+0001..U+007F, as far as eight at a time show it (the rest is
-/// looked at one by one).
-std::size_t PlainRun(const std::uint8_t* bytes, std::size_t count) {
-    std::size_t at = 0;
-    for (; at + 8 <= count; at += 8) {
-        std::uint64_t eight;
-        std::memcpy(&eight, bytes + at, 8);
-        // Adding 7F sets the high bit of every byte but 00; bytes with the high bit set already fail.
-        if (((eight + kLowSevenBits) & ~eight & kHighBits) != kHighBits) break;
+std::uint64_t EightBytes(const std::uint8_t* bytes) {
+    std::uint64_t eight;
+    std::memcpy(&eight, bytes, sizeof eight);
+    return eight;
+}
+
+/// Whether all bytes are characters U+0001..U+007F. Taking one off leaves the high bit clear in just these.
+bool IsPlain(const std::uint8_t* bytes, std::size_t count) {
+    std::uint64_t seen = 0;
+    if (count < 8) {
+        for (std::size_t at = 0; at < count; ++at) seen |= bytes[at] | (bytes[at] - kOnes);
+        return (seen & kHighBits) == 0;
     }
-    while (at < count && bytes[at] != 0 && bytes[at] < 0x80) ++at;
-    return at;
+    for (std::size_t at = 0; at < count - 8; at += 8) {
+        seen |= EightBytes(bytes + at) | (EightBytes(bytes + at) - kOnes);
+    }
+    const std::uint64_t last = EightBytes(bytes + count - 8);
+    return ((seen | last | (last - kOnes)) & kHighBits) == 0;
+}
+
+/// Narrows UTF-16LE into `text` as long as it is ASCII; false when it is not.
+bool NarrowAscii(std::span<const std::uint8_t> bytes, std::string& text) {
+    const std::size_t count = bytes.size() / 2;
+    unsigned beyond = 0;
+    for (std::size_t at = 0; at < count; ++at) beyond |= (bytes[2 * at] & 0x80U) | bytes[2 * at + 1];
+    if (beyond != 0) return false;
+    text.resize(count);
+    for (std::size_t at = 0; at < count; ++at) text[at] = static_cast<char>(bytes[2 * at]);
+    return true;
 }
 
 std::string DecodeCompressed(std::span<const std::uint8_t> bytes) {
@@ -49,7 +66,7 @@ std::string DecodeCompressed(std::span<const std::uint8_t> bytes) {
 }
 
 bool IsPlainAscii(std::string_view utf8) {
-    return PlainRun(reinterpret_cast<const std::uint8_t*>(utf8.data()), utf8.size()) == utf8.size();
+    return IsPlain(reinterpret_cast<const std::uint8_t*>(utf8.data()), utf8.size());
 }
 
 std::vector<std::uint8_t> CompressAscii(std::string_view utf8) {
@@ -102,12 +119,12 @@ void DecodeText(JetVersion version, ByteView stored, std::string& text) {
     const bool jet4 = version == JetVersion::Jet4;
     const bool marked = bytes.size() >= 2 && bytes[0] == kMark[0] && bytes[1] == kMark[1];
     if (jet4 && !marked) {
-        text = Utf16LeToUtf8(bytes);
+        if (!NarrowAscii(bytes, text)) text = Utf16LeToUtf8(bytes);
         return;
     }
     if (jet4) bytes = bytes.subspan(2);
-    if (PlainRun(bytes.data(), bytes.size()) == bytes.size()) {
-        text.assign(bytes.begin(), bytes.end());
+    if (IsPlain(bytes.data(), bytes.size())) {
+        text.assign(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     } else {
         text = jet4 ? DecodeCompressed(bytes) : Cp1252ToUtf8(bytes);
     }

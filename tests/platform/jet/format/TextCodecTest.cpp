@@ -54,6 +54,47 @@ TEST(TextCodec, DecodesJet3TextsByCodePage) {
               "A");  // no compression there
 }
 
+/// A text of ASCII letters with one other character in it.
+struct OddCharacter {
+    const char* jet4;
+    std::string jet4Text;
+    const char* jet3;
+    std::string jet3Text;
+};
+
+TEST(TextCodec, FindsTheOneOddCharacterWhereverItStands) {
+    const OddCharacter kOdd[] = {{"E9 00", "\u00E9", "E9", "\u00E9"},
+                                 {"00 00", std::string(1, '\0'), "00", std::string(1, '\0')},
+                                 {"41 01", "\u0141", "80", "\u20AC"},
+                                 {"80 00", "\u0080", "FF", "\u00FF"}};
+    for (std::size_t length = 1; length <= 40; ++length) {
+        for (std::size_t at = 0; at < length; ++at) {
+            for (const OddCharacter& odd : kOdd) {
+                std::string jet4;
+                std::string jet3;
+                std::string expected4;
+                std::string expected3;
+                for (std::size_t i = 0; i < length; ++i) {
+                    jet4 += i == at ? std::string(odd.jet4) + " " : "61 00 ";
+                    jet3 += i == at ? std::string(odd.jet3) + " " : "61 ";
+                    expected4 += i == at ? odd.jet4Text : "a";
+                    expected3 += i == at ? odd.jet3Text : "a";
+                }
+                EXPECT_EQ(Decode(JetVersion::Jet4, jet4), expected4) << length << " " << at;
+                EXPECT_EQ(Decode(JetVersion::Jet3, jet3), expected3) << length << " " << at;
+            }
+        }
+    }
+}
+
+TEST(TextCodec, DecodesIntoATextThatHeldALongerOne) {
+    for (const char* stored : {"FF FE 41 42 43", "41 00 42 00 43 00"}) {
+        std::string text(100, 'x');
+        DecodeText(JetVersion::Jet4, ByteView(FromHex(stored)), text);
+        EXPECT_EQ(text, "ABC") << stored;
+    }
+}
+
 struct EncodeCase {
     const char* text;
     const char* compressed;
