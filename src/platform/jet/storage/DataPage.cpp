@@ -29,10 +29,8 @@ bool SlotsAreSound(const Geometry& geometry, ByteView bytes) {
 
 }  // namespace
 
-DataPage::DataPage(const Pager& pager, const PageRef& page)
-    : geometry_(&pager.PageGeometry()), bytes_(page.Bytes()) {
+void DataPage::Check(const Pager& pager, const PageRef& page) const {
     if (page.Type() != PageType::Data) Damaged(pager, page, "not a data page");
-    if (page.IsChecked()) return;
     if (!SlotsAreSound(*geometry_, bytes_)) Damaged(pager, page, "row slots that cannot be");
     page.MarkChecked();
 }

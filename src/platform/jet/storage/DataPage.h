@@ -25,7 +25,10 @@ public:
 
     /// Checks the slots once per page read from the file. Throws 3049 for a page of another type or with
     /// slots that cannot be.
-    DataPage(const Pager& pager, const PageRef& page);
+    DataPage(const Pager& pager, const PageRef& page)
+        : geometry_(&pager.PageGeometry()), bytes_(page.Bytes()) {
+        if (page.Type() != PageType::Data || !page.IsChecked()) Check(pager, page);
+    }
 
     std::uint32_t Owner() const { return bytes_.U32(4); }
     std::uint32_t FreeBytes() const { return bytes_.U16(2); }
@@ -54,6 +57,8 @@ protected:
     std::uint16_t Slot(std::uint32_t slot) const {
         return bytes_.U16(geometry_->dataHeaderBytes + std::size_t{2} * slot);
     }
+
+    void Check(const Pager& pager, const PageRef& page) const;
 
     const Geometry* geometry_;
     ByteView bytes_;

@@ -21,7 +21,8 @@ constexpr PageNumber kPagesForGlobalMap = 40;
 }  // namespace
 
 FilePager::FilePager(OpenedDatabase opened)
-    : storage_(opened.storage),
+    : Pager(opened.header.PageGeometry()),
+      storage_(opened.storage),
       path_(std::move(opened.path)),
       file_(std::move(opened.file)),
       header_(std::move(opened.header)),
@@ -29,7 +30,7 @@ FilePager::FilePager(OpenedDatabase opened)
       journal_(std::move(opened.journal)),
       readOnly_(opened.readOnly),
       exclusive_(opened.exclusive),
-      pageBytes_(header_.PageGeometry().pageBytes),
+      pageBytes_(PageGeometry().pageBytes),
       pageCount_(static_cast<PageNumber>(file_->Size() / pageBytes_)),
       cache_(pageBytes_, opened.cacheBytes),
       globalMap_(*this, [this] { return AppendPage(0); }),
@@ -184,7 +185,7 @@ PageEdit FilePager::Allocate() {
 
 /// `spared`: pages that must stay below the largest size after this one.
 PageEdit FilePager::AppendPage(PageNumber spared) {
-    if (std::uint64_t{pageCount_ + 1 + spared} * pageBytes_ > header_.PageGeometry().maxFileBytes) {
+    if (std::uint64_t{pageCount_ + 1 + spared} * pageBytes_ > PageGeometry().maxFileBytes) {
         RaiseJet(JetError::DatabaseFull);
     }
     PageFrame* frame = Obtain(pageCount_);

@@ -125,7 +125,7 @@ public:
 
     virtual const std::string& Path() const = 0;
     virtual const DatabaseHeader& Header() const = 0;
-    const Geometry& PageGeometry() const { return Header().PageGeometry(); }
+    const Geometry& PageGeometry() const { return *geometry_; }
     virtual bool IsReadOnly() const = 0;
     virtual PageNumber PageCount() const = 0;
 
@@ -168,8 +168,12 @@ public:
     PageNumber mapPageHint = 0;
 
 protected:
+    explicit Pager(const Geometry& geometry) : geometry_(&geometry) {}
     static PageRef MakeRef(PageFrame* frame) { return PageRef(frame); }
     static PageEdit MakeEdit(PageFrame* frame) { return PageEdit(frame); }
+
+private:
+    const Geometry* geometry_;
 };
 
 /// Begins a unit, and rolls it back unless Commit() was called.

@@ -62,6 +62,14 @@ std::optional<RowId> RowStore::Resolve(RowId row) const {
 }
 
 std::optional<StoredRow> RowStore::Read(RowId row) const {
+    if (row.page == 0 || row.page >= pager_->PageCount()) return std::nullopt;
+    PageRef own = pager_->Read(row.page);
+    if (!IsOwn(own)) return std::nullopt;
+    const DataPage page(*pager_, own);
+    if (row.slot < page.SlotCount() && page.Flags(row.slot) == 0) {
+        const ByteView bytes = page.Row(row.slot);
+        return StoredRow{std::move(own), bytes};
+    }
     const auto place = Resolve(row);
     if (!place) return std::nullopt;
     StoredRow stored{pager_->Read(place->page), {}};
