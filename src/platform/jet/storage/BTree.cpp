@@ -10,9 +10,6 @@ namespace marrowkit::jet {
 
 namespace {
 
-/// More levels than a 2 GB file could fill even with two entries on every node.
-constexpr std::size_t kMostLevels = 32;
-
 /// The entry of a node: what the leaf entry says, followed by the child.
 std::vector<std::uint8_t> NodeEntry(KeyView entry, PageNumber child) {
     std::vector<std::uint8_t> bytes(entry.begin(), entry.end());
@@ -100,12 +97,12 @@ BTree::Path BTree::Descend(KeyView entry) const {
     for (;;) {
         const PageRef ref = pager_->Read(number);
         const IndexPage page(*pager_, ref);
-        if ((!path.empty() && page.Level() + 1 != level) || path.size() >= kMostLevels) {
+        if ((path.Size() != 0 && page.Level() + 1 != level) || path.Size() >= kMostLevels) {
             RaiseCorrupt(pager_->Path(), "index page " + std::to_string(number) + ": on the wrong level");
         }
         level = page.Level();
         const std::uint32_t position = page.LowerBound(entry);
-        path.push_back({number, position});
+        path.Append({number, position});
         if (page.IsLeaf()) return path;
         number = page.Child(position);
     }
@@ -131,6 +128,15 @@ PageNumber BTree::FindLastLeaf() const {
         number = page.Tail();
     }
     RaiseCorrupt(pager_->Path(), "index at page " + std::to_string(root_) + ": its pages form a circle");
+}
+
+/// Whether the page behind the hint is still the leaf of this tree that it was.
+bool BTree::IsUsable(const LeafHint& hint) const {
+    return hint.page != 0 && hint.epoch == pager_->LayoutEpoch();
+}
+
+bool BTree::IsOwnLeaf(const PageRef& page) const {
+    return page.Type() == PageType::IndexLeaf && IndexPage(*pager_, page).Table() == table_;
 }
 
 bool BTree::ContainsKey(KeyView key, std::optional<RowId> except) const {
@@ -166,51 +172,43 @@ bool BTree::Insert(KeyView key, RowId row) {
     if (const auto isNew = InsertNearLast(key)) return *isNew;
 
     Path path = Descend(entry_);
-    const Step leaf = path.back();
+    const Step leaf = path.Leaf();
     bool isNew = false;
     bool inserted = false;
     {
         const PageEdit page = pager_->Edit(leaf.page);
         const IndexPageEdit index(*pager_, page);
-        if (leaf.position < index.UsedBytes()) {
-            std::vector<std::uint8_t> whole;
-            index.Whole(leaf.position, whole);
-            if (CompareBytes(whole, entry_) == 0) {
-                RaiseCorrupt(pager_->Path(),
-                             "index at page " + std::to_string(root_) + " has the row already");
-            }
+        if (leaf.position < index.UsedBytes() && index.Compare(leaf.position, entry_) == 0) {
+            RaiseCorrupt(pager_->Path(), "index at page " + std::to_string(root_) + " has the row already");
         }
         isNew = IsNewKey(page, leaf.position, key);
         inserted = index.Insert(leaf.position, entry_);
     }
-    lastLeaf_ = leaf.page;
+    lastInserted_.page = leaf.page;
     if (!inserted) InsertOverflowing(path, entry_);
-    hintEpoch_ = pager_->LayoutEpoch();
+    lastInserted_.epoch = pager_->LayoutEpoch();
     return isNew;
 }
 
 /// The quick way for entries that belong onto the page that took the last one: nullopt when this one does not
 /// for certain, or when it does not fit.
 std::optional<bool> BTree::InsertNearLast(KeyView key) {
-    if (lastLeaf_ == 0 || hintEpoch_ != pager_->LayoutEpoch()) return std::nullopt;
+    if (!IsUsable(lastInserted_)) return std::nullopt;
     std::uint32_t position = 0;
     {
-        const PageRef ref = pager_->Read(lastLeaf_);
-        if (ref.Type() != PageType::IndexLeaf) return std::nullopt;
+        const PageRef ref = pager_->Read(lastInserted_.page);
+        if (!IsOwnLeaf(ref)) return std::nullopt;
         const IndexPage page(*pager_, ref);
-        if (page.IsEmpty() || page.Table() != table_) return std::nullopt;
-        position = page.LowerBound(entry_);
-        const bool atStart = position == 0;
-        const bool atEnd = position == page.UsedBytes();
-        if ((atStart && page.Previous() != 0) || (atEnd && page.Next() != 0)) return std::nullopt;
-        if (!atEnd) {
-            std::vector<std::uint8_t> whole;
-            page.Whole(position, whole);
-            if (CompareBytes(whole, entry_) == 0) return std::nullopt;
+        const std::uint32_t used = page.UsedBytes();
+        if (used == 0 || (page.Previous() != 0 && page.Compare(0, entry_) >= 0) ||
+            (page.Next() != 0 && page.Compare(page.Before(used), entry_) < 0)) {
+            return std::nullopt;
         }
-        if (page.UsedBytes() + entry_.size() - page.PrefixBytes() > page.Capacity()) return std::nullopt;
+        position = page.LowerBound(entry_);
+        if (position < used && page.Compare(position, entry_) == 0) return std::nullopt;
+        if (used + entry_.size() - page.PrefixBytes() > page.Capacity()) return std::nullopt;
     }
-    const PageEdit page = pager_->Edit(lastLeaf_);
+    const PageEdit page = pager_->Edit(lastInserted_.page);
     const bool isNew = IsNewKey(page, position, key);
     if (!IndexPageEdit(*pager_, page).Insert(position, entry_)) return std::nullopt;
     return isNew;
@@ -237,10 +235,10 @@ bool BTree::IsNewKey(const PageRef& leaf, std::uint32_t position, KeyView key) c
 /// that does not help, split it.
 void BTree::InsertOverflowing(Path& path, KeyView entry) {
     {
-        const PageEdit page = pager_->Edit(path.back().page);
+        const PageEdit page = pager_->Edit(path.Leaf().page);
         const IndexPageEdit index(*pager_, page);
         EntryList entries(index);
-        entries.Insert(index.CountBefore(path.back().position), entry);
+        entries.Insert(index.CountBefore(path.Leaf().position), entry);
         const std::uint32_t prefix =
             std::min(entries.CommonPrefix(0, entries.Size()), index.MaxPrefixBytes());
         if (entries.StoredBytes(0, entries.Size(), prefix) <= index.Capacity()) {
@@ -251,8 +249,8 @@ void BTree::InsertOverflowing(Path& path, KeyView entry) {
 }
 
 void BTree::SplitLeaf(Path& path, KeyView entry) {
-    if (path.size() == 1) GrowRoot(path);
-    const Step leaf = path.back();
+    if (path.Size() == 1) GrowRoot(path);
+    const Step leaf = path.Leaf();
     const PageEdit page = pager_->Edit(leaf.page);
     const IndexPageEdit index(*pager_, page);
     EntryList entries(index);
@@ -265,17 +263,17 @@ void BTree::SplitLeaf(Path& path, KeyView entry) {
         addedIndex.Assign(std::span(&entry, 1), 0);
         addedIndex.PutPrevious(page.Number());
         index.PutNext(added.Number());
-        lastLeaf_ = added.Number();
+        lastInserted_.page = added.Number();
         const std::vector<std::uint8_t> last(entries[at - 1].begin(), entries[at - 1].end());
-        return InsertChild(path, path.size() - 2, last, page.Number(), added.Number());
+        return InsertChild(path, path.Size() - 2, last, page.Number(), added.Number());
     }
     entries.Insert(at, entry);
     const auto [left, right] = CutInTwo(entries, at, index);
     addedIndex.Assign(entries.Range(left.from, left.to), left.prefix);
     index.Assign(entries.Range(right.from, right.to), right.prefix);
     LinkBefore(added.Number(), page.Number());
-    lastLeaf_ = at < left.to ? added.Number() : page.Number();
-    InsertChild(path, path.size() - 2, entries[left.to - 1], added.Number(), page.Number());
+    lastInserted_.page = at < left.to ? added.Number() : page.Number();
+    InsertChild(path, path.Size() - 2, entries[left.to - 1], added.Number(), page.Number());
 }
 
 /// In the node at `depth`: the place that led to a split page leads to `right` now, and a new entry in front
@@ -332,8 +330,8 @@ void BTree::GrowRoot(Path& path) {
     const PageEdit child = NewPage(level);
     IndexPageEdit(*pager_, child).CopyFrom(root);
     IndexPageEdit::Format(*pager_, root, table_, level + 1).PutTail(child.Number());
-    path.front().page = child.Number();
-    path.insert(path.begin(), {root_, 0});
+    path[0].page = child.Number();
+    path.Prepend({root_, 0});
 }
 
 PageEdit BTree::NewPage(std::uint32_t level) {

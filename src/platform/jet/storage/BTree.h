@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -88,13 +90,39 @@ private:
         PageNumber page;
         std::uint32_t position;
     };
-    using Path = std::vector<Step>;
+    /// More levels than a 2 GB file could fill even with two entries on every node.
+    static constexpr std::size_t kMostLevels = 32;
+    /// The steps from the root to a leaf.
+    class Path {
+    public:
+        std::size_t Size() const { return size_; }
+        Step& operator[](std::size_t depth) { return steps_[depth]; }
+        const Step& Leaf() const { return steps_[size_ - 1]; }
+        /// REQUIRES: Size() <= kMostLevels.
+        void Append(Step step) { steps_[size_++] = step; }
+        void Prepend(Step step) {
+            std::copy_backward(steps_.begin(), steps_.begin() + size_, steps_.begin() + size_ + 1);
+            steps_[0] = step;
+            ++size_;
+        }
+
+    private:
+        std::array<Step, kMostLevels + 1> steps_;  // one more for a root that grows
+        std::size_t size_ = 0;
+    };
+    /// A leaf that is likely to be met again: entries often come and go beside the one before.
+    struct LeafHint {
+        PageNumber page = 0;
+        std::uint64_t epoch = 0;  ///< good while this is the pager's
+    };
 
     void FormEntry(KeyView key, RowId row);
     Path Descend(KeyView entry) const;
     PageNumber FindLeaf(KeyView entry) const;
     PageNumber FindLastLeaf() const;
 
+    bool IsUsable(const LeafHint& hint) const;
+    bool IsOwnLeaf(const PageRef& page) const;
     std::optional<bool> InsertNearLast(KeyView key);
     bool IsNewKey(const PageRef& leaf, std::uint32_t position, KeyView key) const;
     void InsertOverflowing(Path& path, KeyView entry);
@@ -108,6 +136,7 @@ private:
     void LinkNodes(PageNumber left, PageNumber right);
     void ReleasePage(PageNumber page);
 
+    bool EraseNearLast(KeyView entry);
     bool EraseEntry(KeyView entry);
     void RemoveChild(Path& path, std::size_t depth);
     void CollapseRoot();
@@ -122,9 +151,8 @@ private:
     PageNumber root_;
     UsageMap pages_;
     std::vector<std::uint8_t> entry_;  ///< the entry that is being inserted or erased
-    /// The leaf that took the last entry; good while hintEpoch_ is the pager's.
-    PageNumber lastLeaf_ = 0;
-    std::uint64_t hintEpoch_ = 0;
+    LeafHint lastInserted_;
+    LeafHint lastErased_;
 };
 
 }  // namespace marrowkit::jet

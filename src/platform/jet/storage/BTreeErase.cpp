@@ -34,25 +34,46 @@ bool BTree::Erase(KeyView key, RowId row) {
 }
 
 bool BTree::EraseEntry(KeyView entry) {
+    if (EraseNearLast(entry)) return true;
     Path path = Descend(entry);
-    const Step leaf = path.back();
+    const Step leaf = path.Leaf();
     {
         const PageRef ref = pager_->Read(leaf.page);
         const IndexPage index(*pager_, ref);
-        if (leaf.position >= index.UsedBytes()) return false;
-        std::vector<std::uint8_t> whole;
-        index.Whole(leaf.position, whole);
-        if (CompareBytes(whole, entry) != 0) return false;
+        if (leaf.position >= index.UsedBytes() || index.Compare(leaf.position, entry) != 0) return false;
     }
     {
         const PageEdit page = pager_->Edit(leaf.page);
         const IndexPageEdit index(*pager_, page);
         index.Erase(leaf.position);
-        if (!index.IsEmpty() || path.size() == 1) return true;
+        lastErased_ = {leaf.page, pager_->LayoutEpoch()};
+        if (!index.IsEmpty() || path.Size() == 1) return true;
     }
     Unlink(leaf.page);
     ReleasePage(leaf.page);
-    RemoveChild(path, path.size() - 2);
+    RemoveChild(path, path.Size() - 2);
+    return true;
+}
+
+/// The quick way for entries on the page that lost the last one: false when this one is not there, or when
+/// nothing would be left of the page.
+bool BTree::EraseNearLast(KeyView entry) {
+    if (!IsUsable(lastErased_)) return false;
+    std::uint32_t position = 0;
+    {
+        const PageRef ref = pager_->Read(lastErased_.page);
+        if (!IsOwnLeaf(ref)) return false;
+        const IndexPage page(*pager_, ref);
+        const std::uint32_t used = page.UsedBytes();
+        if (used == 0 || page.After(0) == used || page.Compare(0, entry) > 0 ||
+            page.Compare(page.Before(used), entry) < 0) {
+            return false;
+        }
+        position = page.LowerBound(entry);
+        if (page.Compare(position, entry) != 0) return false;
+    }
+    const PageEdit page = pager_->Edit(lastErased_.page);
+    IndexPageEdit(*pager_, page).Erase(position);
     return true;
 }
 
@@ -77,7 +98,8 @@ void BTree::Clear() {
     }
     const PageEdit root = pager_->Edit(root_);
     IndexPageEdit::Format(*pager_, root, table_, 0);
-    lastLeaf_ = 0;
+    lastInserted_ = {};
+    lastErased_ = {};
 }
 
 void BTree::Destroy(Pager& pager, PageNumber root, RowId pageMap) {

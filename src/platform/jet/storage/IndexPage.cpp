@@ -20,47 +20,48 @@ std::uint64_t LoadBits(const std::uint8_t* bitmap, std::uint32_t byte) {
     return word;
 }
 
-/// The end marks of a page, taken out to be shifted as one long number.
+/// The end marks of a page from one place to another, taken out to be shifted as one long number.
 class EndMarks {
 public:
-    explicit EndMarks(MutableByteView bitmap) : bitmap_(bitmap) {
-        std::memcpy(words_.data(), bitmap_.Data(), bitmap_.Size());
+    /// The words that hold the marks `from` to `to`.
+    EndMarks(MutableByteView bitmap, std::uint32_t from, std::uint32_t to)
+        : firstMark_(from / 64 * 64), size_(to / 64 - from / 64 + 1) {
+        const std::size_t start = firstMark_ / 8;
+        bytes_ = bitmap.Sub(start, std::min(size_ * 8, bitmap.Size() - start));
+        words_[size_ - 1] = 0;
+        std::memcpy(words_.data(), bytes_.Data(), bytes_.Size());
     }
-    void Store() const { std::memcpy(bitmap_.Data(), words_.data(), bitmap_.Size()); }
+    void Store() const { std::memcpy(bytes_.Data(), words_.data(), bytes_.Size()); }
 
-    /// Moves all marks greater than `behind` up.
-    void ShiftUp(std::uint32_t behind, std::uint32_t count) {
-        const std::size_t first = (behind + 1) / 64;
-        const std::uint64_t kept = words_[first] & LowBits((behind + 1) % 64);
-        words_[first] ^= kept;
-        const std::size_t wordShift = count / 64;
-        const std::uint32_t bitShift = count % 64;
-        for (std::size_t i = kWords; i-- > first;) {
-            std::uint64_t word = 0;
-            if (i >= first + wordShift) word = words_[i - wordShift] << bitShift;
-            if (bitShift != 0 && i >= first + wordShift + 1)
-                word |= words_[i - wordShift - 1] >> (64 - bitShift);
-            words_[i] = word;
+    /// Moves all marks from `from` on up.
+    void ShiftUp(std::uint32_t from, std::uint32_t count) {
+        const std::uint64_t kept = words_[0] & LowBits(from - firstMark_);
+        words_[0] ^= kept;
+        const std::size_t words = count / 64;
+        const std::uint32_t bits = count % 64;
+        for (std::size_t i = size_ - 1; i > words; --i) {
+            words_[i] = words_[i - words] << bits | words_[i - words - 1] >> 1U >> (63 - bits);
         }
-        words_[first] |= kept;
+        if (words < size_) words_[words] = words_[0] << bits;
+        std::fill_n(words_.begin(), std::min(words, size_), 0);
+        words_[0] |= kept;
     }
 
-    /// Takes out the mark `at` and moves all greater ones down. REQUIRES: no mark within `count` below it but
-    /// the one at `at - count`.
-    void ShiftDown(std::uint32_t at, std::uint32_t count) {
-        const std::size_t first = (at + 1 - count) / 64;
-        const std::uint64_t kept = words_[first] & LowBits((at + 1 - count) % 64);
-        const std::size_t source = (at + 1) / 64;
-        words_[source] &= ~LowBits((at + 1) % 64);
-        const std::size_t wordShift = count / 64;
-        const std::uint32_t bitShift = count % 64;
-        for (std::size_t i = first; i < kWords; ++i) {
-            const auto wordAt = [&](std::size_t k) { return k < kWords && k >= source ? words_[k] : 0; };
-            std::uint64_t word = wordAt(i + wordShift) >> bitShift;
-            if (bitShift != 0) word |= wordAt(i + wordShift + 1) << (64 - bitShift);
-            words_[i] = word;
+    /// Moves all marks from `from + count` on down to `from`; those in between are gone.
+    void ShiftDown(std::uint32_t from, std::uint32_t count) {
+        const std::uint64_t kept = words_[0] & LowBits(from - firstMark_);
+        const std::uint32_t source = from + count - firstMark_;
+        std::fill_n(words_.begin(), source / 64, 0);
+        words_[source / 64] &= ~LowBits(source % 64);
+        const std::size_t words = count / 64;
+        const std::uint32_t bits = count % 64;
+        const std::size_t last = size_ - 1 - words;
+        for (std::size_t i = 0; i < last; ++i) {
+            words_[i] = words_[i + words] >> bits | words_[i + words + 1] << 1U << (63 - bits);
         }
-        words_[first] |= kept;
+        words_[last] = words_[size_ - 1] >> bits;
+        std::fill_n(words_.begin() + static_cast<std::ptrdiff_t>(last) + 1, words, 0);
+        words_[0] |= kept;
     }
 
 private:
@@ -68,8 +69,10 @@ private:
     static constexpr std::size_t kWords = 57;
     static std::uint64_t LowBits(std::uint32_t count) { return (std::uint64_t{1} << count) - 1; }
 
-    MutableByteView bitmap_;
-    std::array<std::uint64_t, kWords> words_{};
+    std::uint32_t firstMark_;
+    std::size_t size_;
+    MutableByteView bytes_;
+    std::array<std::uint64_t, kWords> words_;  // only the first size_ are ever looked at
 };
 
 std::uint32_t CommonLength(EntryView left, EntryView right) {
@@ -173,6 +176,16 @@ void IndexPage::Whole(std::uint32_t position, std::vector<std::uint8_t>& entry) 
     }
     const EntryView stored = Stored(position);
     entry.insert(entry.end(), stored.begin(), stored.end());
+}
+
+int IndexPage::Compare(std::uint32_t position, EntryView entry) const {
+    EntryView stored = Stored(position);
+    stored = stored.first(stored.size() - (IsLeaf() ? 0 : kChildBytes));
+    if (position == 0) return CompareBytes(stored, entry);
+    const EntryView prefix = bytes_.Sub(geometry_->indexEntriesStart, PrefixBytes()).All();
+    const std::size_t shared = std::min(prefix.size(), entry.size());
+    const int order = CompareBytes(prefix, entry.first(shared));
+    return order != 0 ? order : CompareBytes(stored, entry.subspan(shared));
 }
 
 PageNumber IndexPage::Child(std::uint32_t position) const {
@@ -286,8 +299,8 @@ void IndexPageEdit::InsertBytes(std::uint32_t position, std::uint32_t marksBehin
     const std::uint32_t used = UsedBytes();
     const std::uint32_t start = geometry_->indexEntriesStart;
     mutable_.Move(start + position + count, start + position, used - position);
-    EndMarks marks(mutable_.Sub(layout_->bitmap, start - layout_->bitmap));
-    marks.ShiftUp(marksBehind, count);
+    EndMarks marks(mutable_.Sub(layout_->bitmap, start - layout_->bitmap), marksBehind + 1, used + count);
+    marks.ShiftUp(marksBehind + 1, count);
     marks.Store();
     PutUsedBytes(used + count);
 }
@@ -298,8 +311,9 @@ void IndexPageEdit::EraseBytes(std::uint32_t position, std::uint32_t mark, std::
     const std::uint32_t start = geometry_->indexEntriesStart;
     mutable_.Move(start + position, start + position + count, used - position - count);
     mutable_.Fill(start + used - count, count, 0);
-    EndMarks marks(mutable_.Sub(layout_->bitmap, start - layout_->bitmap));
-    marks.ShiftDown(mark, count);
+    // Within the bytes that go no other entry ends than the one whose mark goes.
+    EndMarks marks(mutable_.Sub(layout_->bitmap, start - layout_->bitmap), mark + 1 - count, used + 1);
+    marks.ShiftDown(mark + 1 - count, count);
     marks.Store();
     PutUsedBytes(used - count);
 }

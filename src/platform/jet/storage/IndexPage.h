@@ -57,6 +57,9 @@ public:
     EntryView Stored(std::uint32_t position) const;
     /// The whole entry, put together in `entry`.
     void Whole(std::uint32_t position, std::vector<std::uint8_t>& entry) const;
+    /// Order of the entry there against `entry` (key and row pointer), as CompareBytes tells it. Node entries
+    /// compare without their child.
+    int Compare(std::uint32_t position, EntryView entry) const;
     /// The child that a node's entry leads to; at the end position the tail.
     PageNumber Child(std::uint32_t position) const;
     /// The first entry that is not smaller than `entry` (key and row pointer, or part of it), else the end.

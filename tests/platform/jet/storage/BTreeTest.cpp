@@ -475,6 +475,35 @@ TEST_P(BTreeTest, RollbackRestoresTheTreeAndItsHints) {
     unit.Commit();
 }
 
+TEST_P(BTreeTest, ErasesEntriesInOrderAndAcrossARollback) {
+    BTree tree = database.Index();
+    Model model;
+    constexpr std::uint32_t kEntries = 3000;
+    const auto rowOf = [](std::uint32_t i) { return RowId{3 + i / 200, static_cast<std::uint8_t>(i % 200)}; };
+    Unit unit(*database.pager);
+    for (std::uint32_t i = 0; i < kEntries; ++i) {
+        tree.Insert(NumberKey(i), rowOf(i));
+        model.emplace(NumberKey(i), rowOf(i));
+    }
+    {
+        Unit inner(*database.pager);
+        for (std::uint32_t i = 0; i < 2 * kEntries / 3; ++i) ASSERT_TRUE(tree.Erase(NumberKey(i), rowOf(i)));
+    }
+    ExpectEqual(model);
+    for (std::uint32_t i = 0; i < kEntries; i += 2) {
+        ASSERT_TRUE(tree.Erase(NumberKey(i), rowOf(i)));
+        ASSERT_FALSE(tree.Erase(NumberKey(i), rowOf(i)));
+        ASSERT_FALSE(tree.Erase(NumberKey(i + 1), rowOf(i)));  // the key of the entry behind, another row
+        model.erase({NumberKey(i), rowOf(i)});
+    }
+    ExpectEqual(model);
+    for (std::uint32_t i = kEntries; i > 0; i -= 2) {
+        ASSERT_TRUE(tree.Erase(NumberKey(i - 1), rowOf(i - 1)));
+    }
+    ExpectEqual({});
+    unit.Commit();
+}
+
 INSTANTIATE_TEST_SUITE_P(Formats, BTreeTest, ::testing::Values(JetVersion::Jet3, JetVersion::Jet4),
                          [](const auto& tested) {
                              return tested.param == JetVersion::Jet3 ? "Jet3" : "Jet4";
