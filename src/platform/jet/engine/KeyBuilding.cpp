@@ -10,6 +10,12 @@ namespace marrowkit::jet {
 
 RowKey KeyOfStoredRow(const TableLayout& layout, const IndexStorage& index, const RowView& row) {
     RowKey key;
+    BuildKeyOfStoredRow(layout, index, row, key);
+    return key;
+}
+
+void BuildKeyOfStoredRow(const TableLayout& layout, const IndexStorage& index, const RowView& row,
+                         RowKey& key) {
     Value value;
     BuildRowKey(
         layout.Version(), index,
@@ -18,7 +24,6 @@ RowKey KeyOfStoredRow(const TableLayout& layout, const IndexStorage& index, cons
             return value;
         },
         key);
-    return key;
 }
 
 void RaiseUnknownSortOrder(const TableLayout& layout, const IndexStorage& index) {

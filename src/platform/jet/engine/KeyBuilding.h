@@ -39,6 +39,9 @@ void BuildRowKey(JetVersion version, const IndexStorage& index, ValueOf&& valueO
 
 /// The key of a row as it is stored.
 RowKey KeyOfStoredRow(const TableLayout& layout, const IndexStorage& index, const RowView& row);
+/// The same into a key that is used again and keeps its memory.
+void BuildKeyOfStoredRow(const TableLayout& layout, const IndexStorage& index, const RowView& row,
+                         RowKey& key);
 
 /// 3251, saying which index has a sort order that keys cannot be built for.
 [[noreturn]] void RaiseUnknownSortOrder(const TableLayout& layout, const IndexStorage& index);

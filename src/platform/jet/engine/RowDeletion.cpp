@@ -48,8 +48,10 @@ void CollectDependents(LocalTable& table, TableLayout& layout, const RowView& vi
 
 void EraseStoredRow(TableLayout& layout, std::span<const std::uint8_t> bytes, RowId row) {
     const RowView view(layout.PageGeometry(), layout.definition, ByteView(bytes));
+    RowKey key;
     for (std::size_t i = 0; i < layout.realIndexes.size(); ++i) {
-        RemoveIndexEntry(layout, KeyOfStoredRow(layout, layout.realIndexes[i], view), i, row);
+        BuildKeyOfStoredRow(layout, layout.realIndexes[i], view, key);
+        RemoveIndexEntry(layout, key, i, row);
     }
     for (ColumnStorage& storage : layout.storage) {
         if (!storage.longValues || view.IsNull(*storage.definition)) continue;

@@ -144,7 +144,8 @@ void AppendKeyColumn(JetVersion version, const ColumnDefinition& column, bool as
         return;
     }
     key.push_back(ascending ? kValueAscending : kValueDescending);
-    AppendValue(version, column, ascending, IsNull(value) ? Value(false) : value, key);
+    static const Value kFalse = false;  // with a name, so that the other value is not copied
+    AppendValue(version, column, ascending, IsNull(value) ? kFalse : value, key);
 }
 
 bool AppendStoredKey(const ColumnDefinition& column, bool ascending, ByteView stored,
