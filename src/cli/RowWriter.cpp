@@ -1,5 +1,6 @@
 #include "cli/RowWriter.h"
 
+#include <algorithm>
 #include <cmath>
 #include <ostream>
 #include <string_view>
@@ -45,10 +46,6 @@ void AppendQuoted(std::string_view text, std::string& to) {
     to.push_back('"');
 }
 
-bool IsTextual(const jet::Value& value) {
-    return std::holds_alternative<std::string>(value) || std::holds_alternative<jet::Guid>(value);
-}
-
 class CsvRowWriter : public RowWriter {
 public:
     CsvRowWriter(std::ostream& out, const std::vector<std::string>& columns) : output_(out) {
@@ -72,10 +69,10 @@ public:
             first = false;
             if (const auto* plain = std::get_if<std::string>(&value)) {
                 AppendQuoted(*plain, text);
-            } else if (IsTextual(value)) {
-                AppendQuoted(jet::ValueText(value), text);
+            } else if (const auto* guid = std::get_if<jet::Guid>(&value)) {
+                AppendQuoted(jet::GuidText(*guid), text);
             } else {
-                text.append(jet::ValueText(value));
+                jet::AppendValueText(value, text);
             }
         }
         text.push_back('\n');
@@ -88,7 +85,13 @@ private:
     Output output_;
 };
 
+/// Whether a text means itself between the quotes of JSON.
+bool IsPlainJson(const std::string& text) {
+    return std::ranges::all_of(text, [](char c) { return c >= ' ' && c < '\x7F' && c != '"' && c != '\\'; });
+}
+
 std::string JsonText(const std::string& text) {
+    if (IsPlainJson(text)) return '"' + text + '"';
     return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 

@@ -22,10 +22,21 @@ void AppendPadded(int number, std::size_t digits, std::string& text) {
     text.append(digits > plain.size() ? digits - plain.size() : 0, '0').append(plain);
 }
 
+void AppendInteger(std::int32_t number, std::string& text) {
+    char buffer[std::numeric_limits<std::int32_t>::digits10 + 2];  // a sign and one digit more
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, number);
+    text.append(buffer, end.ptr);
+}
+
 void AppendHex(std::uint8_t byte, std::string& text) {
     constexpr char kDigits[] = "0123456789ABCDEF";
     text.push_back(kDigits[byte >> 4U]);
     text.push_back(kDigits[byte & 0xFU]);
+}
+
+void AppendHex(const Binary& bytes, std::string& text) {
+    text.reserve(text.size() + bytes.size() * 2);
+    for (const std::uint8_t byte : bytes) AppendHex(byte, text);
 }
 
 std::optional<unsigned> HexDigit(char c) {
@@ -68,26 +79,34 @@ bool HyphenBefore(std::size_t guidByte) {
     return guidByte == 4 || guidByte == 6 || guidByte == 8 || guidByte == 10;
 }
 
-struct TextOf {
-    std::string operator()(Null) const { return {}; }
-    std::string operator()(bool value) const { return value ? "True" : "False"; }
-    std::string operator()(std::uint8_t value) const { return std::to_string(value); }
-    std::string operator()(std::int16_t value) const { return std::to_string(value); }
-    std::string operator()(std::int32_t value) const { return std::to_string(value); }
-    std::string operator()(Currency value) const { return CurrencyText(value); }
-    std::string operator()(float value) const { return SingleText(value); }
-    std::string operator()(double value) const { return DoubleText(value); }
-    std::string operator()(DateTime value) const { return DateTimeText(value); }
-    std::string operator()(const std::string& value) const { return value; }
-    std::string operator()(const Binary& value) const { return HexText(value); }
-    std::string operator()(const Guid& value) const { return GuidText(value); }
-    std::string operator()(const Numeric& value) const { return NumericText(value); }
+struct AppendText {
+    std::string& text;
+
+    void operator()(Null) const {}
+    void operator()(bool value) const { text.append(value ? "True" : "False"); }
+    void operator()(std::uint8_t value) const { AppendInteger(value, text); }
+    void operator()(std::int16_t value) const { AppendInteger(value, text); }
+    void operator()(std::int32_t value) const { AppendInteger(value, text); }
+    void operator()(Currency value) const { text.append(CurrencyText(value)); }
+    void operator()(float value) const { text.append(SingleText(value)); }
+    void operator()(double value) const { text.append(DoubleText(value)); }
+    void operator()(DateTime value) const { text.append(DateTimeText(value)); }
+    void operator()(const std::string& value) const { text.append(value); }
+    void operator()(const Binary& value) const { AppendHex(value, text); }
+    void operator()(const Guid& value) const { text.append(GuidText(value)); }
+    void operator()(const Numeric& value) const { text.append(NumericText(value)); }
 };
 
 }  // namespace
 
 std::string ValueText(const Value& value) {
-    return std::visit(TextOf{}, value);
+    std::string text;
+    AppendValueText(value, text);
+    return text;
+}
+
+void AppendValueText(const Value& value, std::string& text) {
+    std::visit(AppendText{text}, value);
 }
 
 std::string SingleText(float value) {
@@ -100,8 +119,7 @@ std::string DoubleText(double value) {
 
 std::string HexText(const Binary& value) {
     std::string text;
-    text.reserve(value.size() * 2);
-    for (const std::uint8_t byte : value) AppendHex(byte, text);
+    AppendHex(value, text);
     return text;
 }
 

@@ -13,6 +13,8 @@ namespace marrowkit::jet {
 /// bring the same value back), "True" and "False", dates as DateTimeText, binary as upper-case hexadecimal,
 /// GUIDs as GuidText, texts as they are, Null as an empty text.
 std::string ValueText(const Value& value);
+/// The same at the end of a text, for whoever writes many values: no value has a text of its own.
+void AppendValueText(const Value& value, std::string& text);
 
 /// "12.5", "-0.0001": no more digits behind the point than needed.
 std::string CurrencyText(Currency value);

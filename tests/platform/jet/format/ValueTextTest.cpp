@@ -44,7 +44,12 @@ const TextCase kTexts[] = {
 };
 
 TEST(ValueText, ShowsEveryType) {
-    for (const TextCase& c : kTexts) EXPECT_EQ(ValueText(c.value), c.text);
+    for (const TextCase& c : kTexts) {
+        EXPECT_EQ(ValueText(c.value), c.text);
+        std::string text = "before ";
+        AppendValueText(c.value, text);
+        EXPECT_EQ(text, std::string("before ") + c.text);
+    }
 }
 
 TEST(ValueText, ExtremeDoublesComeBack) {
