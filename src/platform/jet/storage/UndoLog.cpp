@@ -1,8 +1,8 @@
 #include "platform/jet/storage/UndoLog.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "platform/errors/RuntimeError.h"
 #include "platform/jet/format/JetErrors.h"
@@ -11,9 +11,10 @@ namespace marrowkit::jet {
 
 namespace {
 
-/// Images kept in memory before the temporary file takes the rest.
+/// Images kept in memory; the temporary file takes those before them.
 constexpr std::size_t kMostMemoryBytes = std::size_t{64} << 20;
 constexpr std::size_t kBlockImages = 64;
+constexpr std::size_t kMostKeptBlocks = 4;
 
 [[noreturn]] void RaiseFileError() {
     SetLastPlatformErrorCode(errno);
@@ -22,82 +23,94 @@ constexpr std::size_t kBlockImages = 64;
 
 }  // namespace
 
-std::size_t UndoLog::ImagesInMemory() const {
-    return kMostMemoryBytes / pageBytes_;
-}
-
 void UndoLog::Begin(PageNumber pageCount) {
-    Level& level = levels_.emplace_back();
+    if (depth_ == levels_.size()) levels_.emplace_back();
+    ++depth_;
+    Level& level = Innermost();
+    level.images.Clear();
     level.firstImage = imageCount_;
     level.pageCount = pageCount;
 }
 
 void UndoLog::Save(PageNumber page, std::span<const std::uint8_t> image) {
     Store(imageCount_, image);
-    levels_.back().images.emplace(page, imageCount_);
+    Innermost().images.Add(page, imageCount_);
     ++imageCount_;
 }
 
 void UndoLog::Merge() {
-    Level inner = std::move(levels_.back());
-    if (levels_.size() == 1) return Drop();
-    Level& outer = levels_[levels_.size() - 2];
-    // In the order they were saved, so that images only ever move to places already read.
-    std::vector<std::pair<std::size_t, PageNumber>> needed;
-    for (const auto& [page, index] : inner.images) {
-        if (page < outer.pageCount && !outer.images.contains(page)) needed.emplace_back(index, page);
-    }
-    std::sort(needed.begin(), needed.end());
+    if (depth_ == 1) return Drop();
+    const Level& inner = Innermost();
+    Level& outer = levels_[depth_ - 2];
     std::vector<std::uint8_t> image;
     std::size_t end = inner.firstImage;
-    for (const auto& [index, page] : needed) {
+    // In the order they were saved, so images only ever move to places already read.
+    for (const auto& [page, index] : inner.images.Entries()) {
+        if (page >= outer.pageCount || outer.images.Contains(page)) continue;
         if (index != end) {
             image.resize(pageBytes_);
             Load(index, image);
             Store(end, image);
         }
-        outer.images.emplace(page, end);
+        outer.images.Add(page, end);
         ++end;
     }
     imageCount_ = end;
-    levels_.pop_back();
+    --depth_;
 }
 
 void UndoLog::Drop() {
-    imageCount_ = levels_.back().firstImage;
-    levels_.pop_back();
-    if (!levels_.empty()) return;
+    imageCount_ = Innermost().firstImage;
+    --depth_;
+    if (depth_ != 0) return;
     // Between units only a little memory is kept, and no file.
-    blocks_.resize(std::min<std::size_t>(blocks_.size(), 4));
+    levels_.clear();
+    if (blocks_.size() > kMostKeptBlocks) blocks_.resize(kMostKeptBlocks);
+    writtenBlocks_ = 0;
     file_.reset();
 }
 
 void UndoLog::Store(std::size_t index, std::span<const std::uint8_t> image) {
-    if (index < ImagesInMemory()) {
-        while (blocks_.size() <= index / kBlockImages) {
-            blocks_.push_back(std::make_unique_for_overwrite<std::uint8_t[]>(kBlockImages * pageBytes_));
-        }
-        std::memcpy(blocks_[index / kBlockImages].get() + index % kBlockImages * pageBytes_, image.data(),
-                    pageBytes_);
+    const std::size_t block = index / kBlockImages;
+    if (block < writtenBlocks_) return Write(index, image);
+    while (writtenBlocks_ + blocks_.size() <= block) AddBlock();
+    std::memcpy(InMemory(index), image.data(), pageBytes_);
+}
+
+/// Room for more images. When memory is used up the oldest ones make it: they belong to the outermost unit
+/// and are needed last, if at all, while a small unit inside of it comes and goes with every row.
+void UndoLog::AddBlock() {
+    const std::size_t blockBytes = kBlockImages * pageBytes_;
+    if ((blocks_.size() + 1) * blockBytes <= kMostMemoryBytes) {
+        blocks_.push_back(std::make_unique_for_overwrite<std::uint8_t[]>(blockBytes));
         return;
     }
+    Write(writtenBlocks_ * kBlockImages, {blocks_.front().get(), blockBytes});
+    ++writtenBlocks_;
+    blocks_.push_back(std::move(blocks_.front()));
+    blocks_.pop_front();
+}
+
+std::uint8_t* UndoLog::InMemory(std::size_t index) const {
+    return blocks_[index / kBlockImages - writtenBlocks_].get() + index % kBlockImages * pageBytes_;
+}
+
+/// Writes images into the temporary file, from the one with this number on.
+void UndoLog::Write(std::size_t index, std::span<const std::uint8_t> images) {
     if (!file_) file_.reset(std::tmpfile());
     if (!file_) RaiseFileError();
-    const std::size_t offset = (index - ImagesInMemory()) * pageBytes_;
-    if (std::fseek(file_.get(), static_cast<long>(offset), SEEK_SET) != 0 ||
-        std::fwrite(image.data(), 1, pageBytes_, file_.get()) != pageBytes_) {
+    if (std::fseek(file_.get(), static_cast<long>(index * pageBytes_), SEEK_SET) != 0 ||
+        std::fwrite(images.data(), 1, images.size(), file_.get()) != images.size()) {
         RaiseFileError();
     }
 }
 
 void UndoLog::Load(std::size_t index, std::span<std::uint8_t> image) const {
-    if (index < ImagesInMemory()) {
-        std::memcpy(image.data(), blocks_[index / kBlockImages].get() + index % kBlockImages * pageBytes_,
-                    pageBytes_);
+    if (index / kBlockImages >= writtenBlocks_) {
+        std::memcpy(image.data(), InMemory(index), pageBytes_);
         return;
     }
-    const std::size_t offset = (index - ImagesInMemory()) * pageBytes_;
-    if (std::fseek(file_.get(), static_cast<long>(offset), SEEK_SET) != 0 ||
+    if (std::fseek(file_.get(), static_cast<long>(index * pageBytes_), SEEK_SET) != 0 ||
         std::fread(image.data(), 1, pageBytes_, file_.get()) != pageBytes_) {
         RaiseFileError();
     }

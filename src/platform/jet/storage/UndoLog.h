@@ -3,12 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <deque>
 #include <memory>
 #include <span>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/jet/format/Format.h"
+#include "platform/jet/storage/PageTable.h"
 
 namespace marrowkit::jet {
 
@@ -18,15 +19,15 @@ class UndoLog {
 public:
     explicit UndoLog(std::uint32_t pageBytes) : pageBytes_(pageBytes) {}
 
-    bool IsEmpty() const { return levels_.empty(); }
-    std::size_t Depth() const { return levels_.size(); }
+    bool IsEmpty() const { return depth_ == 0; }
+    std::size_t Depth() const { return depth_; }
 
     /// `pageCount`: pages that the file has now; those added later are not saved.
     void Begin(PageNumber pageCount);
     /// Pages of the file when the innermost unit began.
-    PageNumber PageCount() const { return levels_.back().pageCount; }
+    PageNumber PageCount() const { return Innermost().pageCount; }
     bool NeedsImage(PageNumber page) const {
-        return page < PageCount() && !levels_.back().images.contains(page);
+        return page < PageCount() && !Innermost().images.Contains(page);
     }
     /// REQUIRES: NeedsImage(page). Throws 3026 / 3043 when the temporary file cannot take it.
     void Save(PageNumber page, std::span<const std::uint8_t> image);
@@ -39,7 +40,7 @@ public:
     template <typename Restore>
     void ForEach(const Restore& restore) {
         std::vector<std::uint8_t> image(pageBytes_);
-        for (const auto& [page, index] : levels_.back().images) {
+        for (const auto& [page, index] : Innermost().images.Entries()) {
             Load(index, image);
             restore(page, std::span<const std::uint8_t>(image));
         }
@@ -47,7 +48,7 @@ public:
 
 private:
     struct Level {
-        std::unordered_map<PageNumber, std::size_t> images;  ///< page to number of its image
+        PageTable images;  ///< page to number of its image
         std::size_t firstImage = 0;
         PageNumber pageCount = 0;
     };
@@ -55,14 +56,20 @@ private:
         void operator()(std::FILE* file) const { std::fclose(file); }
     };
 
-    std::size_t ImagesInMemory() const;
+    Level& Innermost() { return levels_[depth_ - 1]; }
+    const Level& Innermost() const { return levels_[depth_ - 1]; }
     void Store(std::size_t index, std::span<const std::uint8_t> image);
+    void AddBlock();
+    std::uint8_t* InMemory(std::size_t index) const;
+    void Write(std::size_t index, std::span<const std::uint8_t> images);
     void Load(std::size_t index, std::span<std::uint8_t> image) const;
 
     std::uint32_t pageBytes_;
-    std::vector<Level> levels_;
+    std::vector<Level> levels_;  ///< the open ones, and behind them some that are kept to be used again
+    std::size_t depth_ = 0;
     std::size_t imageCount_ = 0;
-    std::vector<std::unique_ptr<std::uint8_t[]>> blocks_;
+    std::deque<std::unique_ptr<std::uint8_t[]>> blocks_;  ///< images in memory, in order
+    std::size_t writtenBlocks_ = 0;                       ///< before them, in the file
     std::unique_ptr<std::FILE, CloseFile> file_;
 };
 
