@@ -126,4 +126,14 @@ jet::Row GameRow(int n) {
     return row;
 }
 
+jet::Row GameRowWithLongMemo(int n) {
+    static constexpr std::size_t kLengths[] = {1000, 2000, 5000};
+    jet::Row row = GameRow(n);
+    auto& memo = std::get<std::string>(row[41]);
+    const std::string sentence = memo + ". ";
+    const std::size_t length = kLengths[n % 3];
+    while (memo.size() < length) memo += sentence;
+    return row;
+}
+
 }  // namespace marrowkit::benchmark

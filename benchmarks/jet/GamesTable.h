@@ -24,5 +24,8 @@ const std::vector<std::string>& IndexedColumns();
 
 /// The values of game `n` (from 1), in the order of GamesColumns; the AutoNumber in front is Null.
 jet::Row GameRow(int n);
+/// The same with a MemoText of some thousand characters: on a page with others, on a page alone or on
+/// several.
+jet::Row GameRowWithLongMemo(int n);
 
 }  // namespace marrowkit::benchmark

@@ -2,7 +2,7 @@
 
 #include <numeric>
 
-#include "GamesTable.h"
+#include "platform/jet/check/Check.h"
 
 namespace marrowkit::benchmark {
 
@@ -64,11 +64,14 @@ JetGames::JetGames(const std::string& path, jet::JetVersion version)
     database_->GetPager().Flush();
 }
 
-void JetGames::Insert(int rows) {
+JetGames::JetGames(const std::string& path)
+    : path_(path), database_(jet::Database::Open(path)), games_(database_->OpenTable("Games")) {}
+
+void JetGames::Insert(int first, int last, jet::Row (*rowOf)(int)) {
     jet::Unit unit(database_->GetPager());
     std::vector<jet::Assignment> values;
-    for (int n = 1; n <= rows; ++n) {
-        jet::Row row = GameRow(n);
+    for (int n = first; n <= last; ++n) {
+        jet::Row row = rowOf(n);
         values.clear();
         for (std::size_t i = 1; i < row.size(); ++i) values.push_back({i, std::move(row[i])});
         games_->Insert(values);
@@ -136,6 +139,10 @@ std::size_t JetGames::OpenAndReadOne(const std::string& path, int key) {
     const auto games = database->OpenTable("Games");
     const auto scan = games->OpenIndexScan(PrimaryKeyOf(*games), jet::IndexRange::Equal({key}), {1}, false);
     return scan->Next() ? TextBytes(scan->Values()) : 0;
+}
+
+std::size_t JetGames::Check(const std::string& path) {
+    return jet::Check(path).size();
 }
 
 }  // namespace marrowkit::benchmark

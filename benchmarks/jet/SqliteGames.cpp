@@ -1,7 +1,5 @@
 #include "SqliteGames.h"
 
-#include "GamesTable.h"
-
 namespace marrowkit::benchmark {
 
 namespace {
@@ -24,8 +22,12 @@ std::string DeclarationOf(const jet::Column& column) {
 
 }  // namespace
 
-SqliteGames::SqliteGames(const std::string& path) : database_(path) {
+SqliteGames::SqliteGames(const std::string& path, Existing /*unused*/) : database_(path) {
     Run("PRAGMA foreign_keys=ON");
+    Run("PRAGMA cache_size=-65536");  // KiB
+}
+
+SqliteGames::SqliteGames(const std::string& path) : SqliteGames(path, kExisting) {
     for (const Lookup& lookup : Lookups()) {
         Run("CREATE TABLE " + lookup.table + " (" + lookup.key + " INTEGER PRIMARY KEY, Name TEXT)");
         for (int i = 1; i <= kLookupRows; ++i) {
@@ -42,15 +44,15 @@ SqliteGames::SqliteGames(const std::string& path) : database_(path) {
     }
 }
 
-void SqliteGames::Insert(int rows) {
-    rows_ = rows;
+void SqliteGames::Insert(int first, int last, jet::Row (*rowOf)(int)) {
+    rows_ = last;
     std::string places = "?";
     for (std::size_t i = 1; i < GamesColumns().size(); ++i) places += ",?";
     Run("BEGIN");
     {
         SqliteStatement insert(database_, "INSERT INTO Games VALUES (" + places + ")");
-        for (int n = 1; n <= rows; ++n) {
-            const jet::Row row = GameRow(n);
+        for (int n = first; n <= last; ++n) {
+            const jet::Row row = rowOf(n);
             for (std::size_t i = 0; i < row.size(); ++i) insert.Bind(static_cast<int>(i) + 1, row[i]);
             insert.Execute();
         }
@@ -94,6 +96,14 @@ std::size_t SqliteGames::OpenAndReadOne(const std::string& path, int key) {
     SqliteStatement select(database, "SELECT Name FROM Games WHERE GA_Id = ?");
     select.Bind(1, key);
     return select.Step() ? select.TakeRow() : 0;
+}
+
+std::size_t SqliteGames::Check(const std::string& path) {
+    Sqlite database(path);
+    SqliteStatement check(database, "SELECT 'x' FROM pragma_integrity_check WHERE integrity_check <> 'ok'");
+    std::size_t problems = 0;
+    while (check.Step()) ++problems;
+    return problems;
 }
 
 }  // namespace marrowkit::benchmark
