@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "interop/Exports.h"
+#include "interop/Comparison.h"
 #include "interop/OtherReaders.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/jet/check/Check.h"
@@ -24,65 +24,11 @@ bool HasPassword(const fs::path& file) {
     return file.filename().string().starts_with("password");
 }
 
-/// mdbtools and mdb-reader show other things for bytes that code page 1252 leaves undefined.
-bool HasUndefinedLetters(const OwnTable& table) {
-    for (const jet::Row& row : table.rows) {
-        for (const jet::Value& value : row) {
-            const auto* text = std::get_if<std::string>(&value);
-            if (text == nullptr) continue;
-            for (const char* letter : {"\xC2\x81", "\xC2\x8D", "\xC2\x8F", "\xC2\x90", "\xC2\x9D"}) {
-                if (text->find(letter) != std::string::npos) return true;
-            }
-        }
-    }
-    return false;
-}
-
 std::vector<fs::path> GenuineFiles() {
     std::vector<fs::path> files = SampleFiles("mdb", ".mdb");
     for (const fs::path& file : SampleFiles("template", ".mdb")) files.push_back(file);
     std::erase_if(files, HasPassword);
     return files;
-}
-
-/// Both readers against ours; adds a failure for each table that differs. Returns how many tables were
-/// compared.
-int CompareWithMdbTools(const fs::path& file) {
-    int compared = 0;
-    const std::vector<std::string> listed = MdbToolsTables(file);
-    for (const OwnTable& own : ReadOwnTables(file)) {
-        SCOPED_TRACE(file.filename().string() + ", table " + own.name);
-        EXPECT_NE(std::find(listed.begin(), listed.end(), own.name), listed.end())
-            << "mdb-tables has no such table";
-        if (HasUndefinedLetters(own)) continue;
-        const ExportedTable other = MdbToolsExport(file, own.name);
-        EXPECT_EQ(other.error, "");
-        EXPECT_EQ(Difference(own, other, Reader::MdbTools), "");
-        ++compared;
-    }
-    return compared;
-}
-
-int CompareWithMdbReader(const fs::path& file) {
-    int compared = 0;
-    const std::vector<ExportedTable> tables = MdbReaderExport(file);
-    for (const OwnTable& own : ReadOwnTables(file)) {
-        SCOPED_TRACE(file.filename().string() + ", table " + own.name);
-        const auto other = std::find_if(tables.begin(), tables.end(),
-                                        [&](const ExportedTable& table) { return table.name == own.name; });
-        if (other == tables.end()) {
-            ADD_FAILURE() << "mdb-reader has no such table";
-            continue;
-        }
-        // It refuses a table with a column of the type that only one of Access's own tables has.
-        const bool isRefused =
-            std::find(own.types.begin(), own.types.end(), jet::ColumnType::FixedBlock) != own.types.end();
-        if (isRefused || HasUndefinedLetters(own)) continue;
-        EXPECT_EQ(other->error, "");
-        EXPECT_EQ(Difference(own, *other, Reader::MdbReader), "");
-        ++compared;
-    }
-    return compared;
 }
 
 /// What a person may do to a database in a session: rows added, changed and removed in every user table that
@@ -188,12 +134,6 @@ void MakeDatabase(const fs::path& file, jet::JetVersion version) {
         table->Insert(row);
     }
     database->GetPager().Flush();
-}
-
-void ExpectSound(const fs::path& file) {
-    for (const jet::Problem& problem : jet::Check(file.string())) {
-        ADD_FAILURE() << file.filename().string() << ": " << problem.ToText();
-    }
 }
 
 /// The files that every comparison runs over. `prepare` makes each in the folder given.
