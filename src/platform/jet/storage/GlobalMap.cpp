@@ -12,9 +12,8 @@ namespace marrowkit::jet {
 
 namespace {
 
-constexpr std::uint8_t kReference = 1;
-constexpr std::size_t kInlineBits = 5;
-constexpr std::size_t kBitmapPageBits = 4;
+constexpr std::size_t kInlineBits = MapRow::kInlineBits;
+constexpr std::size_t kBitmapPageBits = MapRow::kBitmapPageBits;
 
 constexpr std::size_t FewestBitmapBytes(JetVersion version) {
     return version == JetVersion::Jet3 ? 128 : 64;
@@ -32,18 +31,6 @@ std::size_t RowBytes(JetVersion version, PageNumber pages) {
 
 }  // namespace
 
-struct GlobalMap::MapRow {
-    PageRef page;
-    ByteView row;
-
-    bool IsReference() const { return row.U8(0) == kReference; }
-    PageNumber Start() const { return row.U32(1); }
-    ByteView InlineBits() const { return row.From(kInlineBits); }
-    std::size_t InlineBitCount() const { return (row.Size() - kInlineBits) * 8; }
-    std::size_t EntryCount() const { return (row.Size() - 1) / 4; }
-    PageNumber Entry(std::size_t i) const { return i < EntryCount() ? row.U32(1 + 4 * i) : 0; }
-};
-
 void GlobalMap::Format(const Pager& pager, const PageEdit& page, PageNumber pages) {
     const JetVersion version = pager.PageGeometry().version;
     const DataPageEdit data = DataPageEdit::Format(pager, page, kGlobalMapOwner);
@@ -55,48 +42,29 @@ void GlobalMap::Format(const Pager& pager, const PageEdit& page, PageNumber page
     data.Append(std::vector<std::uint8_t>(kInlineBits + FewestBitmapBytes(version)));
 }
 
-GlobalMap::MapRow GlobalMap::Open() const {
+MapRow GlobalMap::Open() const {
     MapRow map{pager_->Read(kGlobalMapPage), {}};
     const DataPage page(*pager_, map.page);
     if (page.SlotCount() == 0 || page.Flags(0) != 0) Damaged(*pager_, "missing");
     map.row = page.Row(0);
-    if (map.row.Size() < kInlineBits || map.row.U8(0) > kReference) Damaged(*pager_, "unknown kind");
+    if (!map.IsKnownKind()) Damaged(*pager_, "unknown kind");
     return map;
 }
 
 bool GlobalMap::IsFree(PageNumber page) const {
-    const MapRow map = Open();
-    if (!map.IsReference()) {
-        return page >= map.Start() && page - map.Start() < map.InlineBitCount() &&
-               bitmap::Test(map.InlineBits(), page - map.Start());
-    }
-    const std::uint32_t stretch = pager_->PageGeometry().PagesPerBitmap();
-    const PageNumber bits = map.Entry(page / stretch);
-    return bits != 0 && bitmap::Test(pager_->Read(bits).Bytes().From(kBitmapPageBits), page % stretch);
+    return Open().Contains(page, pager_->PageGeometry().PagesPerBitmap(),
+                           [this](PageNumber bitmap) { return pager_->Read(bitmap); });
 }
 
 std::optional<PageNumber> GlobalMap::FindFree(PageNumber from) const {
-    const MapRow map = Open();
-    const PageNumber end = pager_->PageCount();
-    if (!map.IsReference()) {
-        const PageNumber start = map.Start();
-        if (start >= end) return std::nullopt;
-        const auto found = bitmap::FindNext(map.InlineBits(), from > start ? from - start : 0,
-                                            std::min<std::size_t>(map.InlineBitCount(), end - start));
-        if (!found) return std::nullopt;
-        return start + static_cast<PageNumber>(*found);
-    }
-    const std::uint32_t stretch = pager_->PageGeometry().PagesPerBitmap();
-    for (std::size_t entry = from / stretch; entry * stretch < end; ++entry) {
-        if (map.Entry(entry) == 0) continue;
-        const PageRef page = pager_->Read(map.Entry(entry));
-        if (page.Type() != PageType::UsageBitmap) Damaged(*pager_, "an entry names no bitmap page");
-        const auto first = static_cast<PageNumber>(entry * stretch);
-        const auto found = bitmap::FindNext(page.Bytes().From(kBitmapPageBits),
-                                            from > first ? from - first : 0, std::min(stretch, end - first));
-        if (found) return first + static_cast<PageNumber>(*found);
-    }
-    return std::nullopt;
+    return Open().Next(from, pager_->PageCount(), pager_->PageGeometry().PagesPerBitmap(),
+                       [this](PageNumber bitmap) {
+                           PageRef page = pager_->Read(bitmap);
+                           if (page.Type() != PageType::UsageBitmap) {
+                               Damaged(*pager_, "an entry names no bitmap page");
+                           }
+                           return page;
+                       });
 }
 
 std::optional<PageNumber> GlobalMap::Take() {
@@ -142,8 +110,7 @@ void GlobalMap::PutBit(PageNumber page, bool isFree) {
                                isFree);
         }
         start = map.Start();
-        if (page < start || page - start >= map.InlineBitCount())
-            Damaged(*pager_, "does not reach a page in use");
+        if (!map.ReachesInline(page)) Damaged(*pager_, "does not reach a page in use");
     }
     const PageEdit edit = pager_->Edit(kGlobalMapPage);
     const MutableByteView row = DataPageEdit(*pager_, edit).MutableRow(0);
@@ -174,7 +141,7 @@ void GlobalMap::ConvertToReference() {
         const PageEdit edit = pager_->Edit(kGlobalMapPage);
         const MutableByteView row = DataPageEdit(*pager_, edit).MutableRow(0);
         row.Fill(0, row.Size(), 0);
-        row.PutU8(0, kReference);
+        row.PutU8(0, MapRow::kReference);
     }
     for (const PageNumber page : freePages) PutBit(page, true);
 }

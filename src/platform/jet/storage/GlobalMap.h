@@ -3,6 +3,7 @@
 #include <functional>
 #include <optional>
 
+#include "platform/jet/storage/MapRow.h"
 #include "platform/jet/storage/Pager.h"
 
 namespace marrowkit::jet {
@@ -32,7 +33,6 @@ public:
     void ForgetHint() { searchFrom_ = 0; }
 
 private:
-    struct MapRow;
     MapRow Open() const;
     std::optional<PageNumber> FindFree(PageNumber from) const;
     void PutBit(PageNumber page, bool isFree);

@@ -12,13 +12,8 @@ namespace marrowkit::jet {
 
 namespace {
 
-constexpr std::uint8_t kReference = 1;
-
-/// An inline row: type byte, first page, then the bits.
-constexpr std::size_t kInlineBits = 5;
-
-/// A bitmap page's bits begin behind its type and three fixed bytes.
-constexpr std::size_t kBitmapPageBits = 4;
+constexpr std::size_t kInlineBits = MapRow::kInlineBits;
+constexpr std::size_t kBitmapPageBits = MapRow::kBitmapPageBits;
 
 /// Bytes of a new inline map: 128 or 64 bytes of bits.
 constexpr std::size_t NewRowBytes(JetVersion version) {
@@ -32,27 +27,14 @@ constexpr std::size_t NewRowBytes(JetVersion version) {
 
 }  // namespace
 
-/// The map's row on its pinned page.
-struct UsageMap::MapRow {
-    PageRef page;
-    ByteView row;
-
-    bool IsReference() const { return row.U8(0) == kReference; }
-    PageNumber Start() const { return row.U32(1); }
-    ByteView InlineBits() const { return row.From(kInlineBits); }
-    std::size_t InlineBitCount() const { return (row.Size() - kInlineBits) * 8; }
-    std::size_t EntryCount() const { return (row.Size() - 1) / 4; }
-    PageNumber Entry(std::size_t i) const { return row.U32(1 + 4 * i); }
-};
-
-UsageMap::MapRow UsageMap::Open() const {
+MapRow UsageMap::Open() const {
     MapRow map{pager_->Read(where_.page), {}};
     const DataPage page(*pager_, map.page);
     if (where_.slot >= page.SlotCount() || page.Flags(where_.slot) != 0) {
         Damaged(*pager_, where_, "no such row");
     }
     map.row = page.Row(where_.slot);
-    if (map.row.Size() < kInlineBits || map.row.U8(0) > kReference) Damaged(*pager_, where_, "unknown kind");
+    if (!map.IsKnownKind()) Damaged(*pager_, where_, "unknown kind");
     return map;
 }
 
@@ -68,39 +50,13 @@ PageRef UsageMap::ReadBitmap(PageNumber page) const {
 }
 
 bool UsageMap::Contains(PageNumber page) const {
-    const MapRow map = Open();
-    if (!map.IsReference()) {
-        const PageNumber start = map.Start();
-        return page >= start && page - start < map.InlineBitCount() &&
-               bitmap::Test(map.InlineBits(), page - start);
-    }
-    const std::uint32_t stretch = pager_->PageGeometry().PagesPerBitmap();
-    const std::size_t entry = page / stretch;
-    if (entry >= map.EntryCount() || map.Entry(entry) == 0) return false;
-    return bitmap::Test(ReadBitmap(map.Entry(entry)).Bytes().From(kBitmapPageBits), page % stretch);
+    return Open().Contains(page, pager_->PageGeometry().PagesPerBitmap(),
+                           [this](PageNumber bitmap) { return ReadBitmap(bitmap); });
 }
 
 std::optional<PageNumber> UsageMap::Next(PageNumber from) const {
-    const MapRow map = Open();
-    const PageNumber end = pager_->PageCount();
-    if (!map.IsReference()) {
-        const PageNumber start = map.Start();
-        if (start >= end) return std::nullopt;
-        const std::size_t limit = std::min<std::size_t>(map.InlineBitCount(), end - start);
-        const auto found = bitmap::FindNext(map.InlineBits(), from > start ? from - start : 0, limit);
-        if (!found) return std::nullopt;
-        return start + static_cast<PageNumber>(*found);
-    }
-    const std::uint32_t stretch = pager_->PageGeometry().PagesPerBitmap();
-    for (std::size_t entry = from / stretch; entry < map.EntryCount() && entry * stretch < end; ++entry) {
-        if (map.Entry(entry) == 0) continue;
-        const PageRef page = ReadBitmap(map.Entry(entry));
-        const auto first = static_cast<PageNumber>(entry * stretch);
-        const auto found = bitmap::FindNext(page.Bytes().From(kBitmapPageBits),
-                                            from > first ? from - first : 0, std::min(stretch, end - first));
-        if (found) return first + static_cast<PageNumber>(*found);
-    }
-    return std::nullopt;
+    return Open().Next(from, pager_->PageCount(), pager_->PageGeometry().PagesPerBitmap(),
+                       [this](PageNumber bitmap) { return ReadBitmap(bitmap); });
 }
 
 std::optional<PageNumber> UsageMap::Previous(PageNumber before) const {
@@ -139,7 +95,7 @@ void UsageMap::Add(PageNumber page) {
     {
         const MapRow map = Open();
         reference = map.IsReference();
-        inRange = !reference && page >= map.Start() && page - map.Start() < map.InlineBitCount();
+        inRange = !reference && map.ReachesInline(page);
         if (inRange && bitmap::Test(map.InlineBits(), page - map.Start())) return;
     }
     if (!reference && !inRange && !MoveInlineStart(page)) {
@@ -180,7 +136,7 @@ void UsageMap::ConvertToReference() {
         PageEdit edit;
         const MutableByteView row = EditRow(edit);
         row.Fill(0, row.Size(), 0);
-        row.PutU8(0, kReference);
+        row.PutU8(0, MapRow::kReference);
     }
     for (const PageNumber member : members) AddToReference(member);
 }

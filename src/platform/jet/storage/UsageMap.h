@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/jet/storage/MapRow.h"
 #include "platform/jet/storage/Pager.h"
 
 namespace marrowkit::jet {
@@ -41,7 +42,6 @@ public:
     static void Destroy(Pager& pager, RowId where);
 
 private:
-    struct MapRow;
     MapRow Open() const;
     MutableByteView EditRow(PageEdit& page) const;
     PageRef ReadBitmap(PageNumber page) const;
