@@ -46,6 +46,7 @@ enum class RuntimeErrorNumber : int {
     PathFileAccess = 75,
     PathNotFound = 76,
     ObjectNotSet = 91,
+    InvalidPattern = 93,
     ComponentCannotCreate = 429,
     InvalidPicture = 481,
 };

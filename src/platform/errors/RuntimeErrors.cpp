@@ -51,6 +51,7 @@ constexpr std::array kTexts = {
     NumberedText{75, "Path/File access error"},
     NumberedText{76, "Path not found"},
     NumberedText{91, "Object variable or With block variable not set"},
+    NumberedText{93, "Invalid pattern string"},
     NumberedText{92, "For loop not initialized"},
     NumberedText{93, "Invalid pattern string"},
     NumberedText{94, "Invalid use of Null"},

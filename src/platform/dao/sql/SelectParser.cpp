@@ -2,6 +2,7 @@
 
 #include "platform/dao/sql/SqlErrors.h"
 #include "platform/dao/sql/StatementParser.h"
+#include "platform/jet/expression/ClauseWords.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::dao::sql {
@@ -86,9 +87,15 @@ private:
                tokens_->IsSymbol(")") || tokens_->IsKeyword("FROM") || tokens_->IsKeyword("INTO");
     }
 
+    /// A word of the language where a value should begin. Some are functions, too, and On is a constant.
+    bool AtReservedWord() const {
+        return expression::IsClauseWord(tokens_->Peek()) && !tokens_->IsKeyword("ON") &&
+               !tokens_->IsSymbol("(", 1);
+    }
+
     void ParseItems(Select& select) {
         do {
-            if (AtListEnd()) RaiseJet(JetError::SelectSyntax);
+            if (AtListEnd() || AtReservedWord()) RaiseJet(JetError::SelectSyntax);
             SelectItem item;
             if (tokens_->TakeSymbol("*")) {
                 if (!AtListEnd()) RaiseJet(JetError::SelectSyntax);

@@ -160,9 +160,9 @@ private:
     }
 
     [[noreturn]] static void RaiseArgumentCount(const Node& node) {
-        throw RuntimeError(static_cast<int>(jet::JetError::ExpressionSyntax),
-                           "Wrong number of arguments used with function in query expression '" + node.name +
-                               (node.children.empty() ? "()" : "(...)") + "'.");
+        throw RuntimeError(
+            static_cast<int>(jet::JetError::ExpressionSyntax),
+            "Wrong number of arguments used with function in query expression '" + node.text + "'.");
     }
 
     static void BindOperator(Node& node) {

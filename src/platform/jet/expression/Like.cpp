@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "platform/errors/RuntimeError.h"
 #include "platform/jet/expression/Characters.h"
 #include "platform/jet/expression/Conversion.h"
 #include "platform/jet/format/Collation.h"
@@ -32,7 +33,7 @@ struct Element {
 
 Element MatchList(jet::JetVersion version, std::u32string_view pattern, char32_t c) {
     const std::size_t close = pattern.find(U']', 1);
-    if (close == std::u32string_view::npos) RaiseInvalidArgument();
+    if (close == std::u32string_view::npos) Raise(RuntimeErrorNumber::InvalidPattern);
     std::u32string_view list = pattern.substr(1, close - 1);
     const bool negated = list.size() > 1 && list.front() == U'!';
     if (negated) list.remove_prefix(1);
@@ -62,14 +63,25 @@ Element MatchOne(jet::JetVersion version, std::u32string_view pattern, char32_t 
     }
 }
 
+/// An empty list stands for nothing at all. What looks like one inside of a list is not.
+std::u32string WithoutEmptyLists(std::u32string pattern) {
+    for (std::size_t at = pattern.find(U'['); at != std::u32string::npos; at = pattern.find(U'[', at)) {
+        const std::size_t close = pattern.find(U']', at);
+        if (close == at + 1)
+            pattern.erase(at, 2);
+        else if (close == std::u32string::npos)
+            break;
+        else
+            at = close;
+    }
+    return pattern;
+}
+
 }  // namespace
 
 bool MatchesPattern(jet::JetVersion version, std::string_view text, std::string_view pattern) {
     const std::u32string subject = ToCodePoints(text);
-    std::u32string wanted = ToCodePoints(pattern);
-    // An empty list stands for nothing at all.
-    for (std::size_t at = wanted.find(U"[]"); at != std::u32string::npos; at = wanted.find(U"[]", at))
-        wanted.erase(at, 2);
+    const std::u32string wanted = WithoutEmptyLists(ToCodePoints(pattern));
     const std::u32string_view elements = wanted;
     std::size_t s = 0;
     std::size_t p = 0;

@@ -29,6 +29,7 @@ NodePtr Node::Clone() const {
     copy->value = value;
     copy->qualifier = qualifier;
     copy->name = name;
+    copy->text = text;
     copy->slot = slot;
     copy->function = function;
     copy->type = type;

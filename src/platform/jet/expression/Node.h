@@ -45,6 +45,7 @@ struct Node {
     jet::Value value;               ///< Literal
     std::string qualifier;          ///< Name: table, empty for none
     std::string name;               ///< Name, Call
+    std::string text;               ///< Call: as it was written
     std::size_t slot = 0;
     const Function* function = nullptr;  ///< Call, once bound
     /// Type of the result once bound; nothing when it depends on the values.

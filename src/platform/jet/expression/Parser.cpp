@@ -333,6 +333,7 @@ NodePtr Parser::ParseCall(const Token& name) {
     }
     if (!tokens_->IsSymbol(")")) FailHere();
     node->end = tokens_->Take().end;
+    node->text = tokens_->Source().substr(node->start, node->end - node->start);
     return node;
 }
 
