@@ -96,13 +96,23 @@ private:
             if (column.IsLongValue()) {
                 rules_.push_back({&column, LongValue, 0});
             } else if (const std::uint32_t width = FixedWidth(column.type); width != 0) {
-                rules_.push_back({&column, Width, width});
+                // The counter's values are looked at.
+                const bool inFixedArea = column.IsFixed() && !column.IsAutoNumber();
+                (inFixedArea ? fixedRules_ : rules_).push_back({&column, Width, width});
             } else if (column.type == ColumnType::Text) {
                 rules_.push_back({&column, Text, column.lengthBytes / (isJet3 ? 1U : 2U)});
             } else {
                 rules_.push_back({&column, Bytes, column.lengthBytes});
             }
         }
+        const auto end = [](const ValueRule& rule) { return rule.column->fixedOffset + rule.limit; };
+        const auto furthest = std::ranges::max_element(fixedRules_, {}, end);
+        if (furthest != fixedRules_.end()) std::iter_swap(fixedRules_.begin(), furthest);
+    }
+
+    /// Where the value that reaches furthest is in the row's fixed area, all others of it are, too.
+    bool HasWholeFixedArea(const RowView& row) const {
+        return fixedRules_.empty() || !row.Bytes(*fixedRules_.front().column).Empty();
     }
 
     void Say(PageNumber page, std::string what, Severity severity = Severity::Structure) {
@@ -170,6 +180,9 @@ private:
         // Jet 3 counts columns in one byte.
         if (columns > definition.maxColumns) {
             Say(id.page, RowText(id) + " has " + std::to_string(columns) + " columns");
+        }
+        if (!HasWholeFixedArea(row)) {
+            for (const ValueRule& rule : fixedRules_) CheckValue(id, row, rule);
         }
         for (const ValueRule& rule : rules_) CheckValue(id, row, rule);
         for (RequiredColumn& required : requiredColumns_) {
@@ -344,7 +357,8 @@ private:
     CheckedTable* table_;
     std::vector<LongColumn> longColumns_;
     std::vector<RequiredColumn> requiredColumns_;
-    std::vector<ValueRule> rules_;
+    std::vector<ValueRule> fixedRules_;  ///< the one that reaches furthest in front
+    std::vector<ValueRule> rules_;       ///< all others
     std::vector<std::unique_ptr<KeyBuilder>> builders_;
     std::vector<Fingerprint> expectedEntries_;
     std::optional<std::int32_t> greatestAutoNumber_;

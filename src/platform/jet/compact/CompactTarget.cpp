@@ -80,8 +80,11 @@ void CompactTarget::Put(PageNumber page, std::span<const std::uint8_t> bytes) {
 void CompactTarget::Write(std::uint32_t run, const Run& content) {
     const PageNumber first = run * kPagesPerRun;
     const std::size_t pages = std::min(kPagesPerRun, next_ - first);
-    file_->Write(std::uint64_t{first} * geometry_->pageBytes,
-                 std::span(content.bytes).first(pages * geometry_->pageBytes));
+    const std::uint64_t offset = std::uint64_t{first} * geometry_->pageBytes;
+    const std::size_t bytes = pages * geometry_->pageBytes;
+    file_->Write(offset, std::span(content.bytes).first(bytes));
+    // Pages are put once, so the disk can work while the next ones are made.
+    file_->BeginStoring(offset, bytes);
 }
 
 void CompactTarget::Finish() {

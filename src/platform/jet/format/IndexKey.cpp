@@ -150,18 +150,19 @@ void AppendKeyColumn(JetVersion version, const ColumnDefinition& column, bool as
 
 bool AppendStoredKey(const ColumnDefinition& column, bool ascending, ByteView stored,
                      std::vector<std::uint8_t>& key) {
-    const std::uint8_t flag = ascending ? kValueAscending : kValueDescending;
-    if (column.type == ColumnType::Long && stored.Size() == sizeof(std::int32_t)) {
-        key.push_back(flag);
-        AppendSigned<std::uint32_t>(stored.I32(0), ascending, key);
-        return true;
+    const bool isWhole = (column.type == ColumnType::Long && stored.Size() == sizeof(std::int32_t)) ||
+                         (column.type == ColumnType::Integer && stored.Size() == sizeof(std::int16_t));
+    if (!isWhole) return false;
+    const std::uint8_t flip = ascending ? 0x00 : 0xFF;
+    std::array<std::uint8_t, 1 + sizeof(std::int32_t)> bytes;
+    bytes[0] = ascending ? kValueAscending : kValueDescending;
+    const std::size_t width = stored.Size();
+    for (std::size_t i = 0; i < width; ++i) {
+        bytes[width - i] = static_cast<std::uint8_t>(stored.Data()[i] ^ flip);
     }
-    if (column.type == ColumnType::Integer && stored.Size() == sizeof(std::int16_t)) {
-        key.push_back(flag);
-        AppendSigned<std::uint16_t>(stored.I16(0), ascending, key);
-        return true;
-    }
-    return false;
+    bytes[1] ^= 0x80;  // the sign bit
+    key.insert(key.end(), bytes.data(), bytes.data() + 1 + width);
+    return true;
 }
 
 std::vector<std::uint8_t> BuildIndexKey(JetVersion version, std::span<const ColumnDefinition* const> columns,

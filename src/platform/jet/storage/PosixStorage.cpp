@@ -123,6 +123,17 @@ public:
         }
     }
 
+    void BeginStoring(std::uint64_t offset, std::size_t bytes) override {
+#ifdef __linux__
+        // Only a hint: what goes wrong is told by Sync.
+        ::sync_file_range(descriptor_, static_cast<off_t>(offset), static_cast<off_t>(bytes),
+                          SYNC_FILE_RANGE_WRITE);
+#else
+        (void)offset;
+        (void)bytes;
+#endif
+    }
+
     void Sync() override {
 #ifdef __APPLE__
         const int result = ::fcntl(descriptor_, F_FULLFSYNC);

@@ -22,6 +22,8 @@ public:
     virtual void Truncate(std::uint64_t size) = 0;
     /// Returns once everything written is on stable storage.
     virtual void Sync() = 0;
+    /// A hint that this part will not change any more before the next Sync: the host may begin to store it.
+    virtual void BeginStoring(std::uint64_t /*offset*/, std::size_t /*bytes*/) {}
     /// Byte-range locks, also beyond the end of the file; false when another process (or another open file of
     /// this one) holds a conflicting lock. On a file system without locks they succeed.
     virtual bool TryLock(std::uint64_t offset, std::uint64_t count, bool exclusive) = 0;
