@@ -6,7 +6,7 @@
 
 #include "interop/Exports.h"
 #include "interop/OtherReaders.h"
-#include "platform/jet/engine/Database.h"
+#include "platform/jet/check/Check.h"
 
 namespace marrowkit::test {
 

@@ -6,8 +6,8 @@
 #include <ctime>
 #include <vector>
 
-#include "platform/jet/expression/Characters.h"
 #include "platform/files/Clock.h"
+#include "platform/jet/expression/Characters.h"
 
 namespace marrowkit::expression {
 namespace {
