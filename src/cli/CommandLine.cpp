@@ -11,6 +11,7 @@
 #include "global/modGlobal.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/installation/BuildVersion.h"
+#include "platform/process/StopRequest.h"
 
 namespace marrowkit::cli {
 
@@ -70,6 +71,7 @@ int RunChosenCommand(Session& session) {
         return result;
     } catch (const RuntimeError& error) {
         session.Out().flush();
+        if (IsStopRequested()) return session.Fail(error.description);
         return ReportFatalError(session, error.number, error.description);
     } catch (const std::bad_alloc&) {
         constexpr int kNumber = static_cast<int>(RuntimeErrorNumber::OutOfMemory);

@@ -67,7 +67,8 @@ void AddCreateTemplateCommand(CLI::App& app, Session& session) {
         "  marrowkit-cli create-template Empty.mdb\n"
         "  marrowkit-cli create-template --jet3 --schema-version 2.1 Old.mdb");
     command->callback([&session, options] {
-        session.run = [options](Session& current) { return RunCreateTemplate(current, *options); };
+        session.run =
+            Session::Changing([options](Session& current) { return RunCreateTemplate(current, *options); });
     });
 }
 

@@ -40,8 +40,9 @@ void AddDeleteCommand(CLI::App& app, Session& session) {
         "\n"
         "Examples:\n"
         "  marrowkit-cli delete Arcade");
-    command->callback(
-        [&session, name] { session.run = [name](Session& current) { return RunDelete(current, *name); }; });
+    command->callback([&session, name] {
+        session.run = Session::Changing([name](Session& current) { return RunDelete(current, *name); });
+    });
 }
 
 }  // namespace marrowkit::cli

@@ -213,7 +213,8 @@ void AddImportCommand(CLI::App& app, Session& session) {
         "  marrowkit-cli import mame.dat --name Arcade --name-column 4 --roms ~/roms\n"
         "  marrowkit-cli import more.dat --into Arcade --dry-run");
     command->callback([&session, arguments] {
-        session.run = [arguments](Session& current) { return ImportCommand(current, *arguments).Run(); };
+        session.run = Session::Changing(
+            [arguments](Session& current) { return ImportCommand(current, *arguments).Run(); });
     });
 }
 

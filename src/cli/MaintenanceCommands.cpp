@@ -61,9 +61,9 @@ void AddMaintenanceCommands(CLI::App& app, Session& session) {
         command->add_option("DB", *database, kDatabaseHelp)->required();
         command->footer(operation.footer);
         command->callback([&session, database, run = operation.run] {
-            session.run = [database, run](Session& current) -> int {
+            session.run = Session::Changing([database, run](Session& current) -> int {
                 return run(current.Ui(), DatabaseNode(*database)) ? kDone : kFailed;
-            };
+            });
         });
     }
 }

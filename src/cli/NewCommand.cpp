@@ -37,8 +37,9 @@ void AddNewCommand(CLI::App& app, Session& session) {
         "Examples:\n"
         "  marrowkit-cli new Arcade\n"
         "  marrowkit-cli --library ~/.wine/drive_c/Vellora new \"Tape games\"");
-    command->callback(
-        [&session, name] { session.run = [name](Session& current) { return RunNew(current, *name); }; });
+    command->callback([&session, name] {
+        session.run = Session::Changing([name](Session& current) { return RunNew(current, *name); });
+    });
 }
 
 }  // namespace marrowkit::cli

@@ -128,7 +128,8 @@ void AddDeleteRecordCommand(CLI::App& app, Session& session) {
         "Examples:\n"
         "  marrowkit-cli delete-record Arcade Publishers 12 --replace-with 37");
     command->callback([&session, options] {
-        session.run = [options](Session& current) { return RunDeleteRecord(current, *options); };
+        session.run =
+            Session::Changing([options](Session& current) { return RunDeleteRecord(current, *options); });
     });
 }
 

@@ -44,6 +44,10 @@ public:
     /// What the chosen command does; its result is the exit code. Each command sets this when it is chosen.
     std::function<int(Session&)> run;
 
+    /// For `run`: work that changes databases or files. Signals that end the program are taken as a wish to
+    /// stop, so that what is half done is undone first; work that only looks is ended at once.
+    static std::function<int(Session&)> Changing(std::function<int(Session&)> work);
+
     /// Rows of results, as CSV or JSON, on standard output. Finish() it at the end.
     std::unique_ptr<RowWriter> Rows(std::vector<std::string> columns);
     /// Standard output, for results that are no rows: JSON documents, SQL text.

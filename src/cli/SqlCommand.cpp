@@ -11,6 +11,7 @@
 #include "platform/dao/Dao.h"
 #include "platform/dao/sql/Query.h"
 #include "platform/dao/sql/StatementParser.h"
+#include "platform/process/StopSignals.h"
 
 namespace marrowkit::cli {
 
@@ -37,6 +38,7 @@ int PrintRecords(Session& session, const std::string& file, const dao::sql::Sele
 }
 
 int RunAction(Session& session, const SqlOptions& options) {
+    const StopSignals signals;
     dao::Database database = dao::DBEngine().OpenDatabase(DatabaseOf(options.file));
     database.Execute(options.statement);
     const auto rows = session.Rows({"RecordsAffected"});

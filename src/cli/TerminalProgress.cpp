@@ -9,6 +9,7 @@
 #include <unistd.h>
 #endif
 
+#include "platform/process/StopRequest.h"
 #include "platform/text/Utf8.h"
 
 namespace marrowkit::cli {
@@ -53,7 +54,7 @@ void TerminalProgress::SetBarRange(std::int32_t minimum, std::int32_t maximum) {
 }
 
 void TerminalProgress::LetEventsRun() {
-    if (cancelEnabled_ && interrupt_.Pressed()) cancelled_ = true;
+    if (cancelEnabled_ && (interrupt_.Pressed() || IsStopRequested())) cancelled_ = true;
     if (style_ != Style::Bar || ++eventRuns_ % kEventRunsBetweenClockReadings != 0) return;
     if (std::chrono::steady_clock::now() - lastDrawn_ >= kBetweenDrawings) Draw();
 }

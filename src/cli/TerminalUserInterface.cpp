@@ -3,6 +3,9 @@
 #include <istream>
 #include <ostream>
 
+#include "platform/process/StopRequest.h"
+#include "platform/process/StopSignals.h"
+
 namespace marrowkit::cli {
 
 namespace {
@@ -50,11 +53,16 @@ MessageAnswer TerminalUserInterface::ShowMessage(const std::string& text, Messag
     Print(text);
     err_ << (noIsDefault ? "[y/N" : "[Y/n") << (canCancel ? "/c] " : "] ") << std::flush;
     std::string line;
-    if (!std::getline(in_, line)) {
+    if (!ReadAnswer(line)) {
         err_ << '\n';
         return unanswered;
     }
     return AnswerOf(line, noIsDefault ? MessageAnswer::No : MessageAnswer::Yes, unanswered);
+}
+
+bool TerminalUserInterface::ReadAnswer(std::string& line) {
+    const StopSignals::Idle idle;
+    return !IsStopRequested() && std::getline(in_, line);
 }
 
 void TerminalUserInterface::BeginBusy(const std::string& waitMessage) {

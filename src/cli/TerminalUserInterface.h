@@ -36,6 +36,7 @@ public:
     void RefreshLibraryTree() override {}
 
 private:
+    bool ReadAnswer(std::string& line);
     void Print(const std::string& text);
 
     std::istream& in_;

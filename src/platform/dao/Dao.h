@@ -123,6 +123,10 @@ public:
     Database OpenDatabase(std::string_view path);
     void CompactDatabase(std::string_view source, std::string_view destination);
     Database CreateDatabase(std::string_view path, jet::JetVersion version = jet::JetVersion::Jet4);
+
+    /// For a process that exits in the middle of its work: what is half done in open databases is undone,
+    /// what is complete is written. Nothing in them can be used afterwards.
+    static void SettleOpenDatabases() noexcept;
 };
 
 }  // namespace marrowkit::dao

@@ -170,6 +170,10 @@ void DBEngine::CompactDatabase(std::string_view source, std::string_view destina
     jet::Compact(NeedHostPath(source), NeedHostPath(destination));
 }
 
+void DBEngine::SettleOpenDatabases() noexcept {
+    jet::Pager::SettleAll();
+}
+
 Database DBEngine::CreateDatabase(std::string_view path, jet::JetVersion version) {
     auto state = std::make_unique<Database::State>();
     state->connection = std::make_shared<Connection>();

@@ -29,6 +29,7 @@ enum class RuntimeErrorNumber : int {
     Overflow = 6,
     OutOfMemory = 7,
     TypeMismatch = 13,
+    UserInterrupt = 18,
     InternalError = 51,
     BadFileName = 52,
     FileNotFound = 53,

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/jet/format/JetErrors.h"
+#include "platform/process/StopRequest.h"
 
 namespace marrowkit::jet::check {
 
@@ -59,6 +60,7 @@ FilePage CheckFile::Read(PageNumber page, PageType type) const {
 }
 
 CheckFile::Chunk CheckFile::LoadChunk(std::uint32_t chunk) const {
+    LeaveIfStopRequested();
     const PageNumber first = chunk * kPagesPerChunk;
     const std::size_t pageBytes = PageGeometry().pageBytes;
     const std::size_t pages = std::min(kPagesPerChunk, pageCount_ - first);

@@ -30,6 +30,7 @@
 #include "platform/jet/compact/CompactTable.h"
 #include "platform/jet/engine/Database.h"
 #include "platform/jet/format/JetErrors.h"
+#include "platform/jet/storage/NewFileGuard.h"
 
 namespace marrowkit::jet {
 
@@ -175,37 +176,16 @@ void VerifyCopy(Storage& storage, const std::string& sourcePath, const std::stri
     if (rows.TableCount() != copied.size()) RaiseCorrupt(path, "the copy has other tables than the source");
 }
 
-/// Removes the target unless the copy succeeded.
-class TargetGuard {
-public:
-    TargetGuard(Storage& storage, std::string path) : storage_(&storage), path_(std::move(path)) {}
-    TargetGuard(const TargetGuard&) = delete;
-    TargetGuard& operator=(const TargetGuard&) = delete;
-    ~TargetGuard() {
-        if (kept_) return;
-        try {
-            storage_->Remove(path_);
-        } catch (...) {  // NOLINT(bugprone-empty-catch): the error that brought us here is the one to report
-        }
-    }
-    void Keep() { kept_ = true; }
-
-private:
-    Storage* storage_;
-    std::string path_;
-    bool kept_ = false;
-};
-
 }  // namespace
 
 void CopyOpenFile(const CheckFile& source, Storage& storage, const std::string& target) {
     if (storage.Exists(target)) RaiseJet(JetError::DatabaseExists, {target});
     if (source.PageCount() <= kCatalogPage) RaiseJet(JetError::Corrupt, {source.Path()});
-    TargetGuard guard(storage, target);
+    NewFileGuard guard(storage, target);
     const std::vector<CopiedTable> copied = WriteCopy(source, storage, target);
     VerifyCopy(storage, source.Path(), target, copied);
     storage.SyncFolderOf(target);
-    guard.Keep();
+    guard.Finished();
 }
 
 }  // namespace compact

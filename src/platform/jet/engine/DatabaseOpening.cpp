@@ -4,6 +4,7 @@
 #include "platform/jet/engine/DatabaseCreation.h"
 #include "platform/jet/engine/LocalDatabase.h"
 #include "platform/jet/format/JetErrors.h"
+#include "platform/jet/storage/NewFileGuard.h"
 
 namespace marrowkit::jet {
 
@@ -49,11 +50,17 @@ std::shared_ptr<Database> Database::Create(const std::string& path, JetVersion v
                                            const OpenOptions& options) {
     Storage& storage = StorageOf(options);
     const DatabaseHeader header = NewDatabaseHeader(version, CreationTime());
-    const std::shared_ptr<Pager> pager = Pager::Create(storage, path, header, PagerOptionsOf(options));
-    std::shared_ptr<Database> database = Remember(storage, pager);
-    WriteSystemTables(static_cast<LocalDatabase&>(*database));
-    pager->Flush();
-    return database;
+    std::shared_ptr<Pager> pager = Pager::Create(storage, path, header, PagerOptionsOf(options));
+    try {
+        std::shared_ptr<Database> database = Remember(storage, pager);
+        WriteSystemTables(static_cast<LocalDatabase&>(*database));
+        pager->Flush();
+        return database;
+    } catch (...) {
+        pager.reset();  // closes the file
+        const NewFileGuard unfinished(storage, path);
+        throw;
+    }
 }
 
 }  // namespace marrowkit::jet

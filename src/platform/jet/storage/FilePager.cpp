@@ -6,6 +6,7 @@
 
 #include "platform/errors/RuntimeError.h"
 #include "platform/jet/format/JetErrors.h"
+#include "platform/process/StopRequest.h"
 
 namespace marrowkit::jet {
 
@@ -41,12 +42,7 @@ FilePager::FilePager(OpenedDatabase opened)
 }
 
 FilePager::~FilePager() {
-    while (!undo_.IsEmpty()) RollbackUnit();
-    try {
-        if (dirtyCount_ != 0 || journal_->IsActive()) Flush();
-    } catch (const std::exception&) {
-        GiveUpOnDisk();
-    }
+    Settle();
     if (journal_->IsActive()) return;  // whoever opens the file next recovers it
 
     try {
@@ -62,6 +58,15 @@ FilePager::~FilePager() {
     }
 }
 
+void FilePager::Settle() noexcept {
+    while (!undo_.IsEmpty()) RollbackUnit();
+    try {
+        if (dirtyCount_ != 0 || journal_->IsActive()) Flush();
+    } catch (const std::exception&) {
+        GiveUpOnDisk();
+    }
+}
+
 // ---- Pages
 
 PageRef FilePager::Read(PageNumber page) {
@@ -73,6 +78,7 @@ PageRef FilePager::Read(PageNumber page) {
 
 PageFrame* FilePager::FrameOf(PageNumber page) {
     if (PageFrame* frame = cache_.Find(page)) return frame;
+    LeaveIfStopRequested();
     if (page >= pageCount_) {
         RaiseCorrupt(path_, "page " + std::to_string(page) + " is asked for, but the file ends at page " +
                                 std::to_string(pageCount_));
@@ -146,6 +152,7 @@ void FilePager::RequireWritable() const {
 
 PageEdit FilePager::Edit(PageNumber page) {
     RequireWritable();
+    LeaveIfStopRequested();
     return EditFrame(FrameOf(page));
 }
 
@@ -222,6 +229,7 @@ void FilePager::Release(PageNumber page) {
 
 void FilePager::BeginUnit() {
     if (undo_.IsEmpty()) {
+        LeaveIfStopRequested();
         AcquireWrite();
         startedClean_ = dirtyCount_ == 0 && !journal_->IsActive();
     }

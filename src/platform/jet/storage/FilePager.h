@@ -56,6 +56,8 @@ public:
     int UnitDepth() const override { return static_cast<int>(undo_.Depth()); }
     void Flush() override;
     void Refresh() override;
+    /// Ends all units and writes what can be written: the file is as if it had been closed.
+    void Settle() noexcept;
     std::uint64_t Generation() const override { return generation_; }
     std::uint64_t LayoutEpoch() const override { return generation_ + releases_; }
 

@@ -134,7 +134,18 @@ Journal::Journal(Storage& storage, const std::string& databasePath)
     : storage_(&storage), path_(PathFor(databasePath)) {}
 
 std::string Journal::PathFor(const std::string& databasePath) {
-    return databasePath + ".mkjournal";
+    constexpr std::string_view kEnding = ".mkjournal";
+    constexpr std::size_t kLongestNameBytes = 255 - std::string_view(".unfit").size();
+    constexpr std::size_t kKeptNameBytes = 200;
+    const std::size_t slash = databasePath.find_last_of("/\\");
+    const std::size_t name = slash == std::string::npos ? 0 : slash + 1;
+    if (databasePath.size() - name + kEnding.size() <= kLongestNameBytes) {
+        return databasePath + std::string(kEnding);
+    }
+    // A name that leaves no room for the ending is cut, and told from others that begin alike by its hash.
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(databasePath.data());
+    const std::uint64_t hash = Hash64(0, {bytes + name, databasePath.size() - name});
+    return databasePath.substr(0, name + kKeptNameBytes) + "." + std::to_string(hash) + std::string(kEnding);
 }
 
 StorageFile& Journal::File() {

@@ -121,6 +121,9 @@ public:
     /// 3204 when the file exists.
     static std::shared_ptr<Pager> Create(Storage& storage, const std::string& path,
                                          const DatabaseHeader& header, const PagerOptions& options = {});
+    /// For a process that exits without closing what it has open: rolls back the open units of all pagers and
+    /// writes what was committed. Whoever still holds one must not use it any more.
+    static void SettleAll() noexcept;
     virtual ~Pager() = default;
 
     virtual const std::string& Path() const = 0;

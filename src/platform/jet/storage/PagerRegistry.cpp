@@ -10,6 +10,7 @@
 #include "platform/errors/RuntimeError.h"
 #include "platform/jet/format/JetErrors.h"
 #include "platform/jet/storage/FilePager.h"
+#include "platform/jet/storage/NewFileGuard.h"
 
 // Opening and creating database files, and finding those this process has open already.
 
@@ -161,16 +162,27 @@ std::shared_ptr<Pager> Pager::Open(Storage& storage, const std::string& path, co
     return pager;
 }
 
+void Pager::SettleAll() noexcept {
+    Registry& registry = OpenPagers();
+    const std::unique_lock lock(registry.mutex, std::try_to_lock);
+    if (!lock) return;  // in the middle of opening one, which nothing was written to yet
+    for (const auto& [key, known] : registry.pagers) {
+        if (const auto pager = known.lock()) pager->Settle();
+    }
+}
+
 std::shared_ptr<Pager> Pager::Create(Storage& storage, const std::string& path, const DatabaseHeader& header,
                                      const PagerOptions& options) {
     Registry& registry = OpenPagers();
     const std::lock_guard lock(registry.mutex);
+    auto file = storage.Open(path, OpenMode::CreateNew);
+    NewFileGuard guard(storage, path);
     OpenedDatabase opened;
     opened.storage = &storage;
     opened.path = path;
     opened.exclusive = true;
     opened.cacheBytes = options.cacheBytes;
-    opened.file = storage.Open(path, OpenMode::CreateNew);
+    opened.file = std::move(file);
     opened.header = header;
     opened.file->TryLock(FilePager::kPresenceLock, 1, true);
     opened.journal = std::make_unique<Journal>(storage, path);
@@ -180,6 +192,7 @@ std::shared_ptr<Pager> Pager::Create(Storage& storage, const std::string& path, 
     pager->FormatNew();
     storage.SyncFolderOf(path);
     registry.pagers[std::make_pair(&storage, storage.Identity(path))] = pager;
+    guard.Finished();
     return pager;
 }
 

@@ -191,7 +191,8 @@ private:
 class PosixStorage final : public Storage {
 public:
     std::unique_ptr<StorageFile> Open(const std::string& path, OpenMode mode) override {
-        int flags = O_CLOEXEC | (mode == OpenMode::ReadOnly ? O_RDONLY : O_RDWR);
+        // Not waiting: a pipe of that name would keep us for ever. It means nothing for files.
+        int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (mode == OpenMode::ReadOnly ? O_RDONLY : O_RDWR);
         if (mode == OpenMode::CreateNew) flags |= O_CREAT | O_EXCL;
         int descriptor = -1;
         do {
@@ -199,9 +200,10 @@ public:
         } while (descriptor < 0 && errno == EINTR);
         if (descriptor < 0) RaiseOpenError(errno, path);
         struct stat status {};
-        if (::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
+        if (::fstat(descriptor, &status) == 0 && !S_ISREG(status.st_mode)) {
             ::close(descriptor);
-            RaiseOpenError(EISDIR, path);
+            if (S_ISDIR(status.st_mode)) RaiseOpenError(EISDIR, path);
+            RaiseJet(JetError::UnrecognizedFormat, {path});  // a device or a pipe
         }
         return std::make_unique<PosixFile>(descriptor, mode != OpenMode::ReadOnly);
     }

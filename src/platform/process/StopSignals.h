@@ -1,0 +1,43 @@
+#pragma once
+
+#include <array>
+
+namespace marrowkit {
+
+/// While it lives, the signals that end a program (the system's SIGTERM, Ctrl-C, a terminal that closes)
+/// become a StopRequest: a database that is being changed would otherwise be left in the middle, with only
+/// the journal beside it to tell, and programs that know nothing of the journal would take it as it is.
+///
+/// Signals about output that cannot go on (a pipe whose reader left, a limit of file sizes) are ignored
+/// meanwhile; the write fails then, and is handled like every other.
+///
+/// Not more than one at a time.
+class StopSignals {
+public:
+    StopSignals();
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+    ~StopSignals();
+
+    /// The signal that came last since the program began; 0 when none did.
+    static int Received();
+    /// Also writes a byte to this descriptor at every signal, to wake up whoever waits at a pipe's other end.
+    static void WakeBy(int descriptor);
+    /// Ends the program the way the signal would have: whoever started it sees what it died of.
+    [[noreturn]] static void EndBy(int signal);
+
+    /// While it lives, signals end the program at once: it waits for a person, and nothing is under way.
+    class Idle {
+    public:
+        Idle();
+        Idle(const Idle&) = delete;
+        Idle& operator=(const Idle&) = delete;
+        ~Idle();
+    };
+
+private:
+    using Handler = void (*)(int);
+    std::array<Handler, 5> before_{};
+};
+
+}  // namespace marrowkit
