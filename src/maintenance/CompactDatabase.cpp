@@ -4,6 +4,7 @@
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/FileSystem.h"
 #include "platform/files/FileTools.h"
+#include "platform/process/StopRequest.h"
 #include "platform/text/Numbers.h"
 
 namespace marrowkit {
@@ -45,6 +46,16 @@ bool Compact(UserInterface& ui, const std::string& databasePath, const std::stri
         "Compacted Database from " + Kilobytes(bytesBefore) + "Kb to " + Kilobytes(bytesAfter) + "Kb.",
         MessageIcon::Information, kTitle);
     return true;
+}
+
+/// A compaction that was told to stop leaves nothing behind. After other errors the file stays: it may help
+/// to find out what is wrong with the database.
+void RemoveUnfinished(const std::string& databasePath, const std::string& temporaryPath) {
+    try {
+        if (PathExists(databasePath)) DeletePath(temporaryPath);
+    } catch (const RuntimeError&) {
+        return;  // the next compaction deletes it
+    }
 }
 
 }  // namespace
@@ -90,6 +101,7 @@ bool CompactSelectedDatabase(UserInterface& ui, const std::string& databasePath,
         }
         return Compact(ui, databasePath, folderPath + kTemporaryName, disk);
     } catch (const RuntimeError& error) {
+        if (IsStopRequested()) RemoveUnfinished(databasePath, folderPath + kTemporaryName);
         ui.ShowMessage("Unable to compact database '" + databasePath + "'." + kBlankLine + error.description +
                            " (" + std::to_string(error.number) + "," +
                            std::to_string(LastPlatformErrorCode()) + ")",

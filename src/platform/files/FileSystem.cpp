@@ -60,8 +60,11 @@ bool IsFolder(std::string_view path) {
 }
 
 std::int64_t FileLength(std::string_view path) {
-    const HostFile file(HostPath(path), HostFile::Mode::Read);
-    return static_cast<std::int64_t>(file.Size());
+    const std::string host = HostPath(path);
+    const auto status = StatusOf(host);
+    if (!status) RaiseForHostPath(ENOENT, host);
+    if (status->kind == HostKind::Folder) RaiseSystemError(EISDIR);
+    return static_cast<std::int64_t>(status->size);
 }
 
 void FileCopy(std::string_view from, std::string_view to) {
@@ -87,6 +90,10 @@ void RenameFile(std::string_view from, std::string_view to) {
     const std::string typed = AsTyped(target, WithoutFinalBackslash(to));
     if (typed == source) Raise(RuntimeErrorNumber::FileAlreadyExists);
     RenameHostEntry(source, typed);
+}
+
+void ReplaceFile(std::string_view from, std::string_view to) {
+    ReplaceHostEntry(HostPath(from), HostPath(to));
 }
 
 void DeletePath(std::string_view path) {

@@ -1,0 +1,87 @@
+#include <cerrno>
+#include <dirent.h>
+#include <filesystem>
+#include <system_error>
+
+#include <sys/stat.h>
+
+#include "platform/errors/RuntimeError.h"
+#include "platform/files/HostFiles.h"
+#include "platform/files/HostStatusPosix.h"
+#include "platform/files/PosixCalls.h"
+
+namespace marrowkit {
+
+using namespace posix;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr mode_t kNewFolderMode = 0777;  // less the umask
+
+}  // namespace
+
+void MakeHostFolder(const std::string& hostPath) {
+    if (mkdir(hostPath.c_str(), kNewFolderMode) == 0) return;
+    const int code = errno;
+    SetLastPlatformErrorCode(code);
+    if (code == EEXIST) Raise(RuntimeErrorNumber::PathFileAccess);
+    if (code == ENOENT) Raise(RuntimeErrorNumber::PathNotFound);
+    RaiseSystemError(code);
+}
+
+bool ForEachHostName(const std::string& hostFolder, const std::function<bool(const char*)>& visit) {
+    HostFolderReader reader(hostFolder);
+    if (!reader.IsOpen()) return false;
+    while (const char* name = reader.NextName()) {
+        if (!visit(name)) break;
+    }
+    return true;
+}
+
+HostFolderReader::HostFolderReader(const std::string& hostFolder) : stream_(opendir(hostFolder.c_str())) {}
+
+HostFolderReader::~HostFolderReader() {
+    if (stream_ != nullptr) closedir(static_cast<DIR*>(stream_));
+}
+
+const char* HostFolderReader::NextName() {
+    name_ = nullptr;
+    if (stream_ == nullptr) return nullptr;
+    while (const dirent* entry = readdir(static_cast<DIR*>(stream_))) {
+        if (IsDotOrDotDot(entry->d_name)) continue;
+        name_ = entry->d_name;
+        break;
+    }
+    return name_;
+}
+
+std::optional<HostStatus> HostFolderReader::Status() const {
+    struct stat info {};
+    if (name_ == nullptr || fstatat(dirfd(static_cast<DIR*>(stream_)), name_, &info, 0) != 0) {
+        return std::nullopt;
+    }
+    return ToStatus(info);
+}
+
+std::string CanonicalHostPath(const std::string& hostPath) {
+    std::error_code error;
+    fs::path path = fs::weakly_canonical(hostPath, error);
+    if (error) path = fs::absolute(hostPath, error).lexically_normal();
+    return path.string();
+}
+
+std::string CurrentHostFolder() {
+    std::error_code error;
+    const fs::path folder = fs::current_path(error);
+    return error ? "/" : folder.string();
+}
+
+std::string ProgramHostFolder() {
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    return error ? CurrentHostFolder() : program.parent_path().string();
+}
+
+}  // namespace marrowkit
