@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/errors/RuntimeError.h"
+#include "platform/process/StopRequest.h"
 
 namespace marrowkit {
 
@@ -22,13 +23,14 @@ public:
 /// the way the runtime does ("Run-time error 'N':" above) and ends the process with exit code 1.
 [[noreturn]] void ReportFatalError(const RuntimeError& error);
 
-/// Runs an event handler; an error that leaves it is fatal. No exception may travel through Qt.
+/// Runs an event handler; an error that leaves it is fatal, unless it is the answer to the wish to end the
+/// program. No exception may travel through Qt.
 template <typename F>
 void RunHandler(F&& handler) {
     try {
         std::forward<F>(handler)();
     } catch (const RuntimeError& error) {
-        ReportFatalError(error);
+        if (!IsStopRequested()) ReportFatalError(error);
     } catch (const std::bad_alloc&) {
         ReportFatalError(RuntimeError(static_cast<int>(RuntimeErrorNumber::OutOfMemory), "Out of memory"));
     } catch (const std::exception& error) {

@@ -12,6 +12,7 @@
 #include <limits>
 
 #include "forms/QtText.h"
+#include "platform/process/StopRequest.h"
 
 namespace marrowkit {
 namespace {
@@ -81,6 +82,7 @@ void KeepLines(QMessageBox& box) {
 
 MessageAnswer ShowMessageBox(QWidget* owner, const std::string& text, MessageIcon icon,
                              const std::string& title, MessageButtons buttons, bool noIsDefault) {
+    if (IsStopRequested()) return buttons == MessageButtons::Ok ? MessageAnswer::Ok : MessageAnswer::No;
     QMessageBox box(owner);
     box.setObjectName(QStringLiteral("messageBox"));
     box.setTextFormat(Qt::PlainText);

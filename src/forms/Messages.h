@@ -8,6 +8,7 @@
 namespace marrowkit {
 
 /// The one door through which every message box is shown. Lines of `text` end in CR LF.
+/// While the program is being ended from outside nothing is shown, and questions are answered with No.
 MessageAnswer ShowMessageBox(QWidget* owner, const std::string& text, MessageIcon icon,
                              const std::string& title, MessageButtons buttons = MessageButtons::Ok,
                              bool noIsDefault = false);

@@ -10,6 +10,9 @@
 #include "global/modGlobal.h"
 #include "platform/installation/BuildVersion.h"
 #include "platform/installation/LibraryChoice.h"
+#include "platform/process/StandardStreams.h"
+#include "platform/process/StopSignals.h"
+#include "shell/EndOnSignals.h"
 #include "shell/frmMain.h"
 
 namespace marrowkit {
@@ -74,9 +77,20 @@ bool ChooseLibrary(bool again) {
     return true;
 }
 
+/// In force while the application object is made: what is fatal then is a display that cannot be reached.
+void ExplainMissingDisplay(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
+    if (type != QtFatalMsg) return;
+    std::cerr << "Marrowkit needs a display and cannot use one here.\n"
+              << FromQt(text) << "\n\n"
+              << "marrowkit-cli does the same work without windows.\n";
+    std::_Exit(1);
+}
+
 int Run(int argc, char** argv) {
     if (AnsweredInText(argc, argv)) return 0;
+    const QtMessageHandler before = qInstallMessageHandler(ExplainMissingDisplay);
     Application application(argc, argv);
+    qInstallMessageHandler(before);
     QApplication::setApplicationName(QStringLiteral("Marrowkit"));
     QApplication::setDesktopFileName(QStringLiteral("marrowkit"));
     int exitCode = 0;
@@ -85,6 +99,7 @@ int Run(int argc, char** argv) {
         modGlobal::Start();
         const std::string commandLine = FromQt(QApplication::arguments().mid(1).join(QLatin1Char(' ')));
         frmMain window(commandLine);
+        const EndOnSignals ending(window);
         window.Start();
         exitCode = QApplication::exec();
     });
@@ -95,5 +110,9 @@ int Run(int argc, char** argv) {
 }  // namespace marrowkit
 
 int main(int argc, char** argv) {
-    return marrowkit::Run(argc, argv);
+    marrowkit::OccupyStandardStreams();
+    const int exitCode = marrowkit::Run(argc, argv);
+    const int signal = marrowkit::StopSignals::Received();
+    if (signal != 0) marrowkit::StopSignals::EndBy(signal);
+    return exitCode;
 }
