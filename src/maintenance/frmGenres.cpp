@@ -116,7 +116,7 @@ frmGenres::frmGenres(QWidget* owner) : QDialog(owner) {
 }
 
 frmGenres::~frmGenres() {
-    CloseDatabase();
+    frmGenres::CloseDatabase();
 }
 
 void frmGenres::CloseDatabase() noexcept {

@@ -56,7 +56,7 @@ frmRemoveRec::frmRemoveRec(QWidget* owner, UserInterface& ui) : QDialog(owner), 
 }
 
 frmRemoveRec::~frmRemoveRec() {
-    CloseDatabase();
+    frmRemoveRec::CloseDatabase();
 }
 
 void frmRemoveRec::CloseDatabase() noexcept {

@@ -149,7 +149,7 @@ Value Recordset::State::Read(std::size_t field) const {
     return result->Read(record_, field);
 }
 
-void Recordset::State::Write(std::size_t field, Value value) {
+void Recordset::State::Write(std::size_t field, const Value& value) {
     if (mode_ == Mode::Reading) RaiseJet(JetError::UpdateWithoutEdit);
     const jet::Column& column = result->ItsTable()->Columns()[TableColumn(field)];
     if (mode_ == Mode::Editing && column.autoNumber) RaiseJet(JetError::RecordLocked);

@@ -6,8 +6,8 @@
 #include <optional>
 
 #ifndef _WIN32
+#include <clocale>
 #include <langinfo.h>
-#include <locale.h>
 #endif
 
 #include <array>

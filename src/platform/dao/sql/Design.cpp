@@ -30,7 +30,7 @@ std::string FreeName(jet::Database& database, const std::vector<jet::Index>& ind
                      const std::string& start) {
     const std::vector<jet::Relationship> relationships = database.Relationships();
     for (int number = 0;; ++number) {
-        const std::string name = number == 0 ? start : start + std::to_string(number);
+        std::string name = number == 0 ? start : start + std::to_string(number);
         const bool used = std::any_of(indexes.begin(), indexes.end(),
                                       [&](const jet::Index& index) { return SameName(index.name, name); }) ||
                           std::any_of(relationships.begin(), relationships.end(),

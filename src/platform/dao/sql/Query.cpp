@@ -156,6 +156,7 @@ private:
                       AccessPath& path) const {
         if (select_.top) return false;
         std::vector<OrderColumn> columns;
+        columns.reserve(order.size());
         for (std::size_t i = 0; i < order.size(); ++i) {
             const Node& node = order[i].Root();
             if (node.kind != NodeKind::Slot) return false;

@@ -103,8 +103,8 @@ void JoinStream::FindPartners() {
         lookup_.reset();
         if (std::any_of(values.begin(), values.end(), [](const jet::Value& v) { return jet::IsNull(v); }))
             return;
-        lookup_ = source.table->OpenIndexScan(plan_.lookupIndex, jet::IndexRange::Equal(std::move(values)),
-                                              source.columns);
+        lookup_ =
+            source.table->OpenIndexScan(plan_.lookupIndex, jet::IndexRange::Equal(values), source.columns);
         return;
     }
     if (!rightRead_) ReadRight();

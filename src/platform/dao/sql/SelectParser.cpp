@@ -97,9 +97,7 @@ private:
         do {
             if (AtListEnd() || AtReservedWord()) RaiseJet(JetError::SelectSyntax);
             SelectItem item;
-            if (tokens_->TakeSymbol("*")) {
-                if (!AtListEnd()) RaiseJet(JetError::SelectSyntax);
-            } else if (TakeTableStar(item)) {
+            if (tokens_->TakeSymbol("*") || TakeTableStar(item)) {
                 if (!AtListEnd()) RaiseJet(JetError::SelectSyntax);
             } else {
                 item.value = ParseValue();

@@ -1,6 +1,7 @@
 #include "platform/dao/sql/StreamBuilder.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/dao/sql/SqlErrors.h"
 #include "platform/errors/RuntimeError.h"
@@ -191,11 +192,12 @@ void StreamBuilder::PlanLookup(const Place& right, double leftRows, std::vector<
         distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
         if (order.size() != plan.equal.size() || distinct.size() != order.size()) continue;
         std::vector<JoinStream::EqualPair> sorted;
+        sorted.reserve(order.size());
         for (const std::size_t pair : order) sorted.push_back(std::move(plan.equal[pair]));
         plan.equal = std::move(sorted);
         plan.lookupSource = right.source;
         plan.lookupIndex = i;
-        plan.lookupConditions = std::move(rightConditions);
+        plan.lookupConditions = std::exchange(rightConditions, {});
         return;
     }
 }

@@ -109,7 +109,7 @@ jet::Value TableResult::Compute(std::size_t column) {
         }
         return (*values_)[place];
     }
-    const jet::Value value = output.expression.Evaluate(*values_);
+    jet::Value value = output.expression.Evaluate(*values_);
     if (const auto* truth = std::get_if<bool>(&value))
         return std::int16_t{static_cast<std::int16_t>(*truth ? -1 : 0)};
     return value;

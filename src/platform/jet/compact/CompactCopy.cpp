@@ -122,6 +122,7 @@ std::vector<CopiedTable> WriteCopy(const CheckFile& source, Storage& storage, co
     CopyContext context{source, target, maps, storage, targetPath + ".sort", {}};
     ReserveDefinitions(source, target, tables, context.newTablePages);
     std::vector<CopiedTable> copied;
+    copied.reserve(tables.size());
     for (const SourceTable& table : tables) {
         copied.push_back(OnTable(source.Path(), table.name, [&] { return CopyTable(context, table); }));
     }

@@ -43,7 +43,7 @@ std::int64_t DayOf(jet::DateTime moment) {
 
 std::int64_t SecondsOf(jet::DateTime moment) {
     const CalendarTime time = TakeApart(moment);
-    return DayOf(moment) * 86400 + time.hour * 3600 + time.minute * 60 + time.second;
+    return ((DayOf(moment) * 24 + time.hour) * 60 + time.minute) * 60 + time.second;
 }
 
 /// Dates run from year 100 to 9999.

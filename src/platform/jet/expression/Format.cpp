@@ -138,10 +138,10 @@ std::string FormatNumber(double number, std::string_view section, bool showMinus
         } else if (c == '\\') {
             if (++i < section.size()) text += section[i];
         } else if (c == '0' || c == '#' || c == '.' || c == ',') {
-            if (!digitsDone)
-                text += whole +
-                        (picture.places > 0 || section.find('.') != std::string_view::npos ? "." : "") +
-                        places;
+            if (!digitsDone) {
+                const bool point = picture.places > 0 || section.find('.') != std::string_view::npos;
+                text.append(whole).append(point ? "." : "").append(places);
+            }
             digitsDone = true;
         } else if ((c == 'E' || c == 'e') && picture.exponentDigits > 0 && i + 1 < section.size()) {
             std::string digits = std::to_string(std::abs(exponent));
