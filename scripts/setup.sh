@@ -7,7 +7,7 @@
 set -euo pipefail
 
 build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev qt6-base-dev qt6-svg-dev libgl1-mesa-dev python3)
-tests=(libgtest-dev libgmock-dev libsqlite3-dev mdbtools procps)
+tests=(libgtest-dev libgmock-dev libsqlite3-dev mdbtools procps faketime xdotool xvfb)
 benchmarks=(libbenchmark-dev libsqlite3-dev libdeflate-dev zlib1g-dev mdbtools rhash sqlite3)
 
 packages=("${build[@]}")
