@@ -104,7 +104,7 @@ bool CompactSelectedDatabase(UserInterface& ui, const std::string& databasePath,
         if (IsStopRequested()) RemoveUnfinished(databasePath, folderPath + kTemporaryName);
         ui.ShowMessage("Unable to compact database '" + databasePath + "'." + kBlankLine + error.description +
                            " (" + std::to_string(error.number) + "," +
-                           std::to_string(LastPlatformErrorCode()) + ")",
+                           std::to_string(error.platformCode) + ")",
                        MessageIcon::Error, kErrorTitle);
         return false;
     }

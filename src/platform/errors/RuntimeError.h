@@ -3,7 +3,6 @@
 #include <exception>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace marrowkit {
 
@@ -13,13 +12,16 @@ namespace marrowkit {
 /// Conditions that a caller expects (a missing file, a version too old) are asked about and answered, not
 /// thrown.
 struct RuntimeError : std::exception {
-    RuntimeError(int number_, std::string description_)
-        : number(number_), description(std::move(description_)) {}
+    /// Takes along the code of the system call that has just failed, when SetLastPlatformErrorCode told one.
+    RuntimeError(int number_, std::string description_);
 
     const char* what() const noexcept override { return description.c_str(); }
 
     int number;
     std::string description;
+    /// errno (GetLastError on Windows) of the failed system call that this error tells of; 0 when it tells of
+    /// none, whatever else may have failed and been dealt with before.
+    int platformCode;
 };
 
 /// Numbers of the runtime's own errors, as far as anything here raises them. DAO's numbers are in
@@ -73,11 +75,12 @@ RuntimeErrorNumber RuntimeErrorOfSystemCode(int systemCode);
 /// errno (GetLastError on Windows) of the system call that failed last in our own calls; 0 if none has since
 /// the program or ClearLastPlatformErrorCode().
 int LastPlatformErrorCode();
+/// Also the platform code of the RuntimeError that is made next, and of no other: call it right before.
 void SetLastPlatformErrorCode(int systemCode);
 void ClearLastPlatformErrorCode();
 
 /// What an import stage returns for a trapped error: description, two blanks, "(number,code)", where code is
-/// the last platform error code. An empty text means success everywhere else.
+/// the error's platform code. An empty text means success everywhere else.
 std::string ErrorText(const RuntimeError& error);
 
 }  // namespace marrowkit

@@ -134,8 +134,14 @@ constexpr std::array kSystemCodes = {
 #endif
 
 int lastPlatformErrorCode = 0;
+int codeOfNextError = 0;
 
 }  // namespace
+
+RuntimeError::RuntimeError(int number_, std::string description_)
+    : number(number_),
+      description(std::move(description_)),
+      platformCode(std::exchange(codeOfNextError, 0)) {}
 
 std::string_view RuntimeErrorText(int number) {
     for (const NumberedText& entry : kTexts) {
@@ -170,15 +176,15 @@ int LastPlatformErrorCode() {
     return lastPlatformErrorCode;
 }
 void SetLastPlatformErrorCode(int systemCode) {
-    lastPlatformErrorCode = systemCode;
+    lastPlatformErrorCode = codeOfNextError = systemCode;
 }
 void ClearLastPlatformErrorCode() {
-    lastPlatformErrorCode = 0;
+    lastPlatformErrorCode = codeOfNextError = 0;
 }
 
 std::string ErrorText(const RuntimeError& error) {
     return error.description + "  (" + std::to_string(error.number) + "," +
-           std::to_string(LastPlatformErrorCode()) + ")";
+           std::to_string(error.platformCode) + ")";
 }
 
 }  // namespace marrowkit

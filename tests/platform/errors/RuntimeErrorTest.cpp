@@ -69,6 +69,17 @@ TEST(ErrorText, NamesTheNumberAndTheLastPlatformCode) {
     EXPECT_EQ(LastPlatformErrorCode(), 0);
 }
 
+TEST(ErrorText, DoesNotNameTheCodeOfAnEarlierFailure) {
+    try {
+        RaiseSystemError(2);
+    } catch (const RuntimeError& error) {
+        EXPECT_EQ(error.platformCode, 2);
+        EXPECT_EQ(ErrorText({3075, "Syntax error."}), "Syntax error.  (3075,0)");
+        EXPECT_EQ(ErrorText(error),
+                  std::string(RuntimeErrorText(error.number)) + "  (" + std::to_string(error.number) + ",2)");
+    }
+}
+
 #ifndef _WIN32
 struct SystemCase {
     int code;
