@@ -25,6 +25,19 @@ std::string NeedHostPath(std::string_view path) {
     RaiseJet(JetError::InvalidPath, {std::string(path)});
 }
 
+/// The engine below knows host paths only, and so do its messages; whoever reads them knows this one.
+template <class Work>
+auto NamedAs(std::string_view path, const Work& work) {
+    const std::string host = NeedHostPath(path);
+    try {
+        return work(host);
+    } catch (RuntimeError& error) {
+        const std::size_t at = error.description.find(host);
+        if (at != std::string::npos) error.description.replace(at, host.size(), path);
+        throw;
+    }
+}
+
 /// Another process's flush can come between two pages of a read. The read is told so before it has changed or
 /// answered anything, and sees the new state when it starts again; only a file that never comes to rest is
 /// reported to the caller.
@@ -161,8 +174,9 @@ void Database::Close() {
 Database DBEngine::OpenDatabase(std::string_view path) {
     auto state = std::make_unique<Database::State>();
     state->connection = std::make_shared<Connection>();
-    state->connection->session =
-        OnSettledState([&] { return Session::Of(jet::Database::Open(NeedHostPath(path))); });
+    state->connection->session = NamedAs(path, [](const std::string& host) {
+        return OnSettledState([&] { return Session::Of(jet::Database::Open(host)); });
+    });
     return Database(std::move(state));
 }
 
@@ -177,7 +191,8 @@ void DBEngine::SettleOpenDatabases() noexcept {
 Database DBEngine::CreateDatabase(std::string_view path, jet::JetVersion version) {
     auto state = std::make_unique<Database::State>();
     state->connection = std::make_shared<Connection>();
-    state->connection->session = Session::Of(jet::Database::Create(NeedHostPath(path), version));
+    state->connection->session = NamedAs(
+        path, [&](const std::string& host) { return Session::Of(jet::Database::Create(host, version)); });
     return Database(std::move(state));
 }
 

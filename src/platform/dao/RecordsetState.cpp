@@ -24,8 +24,9 @@ Recordset::State::State(std::shared_ptr<Connection> itsConnection, RecordsetType
     : connection(std::move(itsConnection)),
       type(itsType),
       result(std::move(itsResult)),
-      names(NamesOf(*result)) {
-    edited_.resize(result->Columns().size());
+      names(NamesOf(*result)),
+      table_(result->ItsTable()) {
+    assigned_.resize(result->Columns().size());
     if (result->Reach(0)) {
         empty_ = false;
         Visit(0);
@@ -50,6 +51,7 @@ void Recordset::State::Close() {
     const std::shared_ptr<Connection> closing = std::move(connection);
     connection.reset();
     result.reset();
+    table_.reset();
     if (changed_) closing->Flush();
 }
 
@@ -64,13 +66,14 @@ void Recordset::State::CheckCurrent() const {
 
 void Recordset::State::CheckUpdatable() const {
     if (type == RecordsetType::Snapshot) RaiseJet(JetError::NotSupported);
-    if (!result->ItsTable()) RaiseJet(JetError::ReadOnly);
+    if (!table_) RaiseJet(JetError::ReadOnly);
 }
 
 void Recordset::State::LeaveMode() {
     if (mode_ == Mode::Reading) return;
     mode_ = Mode::Reading;
-    std::fill(edited_.begin(), edited_.end(), std::nullopt);
+    assignments_.clear();
+    std::fill(assigned_.begin(), assigned_.end(), kNotAssigned);
 }
 
 void Recordset::State::Visit(std::size_t record) {
@@ -127,7 +130,7 @@ void Recordset::State::MovePrevious() {
 }
 
 std::int32_t Recordset::State::RecordCount() const {
-    if (type == RecordsetType::Table) return static_cast<std::int32_t>(result->ItsTable()->RowCount());
+    if (type == RecordsetType::Table) return static_cast<std::int32_t>(table_->RowCount());
     const auto gone = std::count_if(deleted_.begin(), deleted_.end(),
                                     [this](std::size_t record) { return record < visited_; });
     return static_cast<std::int32_t>(visited_ - static_cast<std::size_t>(gone));
@@ -140,10 +143,12 @@ std::size_t Recordset::State::TableColumn(std::size_t field) const {
 }
 
 Value Recordset::State::Read(std::size_t field) const {
-    if (mode_ != Mode::Reading && edited_[field]) return *edited_[field];
+    if (mode_ != Mode::Reading && assigned_[field] != kNotAssigned) {
+        return assignments_[assigned_[field] - 1].value;
+    }
     if (mode_ == Mode::Adding) {
         const auto column = result->Columns()[field].tableColumn;
-        return column ? result->ItsTable()->DefaultOf(*column) : Value();
+        return column ? table_->DefaultOf(*column) : Value();
     }
     CheckCurrent();
     return result->Read(record_, field);
@@ -151,20 +156,31 @@ Value Recordset::State::Read(std::size_t field) const {
 
 void Recordset::State::Write(std::size_t field, const Value& value) {
     if (mode_ == Mode::Reading) RaiseJet(JetError::UpdateWithoutEdit);
-    const jet::Column& column = result->ItsTable()->Columns()[TableColumn(field)];
+    const std::size_t position = TableColumn(field);
+    const jet::Column& column = table_->Columns()[position];
     if (mode_ == Mode::Editing && column.autoNumber) RaiseJet(JetError::RecordLocked);
-    edited_[field] = jet::ConvertFor(column, value);
+    Assign(field, position,
+           jet::NeedsConversion(column, value) ? jet::ConvertFor(column, value) : std::move(value));
+}
+
+void Recordset::State::Assign(std::size_t field, std::size_t column, Value value) {
+    if (assigned_[field] == kNotAssigned) {
+        assignments_.push_back({column, std::move(value)});
+        assigned_[field] = assignments_.size();
+    } else {
+        assignments_[assigned_[field] - 1].value = std::move(value);
+    }
 }
 
 void Recordset::State::AddNew() {
     CheckUpdatable();
     LeaveMode();
     mode_ = Mode::Adding;
-    const std::shared_ptr<jet::Table> table = result->ItsTable();
-    for (std::size_t field = 0; field < edited_.size(); ++field) {
+    const std::vector<jet::Column>& columns = table_->Columns();
+    for (std::size_t field = 0; field < assigned_.size(); ++field) {
         const auto column = result->Columns()[field].tableColumn;
-        if (!column || !table->Columns()[*column].autoNumber) continue;
-        if (const auto number = table->TakeAutoNumber()) edited_[field] = *number;
+        if (!column || !columns[*column].autoNumber) continue;
+        if (const auto number = table_->TakeAutoNumber()) Assign(field, *column, *number);
         changed_ = true;
         break;
     }
@@ -176,31 +192,21 @@ void Recordset::State::Edit() {
     LeaveMode();
     // Reading makes sure that nobody else deleted the record.
     result->Forget();
-    if (!edited_.empty()) result->Read(record_, 0);
+    if (!assigned_.empty()) result->Read(record_, 0);
     mode_ = Mode::Editing;
-}
-
-std::vector<jet::Assignment> Recordset::State::Assignments() const {
-    std::vector<jet::Assignment> assignments;
-    assignments.reserve(edited_.size());
-    for (std::size_t field = 0; field < edited_.size(); ++field)
-        if (edited_[field]) assignments.push_back({*result->Columns()[field].tableColumn, *edited_[field]});
-    return assignments;
 }
 
 /// The current record stays the current one, also behind AddNew.
 void Recordset::State::Update() {
     if (mode_ == Mode::Reading) RaiseJet(JetError::UpdateWithoutEdit);
-    const std::shared_ptr<jet::Table> table = result->ItsTable();
-    const std::vector<jet::Assignment> assignments = Assignments();
     changed_ = true;
     if (mode_ == Mode::Adding) {
-        connection->session->BeforeInsert(*table);
-        const std::size_t added = result->Append(table->Insert(assignments));
+        connection->session->BeforeInsert(*table_);
+        const std::size_t added = result->Append(table_->Insert(assignments_));
         visited_ = std::max(visited_, added + 1);
     } else {
-        connection->session->BeforeChange(*table);
-        table->Update(result->IdOf(record_), assignments);
+        connection->session->BeforeChange(*table_);
+        table_->Update(result->IdOf(record_), assignments_);
     }
     result->Forget();
     LeaveMode();
@@ -215,10 +221,9 @@ void Recordset::State::Delete() {
     CheckUpdatable();
     CheckCurrent();
     LeaveMode();
-    const std::shared_ptr<jet::Table> table = result->ItsTable();
-    connection->session->BeforeChange(*table);
+    connection->session->BeforeChange(*table_);
     changed_ = true;
-    table->Delete(result->IdOf(record_));
+    table_->Delete(result->IdOf(record_));
     result->Forget();
     deleted_.insert(record_);
 }

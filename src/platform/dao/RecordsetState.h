@@ -55,9 +55,10 @@ private:
     void StepForward(std::size_t from);
     void Visit(std::size_t record);
     bool IsLive(std::size_t record) const { return !deleted_.contains(record); }
-    std::vector<jet::Assignment> Assignments() const;
+    void Assign(std::size_t field, std::size_t column, Value value);
     std::size_t TableColumn(std::size_t field) const;
 
+    std::shared_ptr<jet::Table> table_;  ///< whose rows the records are; null when they are computed
     Place place_ = Place::BehindLast;
     bool empty_ = true;  ///< BOF and EOF at once
     std::size_t record_ = 0;
@@ -65,7 +66,9 @@ private:
     std::size_t firstLive_ = 0;  ///< no record before it is left
     std::unordered_set<std::size_t> deleted_;
     Mode mode_ = Mode::Reading;
-    std::vector<std::optional<Value>> edited_;
+    static constexpr std::size_t kNotAssigned = 0;
+    std::vector<jet::Assignment> assignments_;  ///< while adding or editing
+    std::vector<std::size_t> assigned_;         ///< by field: one more than its place in assignments_
     bool changed_ = false;
 
     friend class Recordset;
