@@ -1,9 +1,11 @@
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
 #include "cli/Commands.h"
 #include "cli/DatabaseArgument.h"
@@ -104,6 +106,15 @@ private:
         }
     }
 
+    /// The error alone does not say which of many thousand games it was.
+    void NameFailedEntry(const ImportTables& tables) {
+        if (!tables.FailedEntry) return;
+        const DatafileEntry& entry = tables.Entries[*tables.FailedEntry];
+        session_.Fail("The game that could not be added, number " + std::to_string(*tables.FailedEntry + 1) +
+                      " of " + std::to_string(tables.EntryCount()) + ": " + entry.Name +
+                      " (file name: " + entry.FileName + ")");
+    }
+
     void WriteReport() {
         if (PrintsReport()) {
             WriteImportReport(report_, *session_.Rows(ImportReportColumns()));
@@ -121,11 +132,15 @@ private:
         ImportTables tables;
         const bool done = RunImport(settings_, tables, progress, ui, hooks);
         settings_.ImportCancelled = progress.Cancelled();
+        written_ = tables.GamesWritten;
+        stages_ = progress.Stages();
+        NameFailedEntry(tables);
         return done;
     }
 
     void TakeResults(const ImportTables& tables) {
         games_ = tables.EntryCount();
+        files_ = tables.FileCount();
         for (const DatafileEntry& entry : tables.Entries) found_ += entry.Matched ? 1 : 0;
         if (!WantsReport() || !settings_.ScanForRoms) return;
         std::vector<ReportRow> matches = ExplainMatches(settings_, tables);
@@ -136,9 +151,23 @@ private:
     void WriteResult() {
         const std::string path = settings_.ImportIntoExisting ? settings_.ExistingDatabasePath
                                                               : DatabasePathOf(settings_.DatabaseName);
-        const auto rows = session_.Rows({"Database", "Entries", "Found"});
-        rows->Write({path, games_, found_});
+        if (session_.json) return WriteJsonResult(path);
+        const auto rows = session_.Rows({"Database", "Entries", "Written", "Found", "Files"});
+        rows->Write({path, games_, written_, found_, files_});
         rows->Finish();
+    }
+
+    void WriteJsonResult(const std::string& path) {
+        nlohmann::ordered_json result = {{"Database", path},
+                                         {"Entries", games_},
+                                         {"Written", written_},
+                                         {"Found", found_},
+                                         {"Files", files_}};
+        result["Stages"] = nlohmann::ordered_json::array();
+        for (const TerminalProgress::Stage& stage : stages_) {
+            result["Stages"].push_back({{"Stage", stage.prompt}, {"Seconds", stage.seconds}});
+        }
+        session_.Out() << result.dump(2) << '\n';
     }
 
     Session& session_;
@@ -148,6 +177,9 @@ private:
     std::vector<ReportRow> report_;
     std::int32_t games_ = 0;
     std::int32_t found_ = 0;
+    std::int32_t written_ = 0;
+    std::int32_t files_ = 0;
+    std::vector<TerminalProgress::Stage> stages_;
 };
 
 template <std::size_t count>
@@ -206,7 +238,9 @@ void AddImportCommand(CLI::App& app, Session& session) {
     AddOptions(*command, *arguments);
     command->footer(
         "Ctrl-C cancels, until the database is being written. The report is written also\n"
-        "when the import fails: it names the lines that cannot be read.\n"
+        "when the import fails: it names the lines that cannot be read. Written counts the\n"
+        "games added, Found those with a file, Files what the ROM folder holds; --json\n"
+        "tells how long each stage took as well.\n"
         "\n"
         "Examples:\n"
         "  marrowkit-cli import 'Atari ST - TOSEC.dat'\n"

@@ -7,7 +7,9 @@
 
 namespace marrowkit::cli {
 
-/// Another user interface, whose messages do not run into a progress line that is being drawn.
+/// Another user interface, whose messages do not run into a progress line that is being drawn. A message with
+/// the words of the one before, in a second box with another title, is printed once: a terminal shows no
+/// titles.
 class ProgressUserInterface : public UserInterface {
 public:
     ProgressUserInterface(UserInterface& ui, TerminalProgress& progress) : ui_(ui), progress_(progress) {}
@@ -16,6 +18,8 @@ public:
                               MessageButtons buttons = MessageButtons::Ok,
                               bool noIsDefault = false) override {
         progress_.Clear();
+        if (buttons == MessageButtons::Ok && text == lastNotice_) return MessageAnswer::Ok;
+        lastNotice_ = buttons == MessageButtons::Ok ? text : "";
         return ui_.ShowMessage(text, icon, title, buttons, noIsDefault);
     }
     std::string StatusText() const override { return ui_.StatusText(); }
@@ -29,6 +33,7 @@ public:
 private:
     UserInterface& ui_;
     TerminalProgress& progress_;
+    std::string lastNotice_;
 };
 
 }  // namespace marrowkit::cli

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include "cli/Interrupt.h"
 #include "import/ImportProgress.h"
@@ -11,7 +12,8 @@
 namespace marrowkit::cli {
 
 /// Shows an import's progress on standard error: on a terminal as one line that is drawn over and over, with
-/// a bar; elsewhere as a line for each stage. Ctrl-C cancels, as long as the import can be cancelled.
+/// a bar, count, rate and time left; elsewhere as a line for each stage. Ctrl-C cancels, as long as the
+/// import can be cancelled.
 class TerminalProgress : public ImportProgress {
 public:
     enum class Style { Silent, Lines, Bar };
@@ -34,7 +36,17 @@ public:
     /// Clears the drawn line, so that a message can be printed in its place.
     void Clear();
 
+    /// A stage by its prompt and how long it took, or has taken so far.
+    struct Stage {
+        std::string prompt;
+        double seconds = 0;
+    };
+    std::vector<Stage> Stages() const;
+
 private:
+    using Clock = std::chrono::steady_clock;
+
+    std::string Pace() const;
     std::string Line() const;
     void Draw();
 
@@ -50,7 +62,9 @@ private:
     bool cancelled_ = false;
     std::size_t drawnCharacters_ = 0;
     std::uint32_t eventRuns_ = 0;
-    std::chrono::steady_clock::time_point lastDrawn_;
+    Clock::time_point lastDrawn_;
+    std::vector<std::string> prompts_;
+    std::vector<Clock::time_point> starts_;  ///< of each stage
 };
 
 }  // namespace marrowkit::cli

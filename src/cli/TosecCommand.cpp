@@ -6,6 +6,7 @@
 
 #include "cli/Commands.h"
 #include "import/TosecName.h"
+#include "platform/errors/RuntimeError.h"
 
 namespace marrowkit::cli {
 
@@ -15,16 +16,23 @@ int RunTosec(Session& session, const std::vector<std::string>& names) {
     const auto rows = session.Rows({"Name", "Title", "YearId", "Publisher", "Language", "Cracker", "Trainers",
                                     "PalNtsc", "PublicDomain", "VersionComment", "SaveFix"});
     TosecParser parser;
+    int result = kDone;
     for (const std::string& name : names) {
         DatafileEntry entry;
         entry.Name = name;
         entry.FileName = name;
-        parser.Parse(entry);
-        rows->Write({name, entry.Name, entry.YearId, entry.Publisher, entry.Language, entry.Cracker,
-                     entry.Trainers, entry.PalNtsc, entry.PublicDomain, entry.VersionComment, entry.SaveFix});
+        try {
+            parser.Parse(entry);
+        } catch (const RuntimeError& error) {
+            result = session.Fail(error.description + ": " + name);
+            continue;
+        }
+        rows->Write({name, entry.Name, entry.YearId, entry.Publisher.Text(), entry.Language.Text(),
+                     entry.Cracker.Text(), entry.Trainers, entry.PalNtsc, entry.PublicDomain.Text(),
+                     entry.VersionComment.Text(), entry.SaveFix});
     }
     rows->Finish();
-    return kDone;
+    return result;
 }
 
 }  // namespace
@@ -36,6 +44,7 @@ void AddTosecCommand(CLI::App& app, Session& session) {
     command->footer(
         "YearId is the row of the frontend's table Years (1: unknown year). Trainers: 0 none, -1 an unknown\n"
         "number. PalNtsc: 0 PAL, 1 PAL+NTSC, 2 NTSC, 3 unknown. Cracker: ~NONE~ for a game without one.\n"
+        "A name with a trainer count beyond 2147483647 is an error, which would end an import.\n"
         "\n"
         "Examples:\n"
         "  marrowkit-cli tosec 'Gem (1991)(Kaiko)(de)[cr ICS][t +2].st'\n"

@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "maintenance/SchemaNames.h"
-#include "platform/text/Text.h"
 #include "platform/text/Utf8.h"
 
 namespace marrowkit {
@@ -106,25 +105,14 @@ constexpr FieldRule kFields[] = {
 
 }  // namespace
 
-/// Field by its name raises 3265 when there is none.
-std::size_t GameRecordWriter::PositionOf(std::string_view field) {
-    for (std::size_t position = 0; position < games_.FieldCount(); ++position) {
-        if (EqualNoCase(games_.Fields(position).Name(), field)) return position;
-    }
-    games_.Fields(field);
-    return games_.FieldCount();
-}
-
 void GameRecordWriter::Add(const DatafileEntry& entry, const GameFacts& facts, bool scanForRoms) {
     games_.AddNew();
-    if (positions_.empty()) {
-        for (const FieldRule& rule : kFields) positions_.push_back(PositionOf(rule.field));
+    if (fields_.empty()) {
+        for (const FieldRule& rule : kFields) fields_.push_back(games_.Fields(rule.field));
     }
     const Game game{entry, facts, scanForRoms};
-    std::size_t index = 0;
-    for (const FieldRule& rule : kFields) {
-        games_.Fields(positions_[index++]).SetValue(rule.value(game));
-    }
+    auto field = fields_.begin();
+    for (const FieldRule& rule : kFields) (field++)->SetValue(rule.value(game));
     if (facts.setLengthType) games_.Fields(fields::kLengthType).SetValue(kUnknownLengthType);
     games_.Update();
 }

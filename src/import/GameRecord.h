@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -38,8 +37,8 @@ struct GameFacts {
     bool setLengthType = false;
 };
 
-/// Adds one row to table Games, with every field that an import sets. Keeps where the fields are in the
-/// recordset from row to row.
+/// Adds one row to table Games, with every field that an import sets. Looks the
+/// fields up once, not for each row.
 class GameRecordWriter {
 public:
     /// `games` must outlive the object.
@@ -49,10 +48,8 @@ public:
     void Add(const DatafileEntry& entry, const GameFacts& facts, bool scanForRoms);
 
 private:
-    std::size_t PositionOf(std::string_view field);
-
     dao::Recordset& games_;
-    std::vector<std::size_t> positions_;  ///< in the order of the field table; filled at the first row
+    std::vector<dao::Field> fields_;  ///< in the order of the field table; filled at the first row
 };
 
 }  // namespace marrowkit

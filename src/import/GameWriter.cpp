@@ -60,11 +60,21 @@ template <typename FactsOf>
 void AddEntries(dao::Recordset& games, const ImportSettings& settings, ImportTables& tables,
                 ImportProgress& progress, FactsOf factsOf) {
     GameRecordWriter writer(games);
-    std::int32_t index = 0;
-    for (DatafileEntry& entry : tables.Entries) {
-        if (!entry.Name.empty()) writer.Add(entry, factsOf(entry), settings.ScanForRoms);
-        progress.SetBarValue(index++);
-        progress.LetEventsRun();
+    tables.GamesWritten = 0;
+    std::size_t index = 0;
+    try {
+        for (; index < tables.Entries.size(); ++index) {
+            DatafileEntry& entry = tables.Entries[index];
+            if (!entry.Name.empty()) {
+                writer.Add(entry, factsOf(entry), settings.ScanForRoms);
+                ++tables.GamesWritten;
+            }
+            progress.SetBarValue(static_cast<std::int32_t>(index));
+            progress.LetEventsRun();
+        }
+    } catch (const RuntimeError&) {
+        tables.FailedEntry = index;
+        throw;
     }
 }
 

@@ -10,7 +10,7 @@ namespace marrowkit {
 
 /// Adds every entry that has a name to table Games of the database file at `databasePath`. Cannot be
 /// cancelled. Returns an empty text, or the text of the error that ended it: the games written before it stay
-/// in the database.
+/// in the database, and tables.FailedEntry is the one that was not.
 std::string WriteGames(const std::string& databasePath, const ImportSettings& settings, ImportTables& tables,
                        ImportProgress& progress);
 

@@ -18,6 +18,11 @@ namespace marrowkit {
 namespace {
 
 constexpr std::string_view kUtf8Separator = "\xC2\xAC";
+constexpr std::string_view kZip = ".zip";
+
+// Fields Filename and CRC of the frontend's table Games.
+constexpr std::size_t kFileNameCharacters = 255;
+constexpr std::size_t kCrcCharacters = 64;
 
 ReportRow Hint(std::string text) {
     ReportRow row;
@@ -57,6 +62,7 @@ public:
             Skip(number, name, "its size ends the import: " + error.description);
         }
         if (name.empty()) Skip(number, name, "no name: not written into the database");
+        TellTooLong(number, name, fields);
     }
 
     std::vector<ReportRow> Rows(std::string_view bytes, const std::string& version) && {
@@ -85,12 +91,34 @@ public:
 
 private:
     void Skip(std::size_t number, std::string_view name, std::string why) {
+        Add("skipped line", number, name, std::move(why));
+    }
+
+    void Add(const char* kind, std::size_t number, std::string_view name, std::string what) {
         ReportRow row;
-        row.kind = "skipped line";
+        row.kind = kind;
         row.line = number;
         row.name = Cp1252ToUtf8(name);
-        row.detail = std::move(why);
+        row.detail = std::move(what);
         skipped_.push_back(std::move(row));
+    }
+
+    /// Names are cut to what the frontend's fields hold, file names and checksums are not.
+    void TellTooLong(std::size_t number, std::string_view name, const GamesLine& fields) {
+        constexpr std::size_t kCrcColumn = 6;
+        const std::size_t fileName = fields.at(static_cast<std::size_t>(settings_.FileColumn)).size() +
+                                     (settings_.AddZipExtension ? kZip.size() : 0);
+        if (!settings_.ScanForRoms && fileName > kFileNameCharacters) {
+            Add("too long", number, name,
+                "its file name has " + std::to_string(fileName) + " characters, the database takes " +
+                    std::to_string(kFileNameCharacters) + ": the import ends there");
+        }
+        if (fields[kCrcColumn].size() > kCrcCharacters) {
+            Add("too long", number, name,
+                "its checksum has " + std::to_string(fields[kCrcColumn].size()) +
+                    " characters, the database takes " + std::to_string(kCrcCharacters) +
+                    ": the import ends there");
+        }
     }
 
     const ImportSettings& settings_;

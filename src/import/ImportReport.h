@@ -13,7 +13,8 @@ namespace marrowkit {
 
 /// One thing worth knowing about an import. Nothing here changes what an import does.
 struct ReportRow {
-    std::string kind;  ///< "hint", "skipped line", "found", "missing", "near miss", "duplicate file", ...
+    std::string
+        kind;  ///< "hint", "skipped line", "too long", "found", "missing", "near miss", "duplicate file", ...
     std::optional<std::size_t> line;  ///< of the datafile, from 1
     std::string name;                 ///< of the game
     std::string file;                 ///< below the ROM folder

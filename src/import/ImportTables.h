@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,9 @@ struct ImportTables {
     /// Extensions each followed by ";". Two forms: ".ZIP;.D64;" when only matching extensions are searched,
     /// otherwise "zip;part2.zip;". The new database's Emulators.ini receives it as it stands.
     std::string RomExtensionList;
+    /// The entry that the writer could not add, with which it ended.
+    std::optional<std::size_t> FailedEntry;
+    std::int32_t GamesWritten = 0;
 
     std::int32_t EntryCount() const { return static_cast<std::int32_t>(Entries.size()); }
     std::int32_t EntryUpper() const { return EntryCount() - 1; }

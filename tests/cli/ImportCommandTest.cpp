@@ -56,7 +56,8 @@ protected:
 TEST_F(ImportCommand, MakesADatabaseNamedAfterTheDatafile) {
     const CommandLineRun run = Run({Datafile("Games.dat", Line("A", "a") + Line("B", "b"))});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.out, "Database,Entries,Found\n\"" + database_.LibraryRoot() + "Games\\Games.mdb\",2,0\n");
+    EXPECT_EQ(run.out, "Database,Entries,Written,Found,Files\n\"" + database_.LibraryRoot() +
+                           "Games\\Games.mdb\",2,2,0,0\n");
     EXPECT_EQ(run.err,
               "Loading Datafile into memory...\nCreating New Database...\nAdding games to database...\n"
               "You will need to run \"Scan and Fix Errors\" on this database file before you can use it.\n");
@@ -78,7 +79,7 @@ TEST_F(ImportCommand, ScansForRoms) {
     const CommandLineRun run =
         Run({datafile, "--into", "Arcade", "--roms", (folder_ / "roms").string(), "--match-extensions"});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_THAT(run.out, EndsWith(",2,1\n"));
+    EXPECT_THAT(run.out, EndsWith(",2,2,1,1\n"));
     EXPECT_THAT(run.err, HasSubstr("Grabbing CRC-32 values for 1 files...\nCRC-32/Size Matches found:\n"));
     EXPECT_THAT(database_.Rows("SELECT Filename, CCode FROM Games ORDER BY GA_Id"),
                 testing::ElementsAre("Sub\\found.zip|2", "|4"));
@@ -172,6 +173,47 @@ TEST_F(ImportCommand, RemindsOfScanAndFixAlsoWhenAddingGamesFailed) {
     EXPECT_THAT(database_.Rows("SELECT Name FROM Games"), testing::ElementsAre("A"));
 }
 
+TEST_F(ImportCommand, NamesTheGameThatCouldNotBeAdded) {
+    const std::string datafile =
+        Datafile("Games.dat", Line("A", "a") + Line("B", std::string(256, 'b')) + Line("C", "c"));
+    const CommandLineRun run = Run({datafile});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.err,
+                HasSubstr("  (3163,0)\nThe game that could not be added, number 2 of 3: B (file name: "
+                          "bbb"));
+    // What was made and written stays.
+    EXPECT_TRUE(Exists("Games/Games.mdb"));
+    const CommandLineRun dry = Run({datafile, "--name", "Other", "--dry-run"});
+    EXPECT_EQ(dry.exitCode, 0);
+    EXPECT_THAT(dry.out, HasSubstr("\"too long\",5,\"B\",\"\",\"\",,\"its file name has 256 characters"));
+}
+
+TEST_F(ImportCommand, SummarisesAsJson) {
+    const std::string datafile = Datafile("Games.dat", Line("A", "a.zip", "CBF43926", "9") + Line("", "b"));
+    const CommandLineRun run = Run({datafile, "--json", "--quiet", "--roms", (folder_ / "roms").string()});
+    EXPECT_EQ(run.exitCode, 0);
+    const auto result = nlohmann::json::parse(run.out);
+    EXPECT_EQ(result["Database"], database_.LibraryRoot() + "Games\\Games.mdb");
+    EXPECT_EQ(result["Entries"], 2);
+    EXPECT_EQ(result["Written"], 1);
+    EXPECT_EQ(result["Found"], 1);
+    EXPECT_EQ(result["Files"], 3);
+    ASSERT_EQ(result["Stages"].size(), 6U);
+    EXPECT_EQ(result["Stages"][0]["Stage"], "Loading Datafile into memory...");
+    EXPECT_GE(result["Stages"][5]["Seconds"], 0.0);
+}
+
+TEST_F(ImportCommand, SaysOnceThatEmptyMdbIsMissing) {
+    fs::remove(database_.LibraryFolder() / "Empty.mdb");
+    const CommandLineRun run = Run({Datafile("Games.dat", Line("A", "a"))});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err,
+              "Loading Datafile into memory...\nCreating New Database...\n"
+              "Could not find Empty.mdb in the Vellora installation folder.\n\n"
+              "You can download another Empty.mdb file from the Vellora web site.\n");
+    EXPECT_FALSE(Exists("Games"));
+}
+
 TEST_F(ImportCommand, ExplainsAFailureToo) {
     const std::string lineFeeds = (folder_ / "lf.dat").string();
     WriteFile(lineFeeds, "[DAT]\nversion=2.00\n" + Line("A", "a"));
@@ -191,7 +233,7 @@ TEST_F(ImportCommand, WritesItsReportIntoAFile) {
     const std::string roms = (folder_ / "roms").string();
     const CommandLineRun csv = Run({datafile, "--roms", roms, "--report", (folder_ / "r.csv").string()});
     EXPECT_EQ(csv.exitCode, 0);
-    EXPECT_THAT(csv.out, HasSubstr("Database,Entries,Found\n"));
+    EXPECT_THAT(csv.out, HasSubstr("Database,Entries,Written,Found,Files\n"));
     EXPECT_EQ(ReadFile(folder_ / "r.csv"),
               "Kind,Line,Name,File,CRC,Size,Detail\n"
               "\"found\",,\"A\",\"Sub\\found.zip\",\"CBF43926\",9,\"\"\n"

@@ -50,6 +50,45 @@ TEST(TerminalProgress, DrawsABarOverTheSameLineAndClearsIt) {
     EXPECT_EQ(err.str().find('\n'), std::string::npos);
 }
 
+TEST(TerminalProgress, ShowsCountRateAndTimeLeftAfterAWhile) {
+    std::ostringstream err;
+    TerminalProgress progress(err, Style::Bar);
+    progress.SetPrompt("Adding...");
+    progress.SetBarRange(0, 999);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    progress.SetBarValue(499);
+    for (int i = 0; i < 64; ++i) progress.LetEventsRun();
+    EXPECT_THAT(err.str(), testing::ContainsRegex("#\\.+\\] 49% 500/1000, [0-9]+/s, 0:0[0-9] left"));
+}
+
+TEST(TerminalProgress, NeverDrawsALineThatTheTerminalWouldBreak) {
+    std::ostringstream err;
+    TerminalProgress progress(err, Style::Bar);
+    const std::string longPrompt(75, 'x');
+    progress.SetPrompt(longPrompt);
+    progress.SetBarRange(0, 100);
+    progress.SetBarValue(50);
+    std::this_thread::sleep_for(std::chrono::milliseconds(120));
+    for (int i = 0; i < 64; ++i) progress.LetEventsRun();
+    EXPECT_EQ(err.str(), "\r" + longPrompt + "\r" + longPrompt + " 50%");
+    progress.SetPrompt(std::string(300, 'y'));
+    EXPECT_THAT(err.str(), testing::EndsWith("%\r" + std::string(79, 'y')));
+}
+
+TEST(TerminalProgress, RemembersItsStages) {
+    std::ostringstream err;
+    TerminalProgress progress(err, Style::Silent);
+    progress.SetPrompt("Loading...");
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    progress.SetPrompt("Writing...");
+    const auto stages = progress.Stages();
+    ASSERT_EQ(stages.size(), 2U);
+    EXPECT_EQ(stages[0].prompt, "Loading...");
+    EXPECT_GE(stages[0].seconds, 0.02);
+    EXPECT_EQ(stages[1].prompt, "Writing...");
+    EXPECT_LT(stages[1].seconds, stages[0].seconds + 1);
+}
+
 TEST(TerminalProgress, CancelsAtAnInterruptUnlessThatIsNoLongerPossible) {
     std::ostringstream err;
     TerminalProgress progress(err, Style::Lines);

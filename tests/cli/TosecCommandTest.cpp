@@ -28,6 +28,14 @@ TEST(TosecCommand, WritesJson) {
     EXPECT_EQ(document[0]["VersionComment"], " [trained]");
 }
 
+TEST(TosecCommand, LetsEveryNameStandAlone) {
+    const CommandLineRun run = RunCli({"tosec", "A (1985)(S)", "B [t +99999999999]", "C (1986)(T)"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "Overflow: B [t +99999999999]\n");
+    EXPECT_THAT(run.out, testing::HasSubstr("\n\"A (1985)(S)\",\"A \",25,"));
+    EXPECT_THAT(run.out, testing::HasSubstr("\n\"C (1986)(T)\",\"C \",26,"));
+}
+
 TEST(TosecCommand, NeedsAName) {
     EXPECT_EQ(RunCli({"tosec"}).exitCode, 2);
 }
