@@ -215,7 +215,7 @@ TEST_P(ProgramStatements, LookupRecordsAreListedReplacedAndDeleted) {
         const std::string key(table.keyField);
         EXPECT_THAT(ListLookupRecords(database, table.deletionList), testing::Contains(LookupRecord{100, ""}))
             << name;
-        const auto replacements = ListLookupRecords(database, ReplacementQuery(table, 100));
+        const auto replacements = ListLookupRecords(database, ReplacementStatement(table, 100));
         ASSERT_FALSE(replacements.empty()) << name;
         EXPECT_THAT(replacements, testing::Not(testing::Contains(LookupRecord{100, ""}))) << name;
         database.Execute("UPDATE Games SET " + key + "=" + std::to_string(replacements[0].id) + " WHERE " +

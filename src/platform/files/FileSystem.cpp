@@ -92,10 +92,6 @@ void RenameFile(std::string_view from, std::string_view to) {
     RenameHostEntry(source, typed);
 }
 
-void ReplaceFile(std::string_view from, std::string_view to) {
-    ReplaceHostEntry(HostPath(from), HostPath(to));
-}
-
 void DeletePath(std::string_view path) {
     if (path.empty()) Raise(RuntimeErrorNumber::PathFileAccess);
     std::string host = HostPath(path);

@@ -30,10 +30,6 @@ void MakeFolder(std::string_view path);
 /// across file systems.
 void RenameFile(std::string_view from, std::string_view to);
 
-/// Puts a file in the place of another one (or of none), in one step: at every moment one of the two is there
-/// under that name. Raises 53 without a source, 75 for a folder, 74 across file systems, 70 when it may not.
-void ReplaceFile(std::string_view from, std::string_view to);
-
 /// Deletes a file, or a folder with everything in it, read-only entries too. Links are deleted, never
 /// followed. Nothing there is no error. Raises 70 (75 for a folder) when something cannot be deleted; what
 /// is gone by then stays gone. A drive's root and an empty path are refused with 75.

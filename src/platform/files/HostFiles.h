@@ -77,10 +77,6 @@ void MakeHostFolder(const std::string& hostPath);
 /// Raises 58 when the new name exists, 74 across file systems.
 void RenameHostEntry(const std::string& from, const std::string& to);
 
-/// Renames a file over another one, if there is one: what has the new name is the one or the other at every
-/// moment, also when the machine stops. Raises 74 across file systems, 75 for a folder in the way.
-void ReplaceHostEntry(const std::string& from, const std::string& to);
-
 /// Removes a file, a link (never what it leads to) or a folder with everything in it. Nothing there is fine.
 /// Raises 70 for an entry that cannot be removed, 75 for a folder.
 void RemoveHostTree(const std::string& hostPath);

@@ -126,12 +126,4 @@ void RenameHostEntry(const std::string& from, const std::string& to) {
     RaiseForHostPath(code, code == ENOENT && LinkStatusOf(from) ? to : from);
 }
 
-void ReplaceHostEntry(const std::string& from, const std::string& to) {
-    if (rename(from.c_str(), to.c_str()) != 0) {
-        const int code = errno;
-        RaiseForHostPath(code, code == ENOENT && LinkStatusOf(from) ? to : from);
-    }
-    SyncFolderOf(to);
-}
-
 }  // namespace marrowkit
