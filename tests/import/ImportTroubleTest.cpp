@@ -1,0 +1,312 @@
+// Imports under circumstances that nobody wants: what is missing, locked, damaged, very large or oddly named.
+
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "checksum/clsCRC.h"
+#include "global/modGlobal.h"
+#include "import/DatafileChoice.h"
+#include "import/ImportEngine.h"
+#include "import/RecordingProgress.h"
+#include "maintenance/FrontendDatabase.h"
+#include "platform/errors/RuntimeError.h"
+#include "platform/files/HostPath.h"
+#include "platform/files/Paths.h"
+#include "platform/text/Numbers.h"
+#include "support/RecordingUserInterface.h"
+
+namespace marrowkit {
+namespace {
+
+namespace fs = std::filesystem;
+using test::FrontendDatabase;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+std::string Line(const std::string& name, const std::string& file, const std::string& crc = "1",
+                 const std::string& size = "1") {
+    return "\xAC"
+           "p\xAC"
+           "p\xAC" +
+           name +
+           "\xAC"
+           "d\xAC" +
+           file + "\xAC" + crc + "\xAC" + size + "\xAC\xAC\xAC\r\n";
+}
+
+class ImportTrouble : public testing::Test {
+protected:
+    explicit ImportTrouble(jet::JetVersion format = jet::JetVersion::Jet4) : database(2, 5, format) {
+        modGlobal::LibraryRoot = database.LibraryRoot();
+        fs::copy_file(database.HostFile(), Library("Empty.mdb"));
+        settings.DatabaseName = "Fresh";
+        settings.NewFolderPath = database.LibraryRoot() + "Fresh";
+        settings.NewFolderPathSlash = settings.NewFolderPath + "\\";
+        settings.RomPathSlash = "\\";
+    }
+
+    fs::path Library(const std::string& name) const { return database.LibraryFolder() / name; }
+
+    void Datafile(const std::string& bytes) {
+        test::WriteFile(folder / "games.dat", bytes);
+        settings.DatafilePath = WindowsPath((folder / "games.dat").string());
+    }
+    void Games(const std::string& lines) { Datafile("[DAT]\r\nversion=2.00\r\n[GAMES]\r\n" + lines); }
+
+    void Roms() {
+        settings.ScanForRoms = true;
+        fs::create_directories(folder / "roms");
+        settings.RomPath = WindowsPath((folder / "roms").string());
+        settings.RomPathSlash = WithFinalBackslash(settings.RomPath);
+    }
+
+    void IntoExisting() {
+        settings.ImportIntoExisting = true;
+        settings.ExistingDatabasePath = database.Path();
+        settings.NewFolderPath = settings.NewFolderPathSlash = "";
+    }
+
+    bool Run() {
+        ui.messages.clear();
+        return RunImport(settings, tables, progress, ui);
+    }
+    std::string Message() const { return ui.messages.size() == 1 ? ui.messages[0].text : "not one message"; }
+
+    std::vector<std::string> FreshRows(const std::string& sql) const {
+        dao::Database fresh = dao::DBEngine().OpenDatabase(settings.NewFolderPath + "\\Fresh.mdb");
+        dao::Recordset rows = fresh.OpenRecordset(sql);
+        std::vector<std::string> values;
+        for (; !rows.EOF_(); rows.MoveNext()) values.push_back(std::get<std::string>(rows.Fields(0).Value()));
+        return values;
+    }
+
+    FrontendDatabase database;
+    test::TemporaryFolder folder;
+    ImportSettings settings;
+    ImportTables tables;
+    test::RecordingProgress progress;
+    test::RecordingUserInterface ui;
+};
+
+TEST_F(ImportTrouble, ADatafileOf0BytesHasNoVersionAndNoGames) {
+    Datafile("");
+    EXPECT_FALSE(AcceptDatafile(ui, settings.DatafilePath, settings));
+    EXPECT_EQ(Message(), "This datafile was not found to be version 2.00!\r\n\r\nReported version is: []");
+    for (const bool skip : {false, true}) {
+        settings.SkipDuplicates = skip;
+        EXPECT_FALSE(Run());
+        EXPECT_EQ(Message(), "There were no games to import!");
+    }
+    EXPECT_FALSE(fs::exists(Library("Fresh")));
+}
+
+TEST_F(ImportTrouble, ADatafileWithoutADatSectionIsRefusedHoweverManyGamesItHas) {
+    Datafile("[GAMES]\r\nversion=2.00\r\n" + Line("A", "a"));
+    EXPECT_FALSE(AcceptDatafile(ui, settings.DatafilePath, settings));
+    EXPECT_THAT(Message(), testing::EndsWith("Reported version is: []"));
+}
+
+TEST_F(ImportTrouble, ADatafileWithLfEndsIsAcceptedAndHasNoGames) {
+    Datafile(
+        "[DAT]\nversion=2.00\n[GAMES]\n\xAC"
+        "p\xAC"
+        "p\xAC"
+        "A\xAC"
+        "d\xAC"
+        "a\xAC"
+        "1\xAC"
+        "1\xAC\xAC\xAC\n");
+    EXPECT_TRUE(AcceptDatafile(ui, settings.DatafilePath, settings));
+    EXPECT_FALSE(Run());
+    EXPECT_EQ(Message(), "There were no games to import!");
+}
+
+TEST_F(ImportTrouble, ImportingTwiceIntoADatabaseAddsTheGamesTwiceAndTheNamesOnce) {
+    Games(Line("A (1985)(Softco)(de)[cr XYZ]", "A (1985)(Softco)(de)[cr XYZ].st") + Line("B", "b"));
+    IntoExisting();
+    const std::string crackers = database.One("SELECT COUNT(*) FROM Crackers");
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(Run()) << Message();
+    }
+    EXPECT_EQ(database.One("SELECT COUNT(*) FROM Games"), "4");
+    EXPECT_EQ(database.One("SELECT COUNT(*) FROM Crackers"), crackers);
+    settings.TosecNames = true;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(Run()) << Message();
+    }
+    EXPECT_EQ(database.One("SELECT COUNT(*) FROM Games"), "8");
+    for (const char* count : {"SELECT COUNT(*) FROM Publishers WHERE Publisher = \"Softco\"",
+                              "SELECT COUNT(*) FROM Crackers WHERE Cracker = \"XYZ\"",
+                              "SELECT COUNT(*) FROM Languages WHERE Language = \"German\""}) {
+        EXPECT_EQ(database.One(count), "1") << count;
+    }
+    EXPECT_THAT(database.Problems(), IsEmpty());
+}
+
+TEST_F(ImportTrouble, ATemplateWithoutAFixedRowEndsTheImportWithTheRelationsError) {
+    dao::Database empty = dao::DBEngine().OpenDatabase(database.LibraryRoot() + "Empty.mdb");
+    empty.Execute("DELETE * FROM Crackers WHERE CR_Id = 7");
+    empty.Execute(
+        "ALTER TABLE Games ADD CONSTRAINT CrackersGames FOREIGN KEY (CR_Id) REFERENCES Crackers (CR_Id)");
+    empty.Close();
+    settings.TosecNames = true;
+    Games(Line("A (1985)(S)[cr X]", "A (1985)(S)[cr X].st") + Line("B (1985)(S)", "B (1985)(S).st"));
+    EXPECT_FALSE(Run());
+    EXPECT_THAT(Message(), testing::EndsWith("  (3201,0)"));
+    EXPECT_TRUE(settings.ImportSucceeded);
+    EXPECT_EQ(tables.FailedEntry, 1U);
+    EXPECT_THAT(FreshRows("SELECT Name FROM Games"), ElementsAre("A "));
+}
+
+TEST_F(ImportTrouble, AReadOnlyTemplateGivesADatabaseThatCanBeWritten) {
+    fs::permissions(Library("Empty.mdb"), fs::perms::owner_read);
+    Games(Line("A", "a"));
+    const bool done = Run();
+    // Copied with its permissions, the new file cannot be written by anyone who is not root.
+    if (geteuid() == 0) {
+        EXPECT_TRUE(done);
+        EXPECT_THAT(FreshRows("SELECT Name FROM Games"), ElementsAre("A"));
+    } else {
+        EXPECT_FALSE(done);
+        EXPECT_THAT(Message(), testing::ContainsRegex("  \\(30[0-9]+,[0-9]+\\)$"));
+    }
+}
+
+TEST_F(ImportTrouble, AFolderInPlaceOfTheTemplateIsNoTemplate) {
+    fs::remove(Library("Empty.mdb"));
+    fs::create_directory(Library("Empty.mdb"));
+    Games(Line("A", "a"));
+    EXPECT_FALSE(Run());
+    EXPECT_THAT(ui.messages[0].text, StartsWith("Could not find Empty.mdb"));
+    EXPECT_FALSE(fs::exists(Library("Fresh")));
+}
+
+TEST_F(ImportTrouble, ATemplateThatCannotBeReadLeavesAFolderWithoutADatabase) {
+    if (geteuid() == 0) GTEST_SKIP() << "root may read everything";
+    fs::permissions(Library("Empty.mdb"), fs::perms::none);
+    Games(Line("A", "a"));
+    EXPECT_FALSE(Run());
+    EXPECT_THAT(Message(), testing::ContainsRegex("  \\([0-9]+,13\\)$"));
+    EXPECT_TRUE(fs::exists(Library("Fresh/Gfx")));
+    EXPECT_FALSE(fs::exists(Library("Fresh/Fresh.mdb")));
+    EXPECT_FALSE(settings.ImportSucceeded);
+}
+
+TEST_F(ImportTrouble, ATemplateThatIsNoDatabaseFailsWhenGamesAreToBeAdded) {
+    test::WriteFile(Library("Empty.mdb"), "no database");
+    Games(Line("A", "a"));
+    EXPECT_FALSE(Run());
+    EXPECT_THAT(Message(), testing::ContainsRegex("  \\([0-9]+,0\\)$"));
+    EXPECT_TRUE(settings.ImportSucceeded);
+}
+
+TEST_F(ImportTrouble, AFileNameThatTheFieldCannotHoldEndsTheImport) {
+    Games(Line("A", "a") + Line("B", std::string(256, 'b')) + Line("C", "c"));
+    EXPECT_FALSE(Run());
+    EXPECT_THAT(Message(), testing::EndsWith("  (3163,0)"));
+    EXPECT_EQ(tables.FailedEntry, 1U);
+    EXPECT_EQ(tables.GamesWritten, 1);
+    EXPECT_THAT(FreshRows("SELECT Name FROM Games"), ElementsAre("A"));
+    fs::remove_all(Library("Fresh"));
+    Games(Line("A", std::string(255, 'a')));
+    EXPECT_TRUE(Run());
+}
+
+TEST_F(ImportTrouble, ADatabaseThatIsMissingIsNamedByItsWindowsPath) {
+    Games(Line("A", "a"));
+    IntoExisting();
+    settings.ExistingDatabasePath = database.LibraryRoot() + "Arcade\\Gone.mdb";
+    EXPECT_FALSE(Run());
+    EXPECT_THAT(Message(), HasSubstr(settings.ExistingDatabasePath));
+    EXPECT_THAT(Message(), testing::EndsWith("  (3024,2)"));
+}
+
+TEST_F(ImportTrouble, RomsThatCannotBeOpenedEndTheScanWithTheirError) {
+    if (geteuid() == 0) GTEST_SKIP() << "root may read everything";
+    Games(Line("A", "a"));
+    Roms();
+    test::WriteFile(folder / "roms/secret", "x");
+    fs::permissions(folder / "roms/secret", fs::perms::none);
+    EXPECT_FALSE(Run());
+    EXPECT_EQ(Message(), "Path/File access error  (75,13)");
+    EXPECT_FALSE(fs::exists(Library("Fresh")));
+}
+
+TEST_F(ImportTrouble, LinksInALoopAndLinksToNothingAreLeftOut) {
+    Games(Line("A", "a", "CBF43926", "9"));
+    Roms();
+    test::WriteFile(folder / "roms/Sub/a", "123456789");
+    fs::create_directory_symlink(folder / "roms", folder / "roms/Sub/up");
+    fs::create_symlink(folder / "roms/two", folder / "roms/one");
+    fs::create_symlink(folder / "roms/one", folder / "roms/two");
+    fs::create_symlink(folder / "gone", folder / "roms/dangling");
+    EXPECT_TRUE(Run()) << Message();
+    EXPECT_THAT(FreshRows("SELECT Filename FROM Games"), ElementsAre("Sub\\a"));
+    EXPECT_THAT(progress.prompts, testing::Contains("Grabbing CRC-32 values for 2 files..."));
+}
+
+TEST_F(ImportTrouble, RomNamesOfAnyAlphabetAreFoundAndWritten) {
+    const std::vector<std::string> names = {"Pok\u00E9mon \u20AC.zip", "\u30C6\u30C8\u30EA\u30B9.zip",
+                                            "\U0001F3AE.zip"};
+    std::string lines;
+    Roms();
+    for (const std::string& name : names) {
+        test::WriteFile(folder / "roms" / name, name);
+        lines += Line(
+            "Game", "x.zip",
+            Hex(clsCRC().CalculateBytes({reinterpret_cast<const std::uint8_t*>(name.data()), name.size()})),
+            std::to_string(name.size()));
+    }
+    Games(lines);
+    EXPECT_TRUE(Run()) << Message();
+    EXPECT_THAT(FreshRows("SELECT Filename FROM Games ORDER BY GA_Id"), testing::ElementsAreArray(names));
+}
+
+TEST_F(ImportTrouble, AFolderOf100000FilesIsScanned) {
+    constexpr int kFiles = 100'000;
+    Games(Line("A", "a", "CBF43926", "9"));
+    Roms();
+    // Links to one file: as many directory entries, and far less work for the disk.
+    test::WriteFile(folder / "rom", "123456789");
+    constexpr int kLinksOfAFile = 30'000;  // file systems allow about twice as many
+    fs::path target = folder / "rom";
+    for (int i = 0; i < kFiles; ++i) {
+        if (i % kLinksOfAFile == 0) {
+            target = folder / ("rom" + std::to_string(i));
+            test::WriteFile(target, "123456789");
+        }
+        fs::create_hard_link(target, folder / "roms" / (std::to_string(i) + ".rom"));
+    }
+    EXPECT_TRUE(Run()) << Message();
+    EXPECT_THAT(progress.prompts, testing::Contains("Grabbing CRC-32 values for 100000 files..."));
+    const std::vector<std::string> found = FreshRows("SELECT Filename FROM Games");
+    ASSERT_THAT(found, SizeIs(1));
+    EXPECT_THAT(found[0], testing::EndsWith(".rom"));
+}
+
+class ImportTroubleJet3 : public ImportTrouble {
+protected:
+    ImportTroubleJet3() : ImportTrouble(jet::JetVersion::Jet3) {}
+};
+
+// That format holds characters of code page 1252 only.
+TEST_F(ImportTroubleJet3, RomNamesBeyondTheCodePageLoseTheirCharacters) {
+    Roms();
+    const std::string name = "Pok\u00E9mon \u30C6.zip";
+    test::WriteFile(folder / "roms" / name, "123456789");
+    Games(Line("Game", "x.zip", "CBF43926", "9"));
+    EXPECT_TRUE(Run()) << Message();
+    EXPECT_THAT(FreshRows("SELECT Filename FROM Games"), ElementsAre("Pok\u00E9mon ?.zip"));
+}
+
+}  // namespace
+}  // namespace marrowkit
