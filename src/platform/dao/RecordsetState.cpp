@@ -154,7 +154,7 @@ Value Recordset::State::Read(std::size_t field) const {
     return result->Read(record_, field);
 }
 
-void Recordset::State::Write(std::size_t field, const Value& value) {
+void Recordset::State::Write(std::size_t field, Value value) {
     if (mode_ == Mode::Reading) RaiseJet(JetError::UpdateWithoutEdit);
     const std::size_t position = TableColumn(field);
     const jet::Column& column = table_->Columns()[position];

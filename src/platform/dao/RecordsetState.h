@@ -36,7 +36,7 @@ struct Recordset::State {
     std::int32_t RecordCount() const;
 
     Value Read(std::size_t field) const;
-    void Write(std::size_t field, const Value& value);
+    void Write(std::size_t field, Value value);
     void AddNew();
     void Edit();
     void Update();
