@@ -109,5 +109,9 @@ std::string CanonicalHostPath(const std::string& hostPath);
 std::string CurrentHostFolder();
 /// The folder that holds the running program's file.
 std::string ProgramHostFolder();
+/// Where our settings go, which need not exist: $XDG_CONFIG_HOME/marrowkit (a relative one is to be ignored)
+/// or
+/// ~/.config/marrowkit. Empty when the environment names neither.
+std::string SettingsHostFolder();
 
 }  // namespace marrowkit

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <cstdlib>
 #include <dirent.h>
 #include <filesystem>
 #include <system_error>
@@ -82,6 +83,14 @@ std::string ProgramHostFolder() {
     std::error_code error;
     const fs::path program = fs::read_symlink("/proc/self/exe", error);
     return error ? CurrentHostFolder() : program.parent_path().string();
+}
+
+std::string SettingsHostFolder() {
+    const char* config = std::getenv("XDG_CONFIG_HOME");
+    if (config != nullptr && config[0] == '/') return std::string(config) + "/marrowkit";
+    const char* home = std::getenv("HOME");
+    if (home != nullptr && home[0] == '/') return std::string(home) + "/.config/marrowkit";
+    return "";
 }
 
 }  // namespace marrowkit

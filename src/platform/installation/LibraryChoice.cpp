@@ -1,6 +1,5 @@
 #include "platform/installation/LibraryChoice.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
@@ -13,17 +12,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Empty when the environment names no place for settings.
-std::string ConfigFolder() {
-    const char* config = std::getenv("XDG_CONFIG_HOME");
-    if (config != nullptr && config[0] == '/') return std::string(config) + "/marrowkit";
-    const char* home = std::getenv("HOME");
-    if (home != nullptr && home[0] == '/') return std::string(home) + "/.config/marrowkit";
-    return "";
-}
-
-std::string ChoiceFile(const std::string& configFolder) {
-    return configFolder + "/library";
+std::string ChoiceFile(const std::string& settingsFolder) {
+    return settingsFolder + "/library";
 }
 
 }  // namespace
@@ -39,19 +29,19 @@ bool IsInstalledIn(const std::string& programFolder) {
 }
 
 std::string RememberedLibrary() {
-    const std::string folder = ConfigFolder();
+    const std::string folder = SettingsHostFolder();
     if (folder.empty() || !StatusOf(ChoiceFile(folder))) return "";
     const std::string text = ReadHostFile(ChoiceFile(folder));
     return text.substr(0, text.find('\n'));
 }
 
 void RememberLibrary(const std::string& folder) {
-    const std::string config = ConfigFolder();
-    if (config.empty()) Raise(RuntimeErrorNumber::PathNotFound);
+    const std::string settings = SettingsHostFolder();
+    if (settings.empty()) Raise(RuntimeErrorNumber::PathNotFound);
     std::error_code failure;
-    fs::create_directories(config, failure);
-    if (failure) RaiseForHostPath(failure.value(), config);
-    ReplaceHostFile(ChoiceFile(config), folder + "\n");
+    fs::create_directories(settings, failure);
+    if (failure) RaiseForHostPath(failure.value(), settings);
+    ReplaceHostFile(ChoiceFile(settings), folder + "\n");
 }
 
 }  // namespace marrowkit

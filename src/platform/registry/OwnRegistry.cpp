@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
@@ -21,15 +20,6 @@ namespace marrowkit {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Where the user's settings go; empty when the environment does not say.
-std::string ConfigFolder() {
-    const char* config = std::getenv("XDG_CONFIG_HOME");
-    if (config != nullptr && config[0] == '/') return config;  // a relative one is to be ignored
-    const char* home = std::getenv("HOME");
-    if (home != nullptr && home[0] == '/') return std::string(home) + "/.config";
-    return "";
-}
 
 /// A file of ours without a mark was saved by something that writes the code page.
 std::string Decode(const std::string& bytes, FileEncoding encoding) {
@@ -113,8 +103,8 @@ private:
 }  // namespace
 
 std::unique_ptr<RegistryBackend> MakeOwnRegistry() {
-    const std::string folder = ConfigFolder();
-    return MakeOwnRegistry(folder.empty() ? "" : folder + "/marrowkit/registry.reg");
+    const std::string folder = SettingsHostFolder();
+    return MakeOwnRegistry(folder.empty() ? "" : folder + "/registry.reg");
 }
 
 std::unique_ptr<RegistryBackend> MakeOwnRegistry(std::string hostPath) {
