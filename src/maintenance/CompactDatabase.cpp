@@ -50,9 +50,10 @@ bool Compact(UserInterface& ui, const std::string& databasePath, const std::stri
 
 /// A compaction that was told to stop leaves nothing behind. After other errors the file stays: it may help
 /// to find out what is wrong with the database.
-void RemoveUnfinished(const std::string& databasePath, const std::string& temporaryPath) {
+void RemoveUnfinished(const std::string& databasePath, const std::string& temporaryPath,
+                      CompactionDisk& disk) {
     try {
-        if (PathExists(databasePath)) DeletePath(temporaryPath);
+        if (PathExists(databasePath)) disk.Delete(temporaryPath);
     } catch (const RuntimeError&) {
         return;  // the next compaction deletes it
     }
@@ -101,10 +102,10 @@ bool CompactSelectedDatabase(UserInterface& ui, const std::string& databasePath,
         }
         return Compact(ui, databasePath, folderPath + kTemporaryName, disk);
     } catch (const RuntimeError& error) {
-        if (IsStopRequested()) RemoveUnfinished(databasePath, folderPath + kTemporaryName);
+        if (IsStopRequested()) RemoveUnfinished(databasePath, folderPath + kTemporaryName, disk);
         ui.ShowMessage("Unable to compact database '" + databasePath + "'." + kBlankLine + error.description +
-                           " (" + std::to_string(error.number) + "," +
-                           std::to_string(error.platformCode) + ")",
+                           " (" + std::to_string(error.number) + "," + std::to_string(error.platformCode) +
+                           ")",
                        MessageIcon::Error, kErrorTitle);
         return false;
     }
