@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/CommandLineTester.h"
+#include "import/GamesLine.h"
 #include "maintenance/FrontendDatabase.h"
 #include "platform/files/HostPath.h"
 #include "support/TemporaryFolder.h"
@@ -16,17 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::EndsWith;
 using testing::HasSubstr;
-
-std::string Line(const std::string& name, const std::string& file, const std::string& crc = "1",
-                 const std::string& size = "1") {
-    return "\xAC"
-           "p\xAC"
-           "p\xAC" +
-           name +
-           "\xAC"
-           "d\xAC" +
-           file + "\xAC" + crc + "\xAC" + size + "\xAC\xAC\xAC\r\n";
-}
 
 class ImportCommand : public testing::Test {
 protected:
@@ -54,7 +44,7 @@ protected:
 };
 
 TEST_F(ImportCommand, MakesADatabaseNamedAfterTheDatafile) {
-    const CommandLineRun run = Run({Datafile("Games.dat", Line("A", "a") + Line("B", "b"))});
+    const CommandLineRun run = Run({Datafile("Games.dat", GamesLine("A", "a") + GamesLine("B", "b"))});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out, "Database,Entries,Written,Found,Files\n\"" + database_.LibraryRoot() +
                            "Games\\Games.mdb\",2,2,0,0\n");
@@ -65,17 +55,18 @@ TEST_F(ImportCommand, MakesADatabaseNamedAfterTheDatafile) {
 }
 
 TEST_F(ImportCommand, AddsToAnExistingDatabase) {
-    const CommandLineRun run = Run({Datafile("Games.dat", Line("A", "a")), "--into", "Arcade", "--quiet"});
+    const CommandLineRun run =
+        Run({Datafile("Games.dat", GamesLine("A", "a")), "--into", "Arcade", "--quiet"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(database_.One("SELECT Name FROM Games"), "A");
     EXPECT_FALSE(Exists("Games"));
-    EXPECT_EQ(Run({Datafile("Games.dat", Line("A", "a")), "--into", "Nothing"}).err,
+    EXPECT_EQ(Run({Datafile("Games.dat", GamesLine("A", "a")), "--into", "Nothing"}).err,
               "Huh? This database doesn't exist!\n");
 }
 
 TEST_F(ImportCommand, ScansForRoms) {
     const std::string datafile =
-        Datafile("Games.dat", Line("A", "a.zip", "CBF43926", "9") + Line("B", "b.zip"));
+        Datafile("Games.dat", GamesLine("A", "a.zip", "CBF43926", "9") + GamesLine("B", "b.zip"));
     const CommandLineRun run =
         Run({datafile, "--into", "Arcade", "--roms", (folder_ / "roms").string(), "--match-extensions"});
     EXPECT_EQ(run.exitCode, 0);
@@ -86,17 +77,17 @@ TEST_F(ImportCommand, ScansForRoms) {
 }
 
 TEST_F(ImportCommand, TakesTosecFromTheDatafilesNameUnlessToldOtherwise) {
-    const std::string datafile = Datafile("Some tosec.dat", Line("A (1985)(S)", "A (1985)(S).st"));
+    const std::string datafile = Datafile("Some tosec.dat", GamesLine("A (1985)(S)", "A (1985)(S).st"));
     EXPECT_EQ(Run({datafile, "--into", "Arcade"}).exitCode, 0);
     EXPECT_EQ(Run({datafile, "--into", "Arcade", "--no-tosec"}).exitCode, 0);
-    const std::string other = Datafile("other.dat", Line("A (1986)(S)", "A (1986)(S).st"));
+    const std::string other = Datafile("other.dat", GamesLine("A (1986)(S)", "A (1986)(S).st"));
     EXPECT_EQ(Run({other, "--into", "Arcade", "--tosec"}).exitCode, 0);
     EXPECT_THAT(database_.Rows("SELECT Name, YE_ID FROM Games ORDER BY GA_Id"),
                 testing::ElementsAre("A |25", "A (1985)(S)|1", "A |26"));
 }
 
 TEST_F(ImportCommand, RefusesWhatTheDialogRefuses) {
-    const std::string datafile = Datafile("Games.dat", Line("A", "a"));
+    const std::string datafile = Datafile("Games.dat", GamesLine("A", "a"));
     const struct {
         std::vector<std::string> arguments;
         std::string message;
@@ -105,7 +96,7 @@ TEST_F(ImportCommand, RefusesWhatTheDialogRefuses) {
         {{datafile, "--name", "a?b"}, "You have entered one or more invalid characters!\n"},
         {{datafile, "--roms", (folder_ / "missing").string()}, "The Rom Path could not be found!\n"},
         {{datafile, "--roms", "C:missing"}, "Please enter an absolute (full) Rom Path!\n"},
-        {{Datafile("old.dat", Line("A", "a"), "1.92")},
+        {{Datafile("old.dat", GamesLine("A", "a"), "1.92")},
          "This datafile was not found to be version 2.00!\n\nReported version is: [1.92]\n"},
         {{(folder_ / "none.dat").string()},
          "Could not find file: " + WindowsPath((folder_ / "none.dat").string()) + "\n"},
@@ -121,7 +112,7 @@ TEST_F(ImportCommand, RefusesWhatTheDialogRefuses) {
 }
 
 TEST_F(ImportCommand, KnowsWrongUsage) {
-    const std::string datafile = Datafile("Games.dat", Line("A", "a"));
+    const std::string datafile = Datafile("Games.dat", GamesLine("A", "a"));
     for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
                                                       {datafile, "--name-column", "6"},
                                                       {datafile, "--file-column", "8"},
@@ -133,7 +124,7 @@ TEST_F(ImportCommand, KnowsWrongUsage) {
 }
 
 TEST_F(ImportCommand, EndsWithTheFatalReportWhereThePlainLoaderFails) {
-    const std::string datafile = Datafile("Games.dat", Line("A", "a", "1", "x"));
+    const std::string datafile = Datafile("Games.dat", GamesLine("A", "a", "1", "x"));
     const CommandLineRun run = Run({datafile, "--quiet"});
     EXPECT_EQ(run.exitCode, 70);
     EXPECT_THAT(run.err, HasSubstr("Run-time error '13':\n\nType mismatch\n"));
@@ -143,10 +134,10 @@ TEST_F(ImportCommand, EndsWithTheFatalReportWhereThePlainLoaderFails) {
 }
 
 TEST_F(ImportCommand, ExplainsItselfWithoutWritingAnything) {
-    const std::string datafile = Datafile("Games.dat", Line("A", "a.zip", "CBF43926", "9") +
+    const std::string datafile = Datafile("Games.dat", GamesLine("A", "a.zip", "CBF43926", "9") +
                                                            "\xAC"
                                                            "broken\xAC\r\n" +
-                                                           Line("B", "b.zip", "CBF43926", "10"));
+                                                           GamesLine("B", "b.zip", "CBF43926", "10"));
     const CommandLineRun run = Run({datafile, "--dry-run", "--roms", (folder_ / "roms").string(), "--json"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_FALSE(Exists("Games"));
@@ -162,8 +153,8 @@ TEST_F(ImportCommand, ExplainsItselfWithoutWritingAnything) {
 
 TEST_F(ImportCommand, RemindsOfScanAndFixAlsoWhenAddingGamesFailed) {
     const std::string datafile =
-        Datafile("Games.dat", Line("A", "A (1985)(S).st") + Line("B", "B (1985)(So\"ft).st") +
-                                  Line("C", "C (1985)(S).st"));
+        Datafile("Games.dat", GamesLine("A", "A (1985)(S).st") + GamesLine("B", "B (1985)(So\"ft).st") +
+                                  GamesLine("C", "C (1985)(S).st"));
     const CommandLineRun run = Run({datafile, "--into", "Arcade", "--tosec"});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_THAT(run.err, HasSubstr("(3075,"));
@@ -174,8 +165,8 @@ TEST_F(ImportCommand, RemindsOfScanAndFixAlsoWhenAddingGamesFailed) {
 }
 
 TEST_F(ImportCommand, NamesTheGameThatCouldNotBeAdded) {
-    const std::string datafile =
-        Datafile("Games.dat", Line("A", "a") + Line("B", std::string(256, 'b')) + Line("C", "c"));
+    const std::string datafile = Datafile(
+        "Games.dat", GamesLine("A", "a") + GamesLine("B", std::string(256, 'b')) + GamesLine("C", "c"));
     const CommandLineRun run = Run({datafile});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_THAT(run.err,
@@ -189,7 +180,8 @@ TEST_F(ImportCommand, NamesTheGameThatCouldNotBeAdded) {
 }
 
 TEST_F(ImportCommand, SummarisesAsJson) {
-    const std::string datafile = Datafile("Games.dat", Line("A", "a.zip", "CBF43926", "9") + Line("", "b"));
+    const std::string datafile =
+        Datafile("Games.dat", GamesLine("A", "a.zip", "CBF43926", "9") + GamesLine("", "b"));
     const CommandLineRun run = Run({datafile, "--json", "--quiet", "--roms", (folder_ / "roms").string()});
     EXPECT_EQ(run.exitCode, 0);
     const auto result = nlohmann::json::parse(run.out);
@@ -205,7 +197,7 @@ TEST_F(ImportCommand, SummarisesAsJson) {
 
 TEST_F(ImportCommand, SaysOnceThatEmptyMdbIsMissing) {
     fs::remove(database_.LibraryFolder() / "Empty.mdb");
-    const CommandLineRun run = Run({Datafile("Games.dat", Line("A", "a"))});
+    const CommandLineRun run = Run({Datafile("Games.dat", GamesLine("A", "a"))});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err,
               "Loading Datafile into memory...\nCreating New Database...\n"
@@ -216,12 +208,12 @@ TEST_F(ImportCommand, SaysOnceThatEmptyMdbIsMissing) {
 
 TEST_F(ImportCommand, ExplainsAFailureToo) {
     const std::string lineFeeds = (folder_ / "lf.dat").string();
-    WriteFile(lineFeeds, "[DAT]\nversion=2.00\n" + Line("A", "a"));
+    WriteFile(lineFeeds, "[DAT]\nversion=2.00\n" + GamesLine("A", "a"));
     const CommandLineRun nothing = Run({lineFeeds, "--dry-run"});
     EXPECT_EQ(nothing.exitCode, 1);
     EXPECT_THAT(nothing.out, HasSubstr("\"hint\",,\"\",\"\",\"\",,\"There were no games to import!\"\n"));
 
-    const std::string wrongSize = Datafile("size.dat", Line("A", "a", "1", "x"));
+    const std::string wrongSize = Datafile("size.dat", GamesLine("A", "a", "1", "x"));
     const std::string report = (folder_ / "r.csv").string();
     EXPECT_EQ(Run({wrongSize, "--report", report}).exitCode, 70);
     EXPECT_THAT(ReadFile(folder_ / "r.csv"), HasSubstr("4,\"A\",\"\",\"\",,\"its size ends the import: "));
@@ -229,7 +221,7 @@ TEST_F(ImportCommand, ExplainsAFailureToo) {
 }
 
 TEST_F(ImportCommand, WritesItsReportIntoAFile) {
-    const std::string datafile = Datafile("Games.dat", Line("A", "a.zip", "CBF43926", "9"));
+    const std::string datafile = Datafile("Games.dat", GamesLine("A", "a.zip", "CBF43926", "9"));
     const std::string roms = (folder_ / "roms").string();
     const CommandLineRun csv = Run({datafile, "--roms", roms, "--report", (folder_ / "r.csv").string()});
     EXPECT_EQ(csv.exitCode, 0);

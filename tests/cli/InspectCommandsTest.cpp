@@ -5,20 +5,13 @@
 
 #include "cli/CommandLineTester.h"
 #include "platform/jet/engine/Database.h"
+#include "support/TableDesigns.h"
 #include "support/TemporaryFolder.h"
 
 namespace marrowkit::test {
 namespace {
 
 using testing::HasSubstr;
-
-jet::Column Make(const char* name, jet::ColumnType type, int size = 0) {
-    jet::Column column;
-    column.name = name;
-    column.type = type;
-    column.size = size;
-    return column;
-}
 
 jet::Index KeyOn(const char* name, const char* column, bool primary) {
     jet::Index index;
@@ -32,21 +25,22 @@ class InspectCommands : public testing::Test {
 protected:
     InspectCommands() : path_((folder_ / "sample.mdb").string()) {
         const auto database = jet::Database::Create(path_, jet::JetVersion::Jet4);
-        jet::Column id = Make("GE_Id", jet::ColumnType::Long);
+        jet::Column id = MakeColumn("GE_Id", jet::ColumnType::Long);
         id.autoNumber = true;
-        jet::Column name = Make("Genre", jet::ColumnType::Text, 40);
+        jet::Column name = MakeColumn("Genre", jet::ColumnType::Text, 40);
         name.required = true;
         name.allowZeroLength = false;
         database->CreateTable({"Genres", {id, name}, {KeyOn("PrimaryKey", "GE_Id", true)}, "", ""});
-        jet::Column rating = Make("Rating", jet::ColumnType::Integer);
+        jet::Column rating = MakeColumn("Rating", jet::ColumnType::Integer);
         rating.defaultValue = "3";
         rating.validationRule = "Between 0 And 5";
         jet::Index byName = KeyOn("ByName", "Name", false);
         byName.parts[0].ascending = false;
         database->CreateTable(
             {"Games",
-             {Make("Name", jet::ColumnType::Text, 50), Make("GE_Id", jet::ColumnType::Long), rating,
-              Make("Fav", jet::ColumnType::Boolean), Make("Added", jet::ColumnType::DateTime)},
+             {MakeColumn("Name", jet::ColumnType::Text, 50), MakeColumn("GE_Id", jet::ColumnType::Long),
+              rating, MakeColumn("Fav", jet::ColumnType::Boolean),
+              MakeColumn("Added", jet::ColumnType::DateTime)},
              {byName},
              "",
              ""});

@@ -17,6 +17,7 @@
 #include "platform/jet/compact/Compact.h"
 #include "platform/jet/engine/Database.h"
 #include "support/FaultStorage.h"
+#include "support/TableDesigns.h"
 
 namespace marrowkit::test {
 namespace {
@@ -29,22 +30,6 @@ using jet::test::FaultStorage;
 
 constexpr const char* kPath = "Full.mdb";
 constexpr int kChildren = 150;
-
-jet::Column MakeColumn(const char* name, ColumnType type, int size = 0) {
-    jet::Column column;
-    column.name = name;
-    column.type = type;
-    column.size = size;
-    return column;
-}
-
-jet::Index MakeIndex(const char* name, const char* column, bool primary = false) {
-    jet::Index index;
-    index.name = name;
-    index.parts = {{column, true}};
-    index.primaryKey = index.unique = index.required = primary;
-    return index;
-}
 
 std::string NameOf(int number, std::size_t size) {
     std::string name = std::to_string(number * 7919 % 1000) + " of Children";

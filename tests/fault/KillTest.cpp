@@ -23,6 +23,7 @@
 #include "platform/errors/RuntimeError.h"
 #include "platform/jet/check/Check.h"
 #include "platform/jet/engine/Database.h"
+#include "support/TableDesigns.h"
 #include "support/TemporaryFolder.h"
 
 #ifndef _WIN32
@@ -41,22 +42,6 @@ constexpr int kRowsPerUnit = 5;
 int Rounds() {
     const char* rounds = std::getenv("MARROWKIT_KILL_ROUNDS");
     return rounds == nullptr ? kDefaultRounds : std::max(1, std::atoi(rounds));
-}
-
-jet::Column MakeColumn(const char* name, ColumnType type, int size = 0) {
-    jet::Column column;
-    column.name = name;
-    column.type = type;
-    column.size = size;
-    return column;
-}
-
-jet::Index MakeIndex(const char* name, const char* column, bool primary = false) {
-    jet::Index index;
-    index.name = name;
-    index.parts = {{column, true}};
-    index.primaryKey = index.unique = index.required = primary;
-    return index;
 }
 
 void CreateTables(jet::Database& database) {

@@ -4,17 +4,13 @@
 
 #include <gmock/gmock.h>
 
-#include "global/modGlobal.h"
 #include "import/DatafileChoice.h"
+#include "import/GamesLine.h"
 #include "import/ImportEngine.h"
-#include "import/RecordingProgress.h"
-#include "maintenance/FrontendDatabase.h"
+#include "import/ImportFixture.h"
 #include "platform/errors/RuntimeError.h"
-#include "platform/files/HostPath.h"
-#include "platform/files/Paths.h"
 #include "platform/jet/check/Check.h"
 #include "platform/jet/engine/Database.h"
-#include "support/RecordingUserInterface.h"
 #include "support/TestData.h"
 
 namespace marrowkit {
@@ -22,68 +18,23 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::FrontendDatabase;
+using test::GamesLine;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Message = test::RecordingUserInterface::Message;
 
-std::string Line(const std::string& name, const std::string& file, const std::string& crc = "1",
-                 const std::string& size = "1") {
-    return "\xAC"
-           "p\xAC"
-           "p\xAC" +
-           name +
-           "\xAC"
-           "d\xAC" +
-           file + "\xAC" + crc + "\xAC" + size + "\xAC\xAC\xAC\r\n";
-}
-
-/// A library whose Empty.mdb is a database of the frontend without games.
-class Engine : public testing::Test {
+class Engine : public test::ImportFixture {
 protected:
-    Engine() {
-        modGlobal::LibraryRoot = database.LibraryRoot();
-        fs::copy_file(database.HostFile(), database.LibraryFolder() / "Empty.mdb");
-        settings.DatabaseName = "Fresh";
-        settings.NewFolderPath = database.LibraryRoot() + "Fresh";
-        settings.NewFolderPathSlash = settings.NewFolderPath + "\\";
-        settings.RomPathSlash = "\\";
-    }
-
-    void Datafile(const std::string& games) {
-        test::WriteFile(folder / "games.dat", "[DAT]\r\nversion=2.00\r\n[GAMES]\r\n" + games);
-        settings.DatafilePath = WindowsPath((folder / "games.dat").string());
-    }
-
-    void Roms() {
-        settings.ScanForRoms = true;
-        fs::create_directories(folder / "roms");
-        settings.RomPath = WindowsPath((folder / "roms").string());
-        settings.RomPathSlash = WithFinalBackslash(settings.RomPath);
-    }
-
     bool Run(const ImportHooks& hooks = {}) { return RunImport(settings, tables, progress, ui, hooks); }
 
-    fs::path Fresh(const std::string& file) const { return database.LibraryFolder() / "Fresh" / file; }
+    fs::path Fresh(const std::string& file) const { return Library("Fresh") / file; }
     std::vector<std::string> FreshGames(const std::string& fields = "Name") const {
-        dao::Database fresh = dao::DBEngine().OpenDatabase(settings.NewFolderPath + "\\Fresh.mdb");
-        dao::Recordset games = fresh.OpenRecordset("SELECT " + fields + " FROM Games ORDER BY GA_Id");
-        std::vector<std::string> names;
-        for (; !games.EOF_(); games.MoveNext()) {
-            names.push_back(std::get<std::string>(games.Fields(0).Value()));
-        }
-        return names;
+        return FreshRows("SELECT " + fields + " FROM Games ORDER BY GA_Id");
     }
-
-    FrontendDatabase database{2, 5};
-    test::TemporaryFolder folder;
-    ImportSettings settings;
-    ImportTables tables;
-    test::RecordingProgress progress;
-    test::RecordingUserInterface ui;
 };
 
 TEST_F(Engine, ImportsIntoANewDatabase) {
-    Datafile(Line("A", "a.zip") + Line("B", "b.zip"));
+    Games(GamesLine("A", "a.zip") + GamesLine("B", "b.zip"));
     EXPECT_TRUE(Run());
     EXPECT_THAT(ui.messages, IsEmpty());
     EXPECT_TRUE(settings.ImportSucceeded);
@@ -99,10 +50,8 @@ TEST_F(Engine, ImportsIntoANewDatabase) {
 }
 
 TEST_F(Engine, ImportsIntoAnExistingDatabaseWithoutMakingAFolder) {
-    Datafile(Line("A", "a.zip"));
-    settings.ImportIntoExisting = true;
-    settings.ExistingDatabasePath = database.Path();
-    settings.NewFolderPath = settings.NewFolderPathSlash = "";
+    Games(GamesLine("A", "a.zip"));
+    IntoExisting();
     settings.NewDatabaseKey = "something";
     EXPECT_TRUE(Run());
     EXPECT_EQ(database.One("SELECT Name FROM Games"), "A");
@@ -114,8 +63,8 @@ TEST_F(Engine, ImportsIntoAnExistingDatabaseWithoutMakingAFolder) {
 }
 
 TEST_F(Engine, RunsAllStagesInTheirOrder) {
-    Datafile(Line("A (1985)(S)", "a.zip", "CBF43926", "9") + Line("A (1985)(S)", "x.zip") +
-             Line("B (1986)(T)", "b.zip"));
+    Games(GamesLine("A (1985)(S)", "a.zip", "CBF43926", "9") + GamesLine("A (1985)(S)", "x.zip") +
+          GamesLine("B (1986)(T)", "b.zip"));
     Roms();
     test::WriteFile(folder / "roms" / "Sub" / "found.zip", "123456789");
     test::WriteFile(folder / "roms" / "other.bin", "123456789");
@@ -136,7 +85,7 @@ TEST_F(Engine, RunsAllStagesInTheirOrder) {
 }
 
 TEST_F(Engine, SkipsTheScanSilentlyWhenNoFileNameHasAnExtension) {
-    Datafile(Line("A", "a"));
+    Games(GamesLine("A", "a"));
     Roms();
     test::WriteFile(folder / "roms" / "a", "x");
     settings.MatchExtensionsOnly = true;
@@ -149,7 +98,7 @@ TEST_F(Engine, SkipsTheScanSilentlyWhenNoFileNameHasAnExtension) {
 }
 
 TEST_F(Engine, SkipsChecksummingWhenTheFolderHasNoFile) {
-    Datafile(Line("A", "a.zip"));
+    Games(GamesLine("A", "a.zip"));
     Roms();
     EXPECT_TRUE(Run());
     EXPECT_THAT(progress.prompts, ElementsAre("Loading Datafile into memory...", "Preparing File List...",
@@ -158,14 +107,14 @@ TEST_F(Engine, SkipsChecksummingWhenTheFolderHasNoFile) {
 }
 
 TEST_F(Engine, ShowsTheLoadersTextAndStops) {
-    Datafile("");
+    Games("");
     EXPECT_FALSE(Run());
     EXPECT_THAT(ui.messages, ElementsAre(Message{"There were no games to import!", MessageIcon::Information,
                                                  "Marrowkit"}));
     EXPECT_FALSE(settings.ImportSucceeded);
     EXPECT_FALSE(fs::exists(Fresh("")));
     settings.SkipDuplicates = true;
-    Datafile(Line("A", "a", "1", "x"));
+    Games(GamesLine("A", "a", "1", "x"));
     ui.messages.clear();
     EXPECT_FALSE(Run());
     ASSERT_EQ(ui.messages.size(), 1U);
@@ -173,13 +122,13 @@ TEST_F(Engine, ShowsTheLoadersTextAndStops) {
 }
 
 TEST_F(Engine, LetsErrorsOfThePlainLoaderEscape) {
-    Datafile(Line("A", "a", "1", "x"));
+    Games(GamesLine("A", "a", "1", "x"));
     EXPECT_THROW(Run(), RuntimeError);
     EXPECT_THAT(ui.messages, IsEmpty());
 }
 
 TEST_F(Engine, EndsInSilenceWhenCancelledAtAnyPoint) {
-    Datafile(Line("A (1985)(S)", "a.zip", "CBF43926", "9") + Line("B", "b.zip"));
+    Games(GamesLine("A (1985)(S)", "a.zip", "CBF43926", "9") + GamesLine("B", "b.zip"));
     Roms();
     test::WriteFile(folder / "roms" / "found.zip", "123456789");
     settings.TosecNames = settings.MatchExtensionsOnly = true;
@@ -202,7 +151,7 @@ TEST_F(Engine, EndsInSilenceWhenCancelledAtAnyPoint) {
 }
 
 TEST_F(Engine, CannotBeCancelledOnceTheDatabaseIsBeingMade) {
-    Datafile(Line("A", "a.zip"));
+    Games(GamesLine("A", "a.zip"));
     ImportHooks hooks;
     hooks.writing = [this](const ImportTables&) {
         EXPECT_FALSE(progress.cancelEnabled);
@@ -212,7 +161,7 @@ TEST_F(Engine, CannotBeCancelledOnceTheDatabaseIsBeingMade) {
 }
 
 TEST_F(Engine, ReportsAMissingTemplateAndStops) {
-    Datafile(Line("A", "a.zip"));
+    Games(GamesLine("A", "a.zip"));
     fs::remove(database.LibraryFolder() / "Empty.mdb");
     EXPECT_FALSE(Run());
     ASSERT_FALSE(ui.messages.empty());
@@ -222,7 +171,7 @@ TEST_F(Engine, ReportsAMissingTemplateAndStops) {
 }
 
 TEST_F(Engine, CountsAsSucceededWhenOnlyTheWritingFails) {
-    Datafile(Line("A (1985)(S)", "a.zip") + Line("B (1985)(a \"b\")", "B (1985)(a \"b\").zip"));
+    Games(GamesLine("A (1985)(S)", "a.zip") + GamesLine("B (1985)(a \"b\")", "B (1985)(a \"b\").zip"));
     settings.TosecNames = true;
     settings.FileColumn = 3;
     EXPECT_FALSE(Run());
@@ -235,7 +184,7 @@ TEST_F(Engine, CountsAsSucceededWhenOnlyTheWritingFails) {
 }
 
 TEST_F(Engine, WritesNothingWhenAskedToStopBeforeWriting) {
-    Datafile(Line("A", "a.zip"));
+    Games(GamesLine("A", "a.zip"));
     ImportHooks hooks;
     int scanned = 0;
     hooks.scanned = [&](const ImportTables& seen) { scanned = seen.EntryCount(); };

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include "import/DatafileLoader.h"
+#include "import/GamesLine.h"
 #include "import/ImportReport.h"
 #include "import/RecordingProgress.h"
 #include "import/RomMatch.h"
@@ -23,14 +24,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 std::string Line(const std::string& name, const std::string& crc, const std::string& size) {
-    return "\xAC"
-           "p\xAC"
-           "p\xAC" +
-           name +
-           "\xAC"
-           "d\xAC"
-           "f.bin\xAC" +
-           crc + "\xAC" + size + "\xAC\xAC\xAC\r\n";
+    return test::GamesLine(name, "f.bin", crc, size);
 }
 
 constexpr const char* kHeader = "[DAT]\r\nversion=2.00\r\n[GAMES]\r\n";

@@ -10,91 +10,33 @@
 #include <gmock/gmock.h>
 
 #include "checksum/clsCRC.h"
-#include "global/modGlobal.h"
 #include "import/DatafileChoice.h"
+#include "import/GamesLine.h"
 #include "import/ImportEngine.h"
-#include "import/RecordingProgress.h"
-#include "maintenance/FrontendDatabase.h"
+#include "import/ImportFixture.h"
 #include "platform/errors/RuntimeError.h"
-#include "platform/files/HostPath.h"
-#include "platform/files/Paths.h"
 #include "platform/text/Numbers.h"
-#include "support/RecordingUserInterface.h"
 
 namespace marrowkit {
 namespace {
 
 namespace fs = std::filesystem;
-using test::FrontendDatabase;
+using test::GamesLine;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
 
-std::string Line(const std::string& name, const std::string& file, const std::string& crc = "1",
-                 const std::string& size = "1") {
-    return "\xAC"
-           "p\xAC"
-           "p\xAC" +
-           name +
-           "\xAC"
-           "d\xAC" +
-           file + "\xAC" + crc + "\xAC" + size + "\xAC\xAC\xAC\r\n";
-}
-
-class ImportTrouble : public testing::Test {
+class ImportTrouble : public test::ImportFixture {
 protected:
-    explicit ImportTrouble(jet::JetVersion format = jet::JetVersion::Jet4) : database(2, 5, format) {
-        modGlobal::LibraryRoot = database.LibraryRoot();
-        fs::copy_file(database.HostFile(), Library("Empty.mdb"));
-        settings.DatabaseName = "Fresh";
-        settings.NewFolderPath = database.LibraryRoot() + "Fresh";
-        settings.NewFolderPathSlash = settings.NewFolderPath + "\\";
-        settings.RomPathSlash = "\\";
-    }
-
-    fs::path Library(const std::string& name) const { return database.LibraryFolder() / name; }
-
-    void Datafile(const std::string& bytes) {
-        test::WriteFile(folder / "games.dat", bytes);
-        settings.DatafilePath = WindowsPath((folder / "games.dat").string());
-    }
-    void Games(const std::string& lines) { Datafile("[DAT]\r\nversion=2.00\r\n[GAMES]\r\n" + lines); }
-
-    void Roms() {
-        settings.ScanForRoms = true;
-        fs::create_directories(folder / "roms");
-        settings.RomPath = WindowsPath((folder / "roms").string());
-        settings.RomPathSlash = WithFinalBackslash(settings.RomPath);
-    }
-
-    void IntoExisting() {
-        settings.ImportIntoExisting = true;
-        settings.ExistingDatabasePath = database.Path();
-        settings.NewFolderPath = settings.NewFolderPathSlash = "";
-    }
+    using ImportFixture::ImportFixture;
 
     bool Run() {
         ui.messages.clear();
         return RunImport(settings, tables, progress, ui);
     }
     std::string Message() const { return ui.messages.size() == 1 ? ui.messages[0].text : "not one message"; }
-
-    std::vector<std::string> FreshRows(const std::string& sql) const {
-        dao::Database fresh = dao::DBEngine().OpenDatabase(settings.NewFolderPath + "\\Fresh.mdb");
-        dao::Recordset rows = fresh.OpenRecordset(sql);
-        std::vector<std::string> values;
-        for (; !rows.EOF_(); rows.MoveNext()) values.push_back(std::get<std::string>(rows.Fields(0).Value()));
-        return values;
-    }
-
-    FrontendDatabase database;
-    test::TemporaryFolder folder;
-    ImportSettings settings;
-    ImportTables tables;
-    test::RecordingProgress progress;
-    test::RecordingUserInterface ui;
 };
 
 TEST_F(ImportTrouble, ADatafileOf0BytesHasNoVersionAndNoGames) {
@@ -110,7 +52,7 @@ TEST_F(ImportTrouble, ADatafileOf0BytesHasNoVersionAndNoGames) {
 }
 
 TEST_F(ImportTrouble, ADatafileWithoutADatSectionIsRefusedHoweverManyGamesItHas) {
-    Datafile("[GAMES]\r\nversion=2.00\r\n" + Line("A", "a"));
+    Datafile("[GAMES]\r\nversion=2.00\r\n" + GamesLine("A", "a"));
     EXPECT_FALSE(AcceptDatafile(ui, settings.DatafilePath, settings));
     EXPECT_THAT(Message(), testing::EndsWith("Reported version is: []"));
 }
@@ -131,7 +73,7 @@ TEST_F(ImportTrouble, ADatafileWithLfEndsIsAcceptedAndHasNoGames) {
 }
 
 TEST_F(ImportTrouble, ImportingTwiceIntoADatabaseAddsTheGamesTwiceAndTheNamesOnce) {
-    Games(Line("A (1985)(Softco)(de)[cr XYZ]", "A (1985)(Softco)(de)[cr XYZ].st") + Line("B", "b"));
+    Games(GamesLine("A (1985)(Softco)(de)[cr XYZ]", "A (1985)(Softco)(de)[cr XYZ].st") + GamesLine("B", "b"));
     IntoExisting();
     const std::string crackers = database.One("SELECT COUNT(*) FROM Crackers");
     for (int i = 0; i < 2; ++i) {
@@ -159,7 +101,8 @@ TEST_F(ImportTrouble, ATemplateWithoutAFixedRowEndsTheImportWithTheRelationsErro
         "ALTER TABLE Games ADD CONSTRAINT CrackersGames FOREIGN KEY (CR_Id) REFERENCES Crackers (CR_Id)");
     empty.Close();
     settings.TosecNames = true;
-    Games(Line("A (1985)(S)[cr X]", "A (1985)(S)[cr X].st") + Line("B (1985)(S)", "B (1985)(S).st"));
+    Games(GamesLine("A (1985)(S)[cr X]", "A (1985)(S)[cr X].st") +
+          GamesLine("B (1985)(S)", "B (1985)(S).st"));
     EXPECT_FALSE(Run());
     EXPECT_THAT(Message(), testing::EndsWith("  (3201,0)"));
     EXPECT_TRUE(settings.ImportSucceeded);
@@ -169,7 +112,7 @@ TEST_F(ImportTrouble, ATemplateWithoutAFixedRowEndsTheImportWithTheRelationsErro
 
 TEST_F(ImportTrouble, AReadOnlyTemplateGivesADatabaseThatCanBeWritten) {
     fs::permissions(Library("Empty.mdb"), fs::perms::owner_read);
-    Games(Line("A", "a"));
+    Games(GamesLine("A", "a"));
     const bool done = Run();
     // Copied with its permissions, the new file cannot be written by anyone who is not root.
     if (geteuid() == 0) {
@@ -184,7 +127,7 @@ TEST_F(ImportTrouble, AReadOnlyTemplateGivesADatabaseThatCanBeWritten) {
 TEST_F(ImportTrouble, AFolderInPlaceOfTheTemplateIsNoTemplate) {
     fs::remove(Library("Empty.mdb"));
     fs::create_directory(Library("Empty.mdb"));
-    Games(Line("A", "a"));
+    Games(GamesLine("A", "a"));
     EXPECT_FALSE(Run());
     EXPECT_THAT(ui.messages[0].text, StartsWith("Could not find Empty.mdb"));
     EXPECT_FALSE(fs::exists(Library("Fresh")));
@@ -193,7 +136,7 @@ TEST_F(ImportTrouble, AFolderInPlaceOfTheTemplateIsNoTemplate) {
 TEST_F(ImportTrouble, ATemplateThatCannotBeReadLeavesAFolderWithoutADatabase) {
     if (geteuid() == 0) GTEST_SKIP() << "root may read everything";
     fs::permissions(Library("Empty.mdb"), fs::perms::none);
-    Games(Line("A", "a"));
+    Games(GamesLine("A", "a"));
     EXPECT_FALSE(Run());
     EXPECT_THAT(Message(), testing::ContainsRegex("  \\([0-9]+,13\\)$"));
     EXPECT_TRUE(fs::exists(Library("Fresh/Gfx")));
@@ -203,26 +146,26 @@ TEST_F(ImportTrouble, ATemplateThatCannotBeReadLeavesAFolderWithoutADatabase) {
 
 TEST_F(ImportTrouble, ATemplateThatIsNoDatabaseFailsWhenGamesAreToBeAdded) {
     test::WriteFile(Library("Empty.mdb"), "no database");
-    Games(Line("A", "a"));
+    Games(GamesLine("A", "a"));
     EXPECT_FALSE(Run());
     EXPECT_THAT(Message(), testing::ContainsRegex("  \\([0-9]+,0\\)$"));
     EXPECT_TRUE(settings.ImportSucceeded);
 }
 
 TEST_F(ImportTrouble, AFileNameThatTheFieldCannotHoldEndsTheImport) {
-    Games(Line("A", "a") + Line("B", std::string(256, 'b')) + Line("C", "c"));
+    Games(GamesLine("A", "a") + GamesLine("B", std::string(256, 'b')) + GamesLine("C", "c"));
     EXPECT_FALSE(Run());
     EXPECT_THAT(Message(), testing::EndsWith("  (3163,0)"));
     EXPECT_EQ(tables.FailedEntry, 1U);
     EXPECT_EQ(tables.GamesWritten, 1);
     EXPECT_THAT(FreshRows("SELECT Name FROM Games"), ElementsAre("A"));
     fs::remove_all(Library("Fresh"));
-    Games(Line("A", std::string(255, 'a')));
+    Games(GamesLine("A", std::string(255, 'a')));
     EXPECT_TRUE(Run());
 }
 
 TEST_F(ImportTrouble, ADatabaseThatIsMissingIsNamedByItsWindowsPath) {
-    Games(Line("A", "a"));
+    Games(GamesLine("A", "a"));
     IntoExisting();
     settings.ExistingDatabasePath = database.LibraryRoot() + "Arcade\\Gone.mdb";
     EXPECT_FALSE(Run());
@@ -232,7 +175,7 @@ TEST_F(ImportTrouble, ADatabaseThatIsMissingIsNamedByItsWindowsPath) {
 
 TEST_F(ImportTrouble, RomsThatCannotBeOpenedEndTheScanWithTheirError) {
     if (geteuid() == 0) GTEST_SKIP() << "root may read everything";
-    Games(Line("A", "a"));
+    Games(GamesLine("A", "a"));
     Roms();
     test::WriteFile(folder / "roms/secret", "x");
     fs::permissions(folder / "roms/secret", fs::perms::none);
@@ -242,7 +185,7 @@ TEST_F(ImportTrouble, RomsThatCannotBeOpenedEndTheScanWithTheirError) {
 }
 
 TEST_F(ImportTrouble, LinksInALoopAndLinksToNothingAreLeftOut) {
-    Games(Line("A", "a", "CBF43926", "9"));
+    Games(GamesLine("A", "a", "CBF43926", "9"));
     Roms();
     test::WriteFile(folder / "roms/Sub/a", "123456789");
     fs::create_directory_symlink(folder / "roms", folder / "roms/Sub/up");
@@ -261,7 +204,7 @@ TEST_F(ImportTrouble, RomNamesOfAnyAlphabetAreFoundAndWritten) {
     Roms();
     for (const std::string& name : names) {
         test::WriteFile(folder / "roms" / name, name);
-        lines += Line(
+        lines += GamesLine(
             "Game", "x.zip",
             Hex(clsCRC().CalculateBytes({reinterpret_cast<const std::uint8_t*>(name.data()), name.size()})),
             std::to_string(name.size()));
@@ -273,7 +216,7 @@ TEST_F(ImportTrouble, RomNamesOfAnyAlphabetAreFoundAndWritten) {
 
 TEST_F(ImportTrouble, AFolderOf100000FilesIsScanned) {
     constexpr int kFiles = 100'000;
-    Games(Line("A", "a", "CBF43926", "9"));
+    Games(GamesLine("A", "a", "CBF43926", "9"));
     Roms();
     // Links to one file: as many directory entries, and far less work for the disk.
     test::WriteFile(folder / "rom", "123456789");
@@ -303,7 +246,7 @@ TEST_F(ImportTroubleJet3, RomNamesBeyondTheCodePageLoseTheirCharacters) {
     Roms();
     const std::string name = "Pok\u00E9mon \u30C6.zip";
     test::WriteFile(folder / "roms" / name, "123456789");
-    Games(Line("Game", "x.zip", "CBF43926", "9"));
+    Games(GamesLine("Game", "x.zip", "CBF43926", "9"));
     EXPECT_TRUE(Run()) << Message();
     EXPECT_THAT(FreshRows("SELECT Filename FROM Games"), ElementsAre("Pok\u00E9mon ?.zip"));
 }

@@ -8,6 +8,7 @@
 #include "platform/jet/check/CheckOpenFile.h"
 #include "platform/jet/check/CheckTestDatabase.h"
 #include "platform/jet/engine/Database.h"
+#include "support/TableDesigns.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestData.h"
 
@@ -376,13 +377,6 @@ private:
     static constexpr const char* kPath = "edited.mdb";
     MemoryStorage storage_;
 };
-
-jet::Column MakeColumn(const char* name, jet::ColumnType type) {
-    jet::Column column;
-    column.name = name;
-    column.type = type;
-    return column;
-}
 
 /// Parent rows 1 to 9 by a descending primary key, three children each by the ascending index that the
 /// relationship made.

@@ -8,6 +8,7 @@
 #include "platform/jet/check/CheckIndex.h"
 #include "platform/jet/check/CheckOpenFile.h"
 #include "platform/jet/engine/Database.h"
+#include "support/TableDesigns.h"
 #include "support/TemporaryFolder.h"
 
 namespace marrowkit::test {
@@ -16,22 +17,6 @@ using jet::ColumnType;
 using jet::PageNumber;
 
 namespace {
-
-jet::Column MakeColumn(const char* name, ColumnType type, int size = 0) {
-    jet::Column column;
-    column.name = name;
-    column.type = type;
-    column.size = size;
-    return column;
-}
-
-jet::Index MakeIndex(const char* name, const char* column, bool primary) {
-    jet::Index index;
-    index.name = name;
-    index.parts = {{column, true}};
-    index.primaryKey = index.unique = index.required = primary;
-    return index;
-}
 
 void CreateTables(jet::Database& database) {
     jet::TableDesign owners;
