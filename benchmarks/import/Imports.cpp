@@ -11,6 +11,7 @@
 
 #include "Datafiles.h"
 #include "Figures.h"
+#include "Silence.h"
 #include "SqliteCopy.h"
 #include "global/modGlobal.h"
 #include "import/ImportEngine.h"
@@ -24,23 +25,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int kRounds = 3;
-
-/// Prints what an import has to say.
-class PrintingUserInterface : public UserInterface {
-public:
-    MessageAnswer ShowMessage(const std::string& text, MessageIcon, const std::string&, MessageButtons,
-                              bool) override {
-        std::fprintf(stderr, "%s\n", text.c_str());
-        return MessageAnswer::Ok;
-    }
-    std::string StatusText() const override { return {}; }
-    void SetStatusText(const std::string&) override {}
-    void BeginBusy(const std::string&) override {}
-    void EndBusy() override {}
-    void SetHourglass(bool) override {}
-    void LetEventsRun() override {}
-    void RefreshLibraryTree() override {}
-};
 
 void CompareImport(const Datafile& datafile, bool tosec, const fs::path& folder) {
     const fs::path library = folder / "library";
@@ -102,7 +86,7 @@ fs::path Import(const fs::path& datafile, bool tosec, const fs::path& library) {
     settings.RomPathSlash = "\\";
     ImportTables tables;
     NoProgress progress;
-    PrintingUserInterface ui;
+    SilentInterface ui;
     if (!RunImport(settings, tables, progress, ui)) std::exit(1);
     return library / "New" / "New.mdb";
 }

@@ -3,21 +3,7 @@
 #include <filesystem>
 #include <string>
 
-#include "import/ImportProgress.h"
-
 namespace marrowkit::benchmark {
-
-/// Shows nothing.
-class NoProgress : public ImportProgress {
-public:
-    void SetPrompt(const std::string&) override {}
-    void SetStatus(const std::string&) override {}
-    void SetBarRange(std::int32_t, std::int32_t) override {}
-    void SetBarValue(std::int32_t) override {}
-    void SetCancelEnabled(bool) override {}
-    bool Cancelled() const override { return false; }
-    void LetEventsRun() override {}
-};
 
 /// Imports a datafile into a new database of the library, every stage of it, and returns the database file.
 /// Ends the program when that fails.

@@ -14,7 +14,7 @@
 
 #include "Datafiles.h"
 #include "Figures.h"
-#include "Imports.h"
+#include "Silence.h"
 #include "import/RomMatch.h"
 #include "import/RomWalk.h"
 #include "platform/files/HostPath.h"

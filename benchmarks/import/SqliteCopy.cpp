@@ -1,10 +1,8 @@
 #include "SqliteCopy.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <numeric>
-#include <sqlite3.h>
 
+#include "Sqlite.h"
 #include "platform/jet/engine/Database.h"
 #include "platform/text/Text.h"
 
@@ -14,56 +12,17 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class Sqlite {
-public:
-    explicit Sqlite(const fs::path& file) { Check(sqlite3_open(file.c_str(), &database_)); }
-    Sqlite(const Sqlite&) = delete;
-    Sqlite& operator=(const Sqlite&) = delete;
-    ~Sqlite() { sqlite3_close(database_); }
-
-    void Run(const std::string& sql) {
-        Check(sqlite3_exec(database_, sql.c_str(), nullptr, nullptr, nullptr));
+void Insert(const Sqlite& database, const std::string& table, const std::vector<jet::Row>& rows) {
+    if (rows.empty()) return;
+    std::string places = "?";
+    for (std::size_t i = 1; i < rows.front().size(); ++i) places += ",?";
+    SqliteStatement insert(database, "INSERT INTO [" + table + "] VALUES (" + places + ")");
+    for (const jet::Row& row : rows) {
+        int place = 1;
+        for (const jet::Value& value : row) insert.Bind(place++, value);
+        insert.Execute();
     }
-
-    void Insert(const std::string& table, const std::vector<jet::Row>& rows) {
-        if (rows.empty()) return;
-        std::string places = "?";
-        for (std::size_t i = 1; i < rows.front().size(); ++i) places += ",?";
-        sqlite3_stmt* insert = nullptr;
-        const std::string sql = "INSERT INTO [" + table + "] VALUES (" + places + ")";
-        Check(sqlite3_prepare_v2(database_, sql.c_str(), -1, &insert, nullptr));
-        for (const jet::Row& row : rows) {
-            int place = 1;
-            for (const jet::Value& value : row) Bind(insert, place++, value);
-            Check(sqlite3_step(insert));
-            sqlite3_reset(insert);
-        }
-        sqlite3_finalize(insert);
-    }
-
-private:
-    void Check(int result) {
-        if (result == SQLITE_OK || result == SQLITE_DONE) return;
-        std::fprintf(stderr, "sqlite: %s\n", sqlite3_errmsg(database_));
-        std::exit(1);
-    }
-
-    static void Bind(sqlite3_stmt* insert, int place, const jet::Value& value) {
-        if (const auto* text = std::get_if<std::string>(&value)) {
-            sqlite3_bind_text(insert, place, text->data(), static_cast<int>(text->size()), SQLITE_STATIC);
-        } else if (const auto* number = std::get_if<std::int32_t>(&value)) {
-            sqlite3_bind_int(insert, place, *number);
-        } else if (const auto* small = std::get_if<std::int16_t>(&value)) {
-            sqlite3_bind_int(insert, place, *small);
-        } else if (const auto* flag = std::get_if<bool>(&value)) {
-            sqlite3_bind_int(insert, place, *flag ? 1 : 0);
-        } else {
-            sqlite3_bind_null(insert, place);
-        }
-    }
-
-    sqlite3* database_ = nullptr;
-};
+}
 
 std::string Declaration(const jet::Column& column) {
     if (column.autoNumber) return "[" + column.name + "] INTEGER PRIMARY KEY";
@@ -114,7 +73,7 @@ Cost SqliteCopy::CostToInsert(const fs::path& file) const {
     fs::remove(file);
     Cost cost;
     {
-        Sqlite sqlite(file);
+        Sqlite sqlite(file.string());
         sqlite.Run("PRAGMA foreign_keys=ON");
         const auto create = [&sqlite](const TableCopy& table) {
             std::string all;
@@ -127,13 +86,13 @@ Cost SqliteCopy::CostToInsert(const fs::path& file) const {
         for (const TableCopy& table : lookups_) {
             create(table);
             sqlite.Run("BEGIN");
-            sqlite.Insert(table.name, table.rows);
+            Insert(sqlite, table.name, table.rows);
             sqlite.Run("COMMIT");
         }
         create(games_);
         cost = CostOf([&] {
             sqlite.Run("BEGIN");
-            sqlite.Insert(games_.name, games_.rows);
+            Insert(sqlite, games_.name, games_.rows);
             sqlite.Run("COMMIT");
         });
     }

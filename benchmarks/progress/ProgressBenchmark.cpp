@@ -18,6 +18,7 @@
 #include <thread>
 #include <vector>
 
+#include "Silence.h"
 #include "creation/TemplateDatabase.h"
 #include "global/modGlobal.h"
 #include "import/ImportEngine.h"
@@ -29,36 +30,12 @@ namespace marrowkit {
 namespace {
 
 namespace fs = std::filesystem;
+using benchmark::NoProgress;
+using benchmark::SilentInterface;
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
 constexpr int kRuns = 5;
-
-class SilentInterface : public UserInterface {
-    MessageAnswer ShowMessage(const std::string& text, MessageIcon, const std::string&, MessageButtons,
-                              bool) override {
-        std::printf("message: %s\n", text.c_str());
-        return MessageAnswer::Ok;
-    }
-    std::string StatusText() const override { return {}; }
-    void SetStatusText(const std::string&) override {}
-    void BeginBusy(const std::string&) override {}
-    void EndBusy() override {}
-    void SetHourglass(bool) override {}
-    void LetEventsRun() override {}
-    void RefreshLibraryTree() override {}
-};
-
-/// Shows nothing and lets nothing run.
-class NoProgress : public ImportProgress {
-    void SetPrompt(const std::string&) override {}
-    void SetStatus(const std::string&) override {}
-    void SetBarRange(std::int32_t, std::int32_t) override {}
-    void SetBarValue(std::int32_t) override {}
-    void SetCancelEnabled(bool) override {}
-    bool Cancelled() const override { return false; }
-    void LetEventsRun() override {}
-};
 
 struct Cost {
     double cpu = 0;
