@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # What run.sh, test.sh and benchmarks/run.sh have in common. To be sourced, in the project's folder.
 
 step() {

@@ -22,9 +22,9 @@ extern bool Expert;
 std::string StartFolder();
 
 /// Sets LibraryRoot: to `library` (a path of the host or of Windows) unless that is empty, else to what
-/// MARROWKIT_LIBRARY in the environment names, else (an installed program, platform/installation) to the folder
-/// that its user chose, else to the folder that holds the program file. Drive letters are those of the library's
-/// Wine prefix, when it lies in one. Raises 52, 68, 76 for a path that cannot be.
+/// MARROWKIT_LIBRARY in the environment names, else (an installed program, platform/installation) to the
+/// folder that its user chose, else to the folder that holds the program file. Drive letters are those of the
+/// library's Wine prefix, when it lies in one. Raises 52, 68, 76 for a path that cannot be.
 void Start(const std::string& library = {});
 
 }  // namespace marrowkit::modGlobal

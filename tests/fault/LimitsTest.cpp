@@ -29,7 +29,8 @@ protected:
     }
     static std::uint64_t PageBytes() { return GetParam() == JetVersion::Jet3 ? 2048 : 4096; }
 
-    /// A database with one table and two rows, and pages that belong to nobody up to this many below the limit.
+    /// A database with one table and two rows, and pages that belong to nobody up to this many below the
+    /// limit.
     void MakeFile(std::uint64_t pagesBelow) {
         {
             jet::OpenOptions options;
