@@ -4,7 +4,6 @@
 
 #include "creation/CreateDatabase.h"
 #include "platform/files/FileTools.h"
-#include "platform/files/Paths.h"
 #include "platform/text/Text.h"
 #include "platform/text/Utf8.h"
 
@@ -78,7 +77,8 @@ std::optional<ImportRefusal> StoreImportOptions(const ImportOptions& options, co
     settings.NameColumn = options.nameColumn;
     settings.DatabaseName = options.name;
     settings.NewFolderPath = newFolder;
-    settings.NewFolderPathSlash = newFolder.empty() ? newFolder : WithFinalBackslash(newFolder);
+    settings.NewFolderPathSlash = newFolder;
+    if (!newFolder.empty() && !newFolder.ends_with('\\')) settings.NewFolderPathSlash += '\\';
     return std::nullopt;
 }
 

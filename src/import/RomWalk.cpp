@@ -6,7 +6,6 @@
 
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/FolderSearch.h"
-#include "platform/files/Paths.h"
 #include "platform/files/Wildcards.h"
 
 namespace marrowkit {
@@ -37,7 +36,8 @@ public:
     }
 
     void Folder(const std::string& path) {
-        const std::string folder = WithFinalBackslash(path);
+        // As RomPathSlash has it, of which matches are the rest: a "/" is no end of a path.
+        const std::string folder = path.ends_with('\\') ? path : path + '\\';
         std::vector<std::string> subfolders;
         {
             // Read once for the subfolders and for every pattern.

@@ -75,6 +75,16 @@ TEST_F(StoreOptions, FillsTheSettings) {
     EXPECT_FALSE(settings.ScanForRoms);
 }
 
+// A pasted name is not looked at; only a backslash counts as the end of the folder's path.
+TEST_F(StoreOptions, AppendsABackslashUnlessThereIsOne) {
+    options.name = "Arcade/";
+    ASSERT_EQ(Refusal(), "");
+    EXPECT_EQ(settings.NewFolderPathSlash, library + "Arcade/\\");
+    options.name = "Arcade\\";
+    ASSERT_EQ(Refusal(), "");
+    EXPECT_EQ(settings.NewFolderPathSlash, library + "Arcade\\");
+}
+
 TEST_F(StoreOptions, RefusesAnEmptyNameAndAnExistingFolder) {
     options.name = "";
     EXPECT_EQ(Refusal(), "You must enter a Vellora name!");
@@ -118,7 +128,8 @@ TEST_F(StoreOptions, KeepsBothFormsOfTheRomPath) {
     const char* const kForms[][3] = {{"", "", "\\"},
                                      {"C:\\", "C:\\", "C:\\"},
                                      {"D:\\Roms\\", "D:\\Roms", "D:\\Roms\\"},
-                                     {"D:\\Roms", "D:\\Roms", "D:\\Roms\\"}};
+                                     {"D:\\Roms", "D:\\Roms", "D:\\Roms\\"},
+                                     {"D:\\Roms/", "D:\\Roms/", "D:\\Roms/\\"}};
     for (const auto& [typed, plain, slash] : kForms) {
         options.romPath = typed;
         ASSERT_EQ(Refusal(), "");

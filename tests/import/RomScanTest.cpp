@@ -204,6 +204,18 @@ TEST_F(RomScan, CutsThePathBehindADriveRoot) {
     EXPECT_EQ(tables.Entries[0].MatchedFile, tables.Files[0].Path.substr(3));
 }
 
+// Such a path passes the options' checks; the backslash appended to it belongs to both paths.
+TEST_F(RomScan, CutsThePathBehindAForwardSlash) {
+    Put("Sub/game.zip", "123456789");
+    settings.RomPath += '/';
+    settings.RomPathSlash = settings.RomPath + '\\';
+    ASSERT_EQ(Walk(), "");
+    EXPECT_THAT(Listed(), UnorderedElementsAre("Sub", "Sub\\game.zip"));
+    tables.Entries = {Entry("x", "CBF43926", 9)};
+    ASSERT_EQ(Match(), "");
+    EXPECT_EQ(tables.Entries[0].MatchedFile, "Sub\\game.zip");
+}
+
 TEST_F(RomScan, TakesTheFirstWalkedOfFilesThatAreAlike) {
     Put("a", "123456789");
     Put("Sub/b", "123456789");
