@@ -104,6 +104,18 @@ TEST_F(Engine, SkipsChecksummingWhenTheFolderHasNoFile) {
     EXPECT_THAT(progress.prompts, ElementsAre("Loading Datafile into memory...", "Preparing File List...",
                                               "Creating New Database...", "Adding games to database..."));
     EXPECT_THAT(FreshGames("Filename"), ElementsAre(""));
+    EXPECT_EQ(test::ReadFile(Fresh("Paths.ini")), "[Games]\r\n1=" + settings.RomPath + "\r\n");
+    EXPECT_EQ(test::ReadFile(Fresh("Emulators.ini")), "[File Types]\r\nSupportTypes=\r\n");
+}
+
+TEST_F(Engine, EmptiesTheExtensionListAtItsStart) {
+    Games(GamesLine("A", "a.zip"));
+    Roms();
+    test::WriteFile(folder / "roms" / "other.bin", "x");
+    settings.MatchExtensionsOnly = true;
+    tables.RomExtensionList = "left.over;";
+    EXPECT_TRUE(Run());
+    EXPECT_EQ(test::ReadFile(Fresh("Emulators.ini")), "[File Types]\r\nSupportTypes=.ZIP;\r\n");
 }
 
 TEST_F(Engine, ShowsTheLoadersTextAndStops) {

@@ -88,6 +88,48 @@ TEST(TosecName, TakesTheLanguageThatStandsFirstInTheTableNotInTheName) {
     EXPECT_EQ(Parsed("Golf (1985)(Softco)(de)(us)").Language, "United States (English)");
 }
 
+TEST(TosecName, KnowsSixteenLanguages) {
+    constexpr std::pair<const char*, const char*> kLanguages[] = {{"us", "United States (English)"},
+                                                                  {"jp", "Japanese"},
+                                                                  {"uk", "United Kingdom (English)"},
+                                                                  {"en", "English"},
+                                                                  {"fr", "French"},
+                                                                  {"de", "German"},
+                                                                  {"sp", "Spanish"},
+                                                                  {"nl", "Dutch"},
+                                                                  {"it", "Italian"},
+                                                                  {"cz", "Czech"},
+                                                                  {"sw", "Swedish"},
+                                                                  {"hk", "Hong Kong"},
+                                                                  {"au", "Australian"},
+                                                                  {"pl", "Polish"},
+                                                                  {"br", "Brazilian"},
+                                                                  {"eu", "European"}};
+    std::string behind;  // the groups of all later rows, in front of the one that is to win
+    for (auto row = std::rbegin(kLanguages); row != std::rend(kLanguages); ++row) {
+        const std::string group = std::string("(") + row->first + ")";
+        EXPECT_EQ(Parsed("A (1985)(S)" + behind + group).Language, row->second);
+        EXPECT_EQ(Parsed("A (1985)(S)(" + std::string(row->first) + "-fr)").Language,
+                  row->second + std::string(" / French"));
+        behind += group;
+    }
+}
+
+TEST(TosecName, KnowsTheYearsFrom1970To2010AndEightDecades) {
+    const char* const kDecades[] = {"19xx", "197x", "198x", "199x", "20xx", "200x", "201x", "202x"};
+    int id = 2;
+    for (const char* decade : kDecades) {
+        EXPECT_EQ(Parsed("A (" + std::string(decade) + ")(S)").YearId, id++) << decade;
+        EXPECT_EQ(Parsed("A (1999)(S)(" + std::string(decade) + ")").YearId, id - 1) << decade;
+    }
+    for (int year = 1960; year <= 2030; ++year) {
+        const DatafileEntry entry = Parsed("A (" + std::to_string(year) + ")(S)");
+        const bool known = year >= 1970 && year <= 2010;
+        EXPECT_EQ(entry.YearId, known ? year - 1960 : 1) << year;
+        EXPECT_EQ(entry.Publisher, known ? "S" : "") << year;
+    }
+}
+
 TEST(TosecName, ReadsListsOfLanguages) {
     EXPECT_EQ(Parsed("A (1985)(S)(en-fr)").Language, "English / French");
     EXPECT_EQ(Parsed("A (1985)(S)(en-xX)").Language, "English / xX");
