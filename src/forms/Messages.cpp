@@ -63,6 +63,13 @@ QMessageBox::StandardButtons QtButtons(MessageButtons buttons) {
     return QMessageBox::Ok;
 }
 
+/// Enter answers with the first button unless the message says otherwise. Left alone, the button that comes
+/// first would be the desktop's choice.
+QMessageBox::StandardButton DefaultButton(MessageButtons buttons, bool noIsDefault) {
+    if (buttons == MessageButtons::Ok) return QMessageBox::Ok;
+    return noIsDefault ? QMessageBox::No : QMessageBox::Yes;
+}
+
 /// Message boxes wrap at a width of their own choice. Texts that bring their line breaks along are shown in
 /// these lines where the screen has the room.
 void KeepLines(QMessageBox& box) {
@@ -91,7 +98,7 @@ MessageAnswer ShowMessageBox(QWidget* owner, const std::string& text, MessageIco
     box.setIcon(QtIcon(icon));
     KeepLines(box);
     box.setStandardButtons(QtButtons(buttons));
-    if (noIsDefault) box.setDefaultButton(QMessageBox::No);
+    box.setDefaultButton(DefaultButton(buttons, noIsDefault));
     // What the box says must not look like a busy program.
     const bool hourglass = QApplication::overrideCursor() != nullptr;
     if (hourglass) QApplication::setOverrideCursor(Qt::ArrowCursor);

@@ -18,8 +18,8 @@ class UserInterface {
 public:
     virtual ~UserInterface() = default;
 
-    /// A modal message. Text lines are separated by CR LF. With YesNoCancel, No is the default button when
-    /// `noIsDefault`.
+    /// A modal message. Text lines are separated by CR LF. The default button is No when `noIsDefault`, else
+    /// the first one.
     virtual MessageAnswer ShowMessage(const std::string& text, MessageIcon icon, const std::string& title,
                                       MessageButtons buttons = MessageButtons::Ok,
                                       bool noIsDefault = false) = 0;

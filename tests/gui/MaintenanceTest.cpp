@@ -160,7 +160,9 @@ TEST_P(Maintenance, DeleteRecordMovesItsGamesToTheReplacement) {
                              "affected games to the record \"Zebra\"?\n\nARE YOU SURE?   THIS CANNOT BE "
                              "UNDONE!"));
     EXPECT_EQ(Box(0).buttons, QMessageBox::Yes | QMessageBox::No);
+    EXPECT_EQ(Box(0).defaultButton, QMessageBox::Yes);
     EXPECT_EQ(Box(0).icon, QMessageBox::Question);
+    EXPECT_EQ(Box(0).title, QStringLiteral("Marrowkit"));
     EXPECT_EQ(Box(1).text, QStringLiteral("Record Deleted!"));
     EXPECT_EQ(One("Arcade", "SELECT Publisher FROM Publishers WHERE Publisher = \"Aardvark\""), "none");
     EXPECT_EQ(
