@@ -11,6 +11,13 @@
 #include "shell/InputDialog.h"
 
 namespace marrowkit {
+namespace {
+
+// Narrow enough for the prompt, the field and the buttons in the window's inner height.
+constexpr int kMarginPixels = 7;
+constexpr int kSpacingPixels = 3;
+
+}  // namespace
 
 frmInputBox::frmInputBox(QWidget* owner) : QDialog(owner) {
     setObjectName(QStringLiteral("frmInputBox"));
@@ -28,6 +35,8 @@ frmInputBox::frmInputBox(QWidget* owner) : QDialog(owner) {
     buttons->addButton(cmdOK, QDialogButtonBox::AcceptRole);
     buttons->addButton(cmdCancel, QDialogButtonBox::RejectRole);
     auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(kMarginPixels, kMarginPixels, kMarginPixels, kMarginPixels);
+    layout->setSpacing(kSpacingPixels);
     layout->addWidget(lblPrompt);
     layout->addWidget(txtInput);
     layout->addStretch();

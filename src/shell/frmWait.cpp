@@ -7,6 +7,12 @@
 #include "global/UserInterface.h"
 
 namespace marrowkit {
+namespace {
+
+/// Narrow enough for a line of text in the window's inner height.
+constexpr int kMarginPixels = 4;
+
+}  // namespace
 
 frmWait::frmWait(QWidget* owner)
     : QDialog(owner, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint) {
@@ -17,6 +23,7 @@ frmWait::frmWait(QWidget* owner)
     lblPrompt->setObjectName(QStringLiteral("lblPrompt"));
     lblPrompt->setAlignment(Qt::AlignCenter);
     auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(kMarginPixels, kMarginPixels, kMarginPixels, kMarginPixels);
     layout->addWidget(lblPrompt);
     SetInnerSize(*this, 3015, 495);
 }
