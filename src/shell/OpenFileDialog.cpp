@@ -3,10 +3,13 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QStringList>
+#include <cstdint>
 
+#include "forms/Messages.h"
 #include "forms/QtText.h"
 #include "global/modGlobal.h"
 #include "platform/files/FileTools.h"
+#include "platform/files/FolderSearch.h"
 #include "platform/files/HostPath.h"
 
 namespace marrowkit {
@@ -27,6 +30,11 @@ QStringList QtFilters(const QString& filter) {
     return filters;
 }
 
+bool IsReadOnly(const std::string& path) {
+    const std::uint32_t attributes = AttributesOf(path);
+    return attributes != kAttributesInvalid && (attributes & kAttributeReadOnly) != 0;
+}
+
 }  // namespace
 
 std::string ShowOpenFileDialog(QWidget* owner, const std::string& initialFolder, const std::string& filter,
@@ -37,8 +45,15 @@ std::string ShowOpenFileDialog(QWidget* owner, const std::string& initialFolder,
     dialog.setObjectName(QStringLiteral("cDialog"));
     dialog.setNameFilters(QtFilters(ToQt(filter)));
     dialog.setFileMode(QFileDialog::ExistingFile);
-    if (dialog.exec() != QDialog::Accepted) return {};
-    return WindowsPath(QFile::encodeName(dialog.selectedFiles().value(0)).toStdString());
+    while (dialog.exec() == QDialog::Accepted) {
+        const std::string path =
+            WindowsPath(QFile::encodeName(dialog.selectedFiles().value(0)).toStdString());
+        if (!IsReadOnly(path)) return path;
+        ShowMessageBox(owner,
+                       path + "\r\nThis file is set to read-only.\r\nTry again with a different file name.",
+                       MessageIcon::Exclamation, title);
+    }
+    return {};
 }
 
 }  // namespace marrowkit

@@ -5,9 +5,9 @@
 
 namespace marrowkit {
 
-/// Lets the person choose an existing file. `filter` holds pairs of description and pattern separated by
-/// vertical bars; `initialFolder` is replaced by the program's folder when it does not exist. Returns a
-/// Windows path, empty on cancel.
+/// Lets the person choose an existing file that is not set to read-only. `filter` holds pairs of description
+/// and pattern separated by vertical bars; `initialFolder` is replaced by the program's folder when it does
+/// not exist. Returns a Windows path, empty on cancel.
 std::string ShowOpenFileDialog(QWidget* owner, const std::string& initialFolder, const std::string& filter,
                                const std::string& title);
 

@@ -369,6 +369,22 @@ TEST_F(ImportWindows, TheDatafilesFolderIsRememberedAndACancelledChoiceIsNot) {
     expectStart(folder_ / "drive_c/Data");
 }
 
+TEST_F(ImportWindows, AFileThatIsSetToReadOnlyCannotBeChosen) {
+    AddTemplate();
+    WriteDatafile("Old.dat", "", "1.92");
+    const std::filesystem::path file = folder_ / "drive_c/Data/Old.dat";
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+    Open();
+    ChooseFile("Old.dat");
+    driver_.AnswerBox(QMessageBox::Ok);
+    driver_.UseDialog(QStringLiteral("cDialog"), [](QDialog& dialog) { dialog.reject(); });
+    Trigger("mnuFileNewRomCenter2");
+    ASSERT_EQ(driver_.Boxes().size(), 1U);
+    EXPECT_EQ(driver_.Boxes()[0].title, QStringLiteral("Select the RC-2.0 Datafile..."));
+    EXPECT_EQ(driver_.Boxes()[0].icon, QMessageBox::Warning);
+    EXPECT_TRUE(driver_.Boxes()[0].text.contains(QStringLiteral("read-only")));
+}
+
 TEST_F(ImportWindows, EveryHelpButtonSaysItsText) {
     OpenWithDatafile("Nimbus.dat");
     const struct {
