@@ -27,8 +27,11 @@ bool ClearGameExtras(UserInterface& ui, const SelectedNode& database) {
     const std::string statusBefore = ui.StatusText();
     ui.SetStatusText("Clearing Game Extras in '" + database.text + "'...");
     ui.BeginBusy("Clearing Game Extras...");
-    connection.Execute("UPDATE Games SET Extras = False WHERE Extras = True");
-    connection.Execute("DELETE * FROM Extras WHERE (1)");
+    for (const char* statement :
+         {"UPDATE Games SET Extras = False WHERE Extras = True", "DELETE * FROM Extras WHERE (1)"}) {
+        connection.Execute(statement);
+        ui.LetEventsRun();
+    }
     ui.EndBusy();
     ui.SetStatusText(statusBefore);
     connection.Close();

@@ -14,13 +14,14 @@ namespace marrowkit {
 namespace {
 
 /// Record by record, not by a statement.
-void DeleteAllRecords(dao::Database& database, std::string_view query) {
+void DeleteAllRecords(UserInterface& ui, dao::Database& database, std::string_view query) {
     dao::Recordset records = database.OpenRecordset(query, dao::RecordsetType::Dynaset);
     if (!records.EOF_()) {
         records.MoveFirst();
         while (!records.EOF_()) {
             records.Delete();
             records.MoveNext();
+            ui.LetEventsRun();
         }
     }
     records.Close();
@@ -42,8 +43,8 @@ bool RemoveCustomViews(UserInterface& ui, const SelectedNode& database) {
     ui.SetStatusText("Removing Custom Views in '" + database.text + "'...");
     ui.BeginBusy("Removing Custom Views...");
     dao::Database connection = dao::DBEngine().OpenDatabase(database.key);
-    DeleteAllRecords(connection, "SELECT * FROM ViewData");
-    DeleteAllRecords(connection, "SELECT * FROM ViewFilters");
+    DeleteAllRecords(ui, connection, "SELECT * FROM ViewData");
+    DeleteAllRecords(ui, connection, "SELECT * FROM ViewFilters");
     connection.Close();
     RegistryStore().WriteValue(
         "HKEY_LOCAL_MACHINE", "Software\\Quillon\\Vellora\\Vellora\\" + database.parentText + "\\QuickFilter",

@@ -210,6 +210,7 @@ void frmMain::BeginBusy(const std::string& waitMessage) {
     wait_->show();
     treeHadFocus_ = focusWidget() == tvVellora;
     AllowStarting(false);
+    PumpEventsNow();  // not every operation lets events run before its first long step
 }
 
 void frmMain::EndBusy() {

@@ -5,6 +5,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -15,6 +16,23 @@ namespace marrowkit {
 namespace {
 
 using test::Child;
+
+/// Remembers what a window's lblPrompt said when it was painted.
+class PaintWatch : public QObject {
+public:
+    explicit PaintWatch(QString window) : window_(std::move(window)) { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        const auto* label = qobject_cast<QLabel*>(watched);
+        if (event->type() == QEvent::Paint && label != nullptr && label->window()->objectName() == window_)
+            prompt_ = label->text();
+        return false;
+    }
+    QString TakePrompt() { return std::exchange(prompt_, QString()); }
+
+private:
+    QString window_;
+    QString prompt_;
+};
 
 class MaintenanceMessages : public test::MaintenanceFixture {};
 
@@ -228,6 +246,56 @@ TEST_P(MaintenanceMessages, NothingElseCanBeStartedWhileAnOperationRuns) {
     Trigger("mnuDBFix");
     EXPECT_EQ(looks, 1);
     ExpectNothingIsBusy();
+}
+
+TEST_P(MaintenanceMessages, EveryOperationsWaitWindowIsSeenWhileItWorks) {
+    OpenWith("Arcade");
+    PaintWatch watch(QStringLiteral("frmWait"));
+    const struct {
+        const char* action;
+        bool asks;
+        const char* wait;
+    } operations[] = {{"mnuDBFix", false, "Removing NULL Data..."},
+                      {"mnuDBCompact", false, "Compacting..."},
+                      {"mnuDBClearExtras", true, "Clearing Game Extras..."},
+                      {"mnuDBRemoveViews", true, "Removing Custom Views..."}};
+    for (const auto& operation : operations) {
+        if (operation.asks) driver_.AnswerBox(QMessageBox::Yes);
+        driver_.AnswerBox(QMessageBox::Ok);
+        Trigger(operation.action);
+        EXPECT_EQ(watch.TakePrompt().toStdString(), operation.wait);
+    }
+    Tree().setCurrentItem(Node(R"(C:\Vellora\Arcade\)"));
+    driver_.AnswerBox(QMessageBox::Yes);
+    Trigger("mnuVelloraDelete");
+    EXPECT_EQ(watch.TakePrompt().toStdString(), "Deleting...");
+}
+
+TEST_P(MaintenanceMessages, AClickOnTheTableThatIsShownReadsItAnew) {
+    OpenWith("Arcade");
+    for (const char* name : {"Anna", "Berta"})
+        Execute("Arcade", std::string("INSERT INTO Crackers (Cracker) VALUES (\"") + name + "\")");
+    driver_.UseDialog(QStringLiteral("frmRemoveRec"), [this](QDialog& dialog) {
+        auto& tables = Child<QListWidget>(dialog, "lstTable");
+        auto& records = Child<QListWidget>(dialog, "lstRecords");
+        const auto click = [&tables](int row) {
+            QTest::mouseClick(tables.viewport(), Qt::LeftButton, Qt::NoModifier,
+                              tables.visualItemRect(tables.item(row)).center());
+        };
+        click(4);
+        ASSERT_EQ(records.count(), 2);
+        records.setCurrentRow(1);
+        Execute("Arcade", "INSERT INTO Crackers (Cracker) VALUES (\"Clara\")");
+        click(4);
+        EXPECT_EQ(records.count(), 3);
+        EXPECT_EQ(records.currentRow(), 0);
+        EXPECT_TRUE(Child<QPushButton>(dialog, "cmdDelete").isEnabled());
+        click(2);  // no record of it may be deleted
+        EXPECT_EQ(records.count(), 0);
+        EXPECT_FALSE(Child<QPushButton>(dialog, "cmdDelete").isEnabled());
+        dialog.reject();
+    });
+    Trigger("mnuDBDeleteRecords");
 }
 
 TEST_P(MaintenanceMessages, AnOperationLeavesTheFocusOnTheTree) {

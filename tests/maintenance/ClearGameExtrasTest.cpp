@@ -43,6 +43,7 @@ TEST_P(ClearExtras, UnlinksAllExtrasAfterAConfirmation) {
     EXPECT_THAT(ui.statusTexts, ElementsAre("before", "Clearing Game Extras in 'Arcade.mdb'...", "before"));
     EXPECT_THAT(ui.waitMessages, ElementsAre("Clearing Game Extras..."));
     EXPECT_EQ(ui.busyDepth, 0);
+    EXPECT_EQ(ui.eventRuns, 2) << "once behind every statement";
     EXPECT_THAT(database.Rows("SELECT Name, Extras FROM Games ORDER BY GA_Id"),
                 ElementsAre("with|False", "without|False"));
     EXPECT_THAT(database.Rows("SELECT * FROM Extras"), IsEmpty());

@@ -58,6 +58,7 @@ TEST_P(RemoveViews, DeletesViewsAndFiltersAndResetsTheFrontendsCount) {
     EXPECT_THAT(ui.statusTexts, ElementsAre("before", "Removing Custom Views in 'Arcade.mdb'...", "before"));
     EXPECT_THAT(ui.waitMessages, ElementsAre("Removing Custom Views..."));
     EXPECT_EQ(ui.busyDepth, 0);
+    EXPECT_EQ(ui.eventRuns, 10) << "once behind every record";
     EXPECT_THAT(database.Rows("SELECT * FROM ViewData"), IsEmpty());
     EXPECT_THAT(database.Rows("SELECT * FROM ViewFilters"), IsEmpty());
     EXPECT_EQ(NumFilters("Arcade"), 0);
