@@ -1,5 +1,6 @@
 #include "maintenance/frmRemoveRec.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -46,6 +47,10 @@ frmRemoveRec::frmRemoveRec(QWidget* owner, UserInterface& ui) : QDialog(owner), 
     SetInnerSize(*this, 3615, 4575);
 
     connect(lstTable, &QListWidget::itemSelectionChanged, this, Guarded([this] { ShowTable(); }));
+    lstTable->viewport()->installEventFilter(this);
+    connect(lstTable, &QListWidget::itemClicked, this, Guarded([this] {
+                if (lstTable->currentRow() == tableBeforeClick_) ShowTable();
+            }));
     connect(lstRecords, &QListWidget::itemSelectionChanged, this,
             [this] { cmdDelete->setEnabled(HasSelection(*lstRecords)); });
     connect(lstRecords, &QListWidget::itemDoubleClicked, this, Guarded([this] { DeleteRecord(); }));
@@ -61,6 +66,11 @@ frmRemoveRec::~frmRemoveRec() {
 
 void frmRemoveRec::CloseDatabase() noexcept {
     database_.reset();
+}
+
+bool frmRemoveRec::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::MouseButtonPress) tableBeforeClick_ = lstTable->currentRow();
+    return QDialog::eventFilter(watched, event);
 }
 
 void frmRemoveRec::ShowTable() {

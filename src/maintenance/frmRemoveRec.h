@@ -21,8 +21,13 @@ public:
     frmRemoveRec(QWidget* owner, UserInterface& ui);
     ~frmRemoveRec() override;
 
+protected:
+    /// Notes which table a click finds selected.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void CloseDatabase() noexcept override;
+    /// Reads the selected table's records, also when they are shown already.
     void ShowTable();
     void DeleteRecord();
     void RemoveFromList(int row);
@@ -33,6 +38,7 @@ private:
     QListWidget* lstRecords;
     QPushButton* cmdDelete;
     QPushButton* cmdClose;
+    int tableBeforeClick_ = -1;
     std::optional<dao::Database> database_;
 };
 
