@@ -63,8 +63,13 @@ TEST_F(InputBox, OkNeedsATextUnlessEmptyIsAllowed) {
     });
     InputAllowEmpty = true;
     Run([](QDialog& dialog) {
-        EXPECT_TRUE(Child<QPushButton>(dialog, "cmdOK").isEnabled());
-        Child<QPushButton>(dialog, "cmdOK").click();
+        auto& ok = Child<QPushButton>(dialog, "cmdOK");
+        EXPECT_TRUE(ok.isEnabled());
+        auto& text = Child<QLineEdit>(dialog, "txtInput");
+        QTest::keyClicks(&text, QStringLiteral("A"));
+        text.clear();
+        EXPECT_TRUE(ok.isEnabled());
+        ok.click();
     });
     EXPECT_TRUE(InputAccepted);
     EXPECT_EQ(InputResult, "");
@@ -78,6 +83,28 @@ TEST_F(InputBox, SwallowsTypedInvalidCharacters) {
         Child<QPushButton>(dialog, "cmdOK").click();
     });
     EXPECT_EQ(InputResult, "ABCD");
+}
+
+TEST_F(InputBox, WithoutAnInvalidSetEveryTextIsAccepted) {
+    InputInvalidChars.clear();
+    Run([](QDialog& dialog) {
+        QTest::keyClicks(&Child<QLineEdit>(dialog, "txtInput"), QStringLiteral("A/B*"));
+        Child<QPushButton>(dialog, "cmdOK").click();
+    });
+    EXPECT_EQ(InputResult, "A/B*");
+}
+
+TEST_F(InputBox, TheFieldSelectsItsTextWheneverItGetsTheFocus) {
+    InputDefault = "Arcade";
+    Run([](QDialog& dialog) {
+        auto& text = Child<QLineEdit>(dialog, "txtInput");
+        text.deselect();
+        Child<QPushButton>(dialog, "cmdCancel").setFocus();
+        text.setFocus();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(text.selectedText(), QStringLiteral("Arcade"));
+        dialog.reject();
+    });
 }
 
 TEST_F(InputBox, TheInvalidSetIgnoresCase) {
@@ -103,7 +130,9 @@ TEST_F(InputBox, PastedInvalidCharactersAreCaughtAtOk) {
     driver.UseDialog(QStringLiteral("frmInputBox"), [](QDialog& dialog) {
         EXPECT_TRUE(dialog.isVisible());
         EXPECT_FALSE(InputAccepted);
-        EXPECT_EQ(Child<QLineEdit>(dialog, "txtInput").text(), QStringLiteral("A/B"));
+        const auto& text = Child<QLineEdit>(dialog, "txtInput");
+        EXPECT_EQ(text.text(), QStringLiteral("A/B"));
+        EXPECT_EQ(dialog.focusWidget(), &text);
         dialog.reject();
     });
     frmInputBox(nullptr).exec();

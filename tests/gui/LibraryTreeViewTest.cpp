@@ -103,6 +103,10 @@ TEST_F(LibraryTreeView, ALeftClickShowsTheNodesKey) {
     };
     click(DatabaseKey("Arcade"));
     EXPECT_EQ(Status(), QStringLiteral(R"(C:\Vellora\Arcade\Arcade.mdb)"));
+    click(R"(C:\Vellora\Arcade\)");
+    EXPECT_EQ(Status(), QStringLiteral(R"(C:\Vellora\Arcade\)"));
+    click("Arcade INI Files");
+    EXPECT_EQ(Status(), QStringLiteral("Arcade INI Files"));
     click("ROOT");
     EXPECT_EQ(Status(), QStringLiteral("Right-Click each Node for options"));
 }

@@ -94,5 +94,18 @@ TEST(DatabaseVersion, TheFileIsFreeAgainAfterwards) {
     EXPECT_FALSE(std::filesystem::exists(folder / "Games.ldb"));
 }
 
+TEST(DatabaseVersion, TheFileIsFreeAgainAfterAnErrorToo) {
+    const TemporaryFolder folder;
+    const std::string path = (folder / "Games.mdb").string();
+    dao::DBEngine engine;
+    dao::Database database = engine.CreateDatabase(path, jet::JetVersion::Jet4);
+    database.Execute("CREATE TABLE Config (MajorVersion LONG)");
+    database.Execute("INSERT INTO Config VALUES (2)");
+    database.Close();
+    EXPECT_EQ(GetDatabaseVersion(path), kUnknownDatabaseVersion);
+    engine.CompactDatabase(path, (folder / "Copy.mdb").string());
+    EXPECT_FALSE(std::filesystem::exists(folder / "Games.ldb"));
+}
+
 }  // namespace
 }  // namespace marrowkit::test

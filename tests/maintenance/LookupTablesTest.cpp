@@ -5,6 +5,7 @@
 
 #include "maintenance/FrontendDatabase.h"
 #include "maintenance/LookupTables.h"
+#include "platform/errors/RuntimeError.h"
 #include "support/BothFormats.h"
 #include "support/RecordingUserInterface.h"
 #include "support/TestData.h"
@@ -101,6 +102,17 @@ TEST_P(Lookups, DeletingMovesTheGamesAndLeavesAnEmptyListAfterTheLastRecord) {
 TEST_P(Lookups, ARecordThatNoGameUsesIsDeletedAllTheSame) {
     Delete(kLookupTables[3], 2, 1);
     EXPECT_THAT(database.Rows("SELECT LA_Id FROM Languages"), ElementsAre("1"));
+}
+
+TEST_P(Lookups, ARecordThatCannotBeDeletedHasLostItsGamesAlready) {
+    database.Execute("CREATE TABLE Labels (LB_Id LONG, PU_Id LONG REFERENCES Publishers (PU_Id))");
+    database.Execute("INSERT INTO Publishers (PU_Id, Publisher) VALUES (100, \"Ant\")");
+    database.Execute("INSERT INTO Labels VALUES (1, 100)");
+    database.Execute("INSERT INTO Games (Name, PU_Id) VALUES (\"g\", 100)");
+    EXPECT_THROW(Delete(kLookupTables[0], 100, 37), RuntimeError);
+    EXPECT_EQ(database.One("SELECT PU_Id FROM Games"), "37");
+    EXPECT_EQ(database.One("SELECT Publisher FROM Publishers WHERE PU_Id = 100"), "Ant");
+    EXPECT_THAT(database.Problems(), IsEmpty());
 }
 
 TEST_P(Lookups, ARecordWithoutANameHasAnEmptyOne) {

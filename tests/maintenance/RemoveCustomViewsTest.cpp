@@ -6,6 +6,7 @@
 
 #include "maintenance/FrontendDatabase.h"
 #include "maintenance/RemoveCustomViews.h"
+#include "platform/errors/RuntimeError.h"
 #include "platform/registry/RegistryStore.h"
 #include "support/BothFormats.h"
 #include "support/RecordingUserInterface.h"
@@ -93,6 +94,16 @@ TEST_P(RemoveViews, ChangesNothingWithoutAYes) {
     EXPECT_EQ(database.One("SELECT COUNT(*) FROM ViewData"), "1");
     EXPECT_EQ(NumFilters("Arcade"), -1);
     EXPECT_THAT(ui.statusTexts, IsEmpty());
+}
+
+TEST_P(RemoveViews, LetsARegistryErrorEscapeWhenTheViewsAreGone) {
+    const FrontendDatabase database(2, 5, GetParam());
+    database.Execute("INSERT INTO ViewData (Name) VALUES (\"view\")");
+    test::WriteFile(settings / "marrowkit", "in the place of the registry's folder");
+    ui.answers = {MessageAnswer::Yes};
+    EXPECT_THROW(RemoveCustomViews(ui, database.Node()), RuntimeError);
+    EXPECT_THAT(ui.messages, ElementsAre(kQuestion));
+    EXPECT_THAT(database.Rows("SELECT * FROM ViewData"), IsEmpty());
 }
 
 TEST_P(RemoveViews, ReportsADatabaseThatHasVanishedAndRebuildsTheTree) {
