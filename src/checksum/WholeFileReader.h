@@ -4,15 +4,18 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/files/HostFiles.h"
+
 namespace marrowkit {
 
-/// A file opened for being read once from its start to its end, in as few system calls as there can be. Only
-/// for the checksum folder.
+/// A file opened for being read once from its start to its end, in as few system calls as there can be.
 class WholeFileReader {
 public:
     /// A file that cannot be opened but has no content (or is no file) counts as one of length 0, because the
     /// length is asked for before the file is opened. Throws RuntimeError when the opening fails otherwise.
     explicit WholeFileReader(const char* hostPath);
+    /// The same for a file in a folder.
+    WholeFileReader(const OpenHostFolder& folder, const char* name);
     WholeFileReader(const WholeFileReader&) = delete;
     WholeFileReader& operator=(const WholeFileReader&) = delete;
     ~WholeFileReader();
@@ -25,6 +28,10 @@ public:
     std::size_t Read(std::span<std::uint8_t> into);
 
 private:
+    /// `path` gives the path of the file for the text of an error.
+    template <typename Path>
+    void Open(int folder, const char* name, const Path& path);
+
     int descriptor_ = -1;
     std::uint64_t length_ = 0;
 };

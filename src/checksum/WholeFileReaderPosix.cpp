@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <fcntl.h>
+#include <string>
 #include <unistd.h>
 
 #include <sys/stat.h>
@@ -19,13 +20,27 @@ std::uint64_t LengthOf(const struct stat& status) {
 }  // namespace
 
 WholeFileReader::WholeFileReader(const char* hostPath) {
+    Open(AT_FDCWD, hostPath, [hostPath] { return std::string(hostPath); });
+}
+
+WholeFileReader::WholeFileReader(const OpenHostFolder& folder, const char* name) {
+    const auto path = [&] { return folder.PathOf(name); };
+    if (folder.Descriptor() >= 0) {
+        Open(folder.Descriptor(), name, path);
+    } else {
+        Open(AT_FDCWD, path().c_str(), path);
+    }
+}
+
+template <typename Path>
+void WholeFileReader::Open(int folder, const char* name, const Path& path) {
     struct stat status;
     // O_NONBLOCK: a pipe without a writer must not stop the scan. It means nothing for files.
-    descriptor_ = ::open(hostPath, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    descriptor_ = ::openat(folder, name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor_ < 0) {
         const int code = errno;
-        if (::stat(hostPath, &status) == 0 && LengthOf(status) == 0) return;
-        RaiseForHostPath(code, hostPath);
+        if (::fstatat(folder, name, &status, 0) == 0 && LengthOf(status) == 0) return;
+        RaiseForHostPath(code, path());
     }
     if (::fstat(descriptor_, &status) != 0) {
         const int code = errno;

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "checksum/Crc16.h"
-#include "checksum/WholeFileReader.h"
 #include "platform/files/HostPath.h"
 #include "platform/text/CodePage1252.h"
 
@@ -63,11 +62,15 @@ std::optional<std::int32_t> clsCRC::CalculateFile(std::string_view path) {
     return CalculateHostFile(HostPath(path).c_str());
 }
 
+std::optional<std::int32_t> clsCRC::CalculateHostFile(const char* hostPath) {
+    WholeFileReader file(hostPath);
+    return CalculateOpenFile(file);
+}
+
 // The sum is that of the bytes which the file had when its length was asked for. Reading block by block gives
 // it without ever holding a large file in memory. An error on the way leaves the running values as they were,
 // as it would if all had been read before the first byte was summed.
-std::optional<std::int32_t> clsCRC::CalculateHostFile(const char* hostPath) {
-    WholeFileReader file(hostPath);
+std::optional<std::int32_t> clsCRC::CalculateOpenFile(WholeFileReader& file) {
     std::uint64_t left = file.Length();
     if (left == 0) return std::nullopt;
     if (left > kBlockBytes) file.ExpectWholeRead();

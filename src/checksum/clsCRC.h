@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "checksum/Crc32Loops.h"
+#include "checksum/WholeFileReader.h"
 
 namespace marrowkit {
 
@@ -46,6 +47,8 @@ public:
     std::optional<std::int32_t> CalculateFile(std::string_view path);
     /// The same by the host's own, zero-terminated path, for callers that walk the disk themselves.
     std::optional<std::int32_t> CalculateHostFile(const char* hostPath);
+    /// The same for a file that is open, none of which was read yet.
+    std::optional<std::int32_t> CalculateOpenFile(WholeFileReader& file);
     /// `goOn` is asked between the blocks (256 KiB) of a file. Once it says no the file is left where it is,
     /// with nothing at all for its checksum, as for an empty one.
     void AskBetweenBlocks(std::function<bool()> goOn) { goOn_ = std::move(goOn); }

@@ -1,12 +1,16 @@
 #include "import/RomMatch.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <string_view>
 #include <unordered_map>
 
 #include "checksum/clsCRC.h"
 #include "import/RomExtensions.h"
 #include "platform/errors/RuntimeError.h"
+#include "platform/files/HostFiles.h"
 #include "platform/files/HostPath.h"
 #include "platform/text/Numbers.h"
 #include "platform/text/Utf8.h"
@@ -38,27 +42,43 @@ FileMap MapFiles(const std::vector<ScannedFile>& files) {
     return map;
 }
 
-/// Host paths of files that come folder by folder: a folder is looked for once, not again for each of its
-/// files, whose names are the host's own.
-class HostPaths {
+/// Folders of files that come folder by folder: one is looked for once, not again for each of its files,
+/// whose names are the host's own.
+class FilesOfFolders {
 public:
-    /// Valid until the next call.
-    const std::string& Of(std::string_view path) {
-        const std::size_t folderBytes = path.find_last_of('\\') + 1;
-        if (path.substr(0, folderBytes) != folder_) {
-            folder_ = path.substr(0, folderBytes);
-            hostFolder_ = HostPath(folder_);
-            if (!hostFolder_.ends_with('/')) hostFolder_ += '/';
+    void GoTo(const ScannedFile& file) {
+        const std::size_t folderBytes = file.Path.find_last_of('\\') + 1;
+        if (file.Path.compare(0, folderBytes, folderPath_) != 0) {
+            folderPath_ = file.Path.substr(0, folderBytes);
+            folder_.emplace(HostPath(folderPath_));
         }
-        path_.assign(hostFolder_).append(path.substr(folderBytes));
-        return path_;
+        name_ = file.Path.c_str() + folderBytes;
     }
+    // Of the file that GoTo was called for last, as long as it lives.
+    const OpenHostFolder& Folder() const { return *folder_; }
+    const char* Name() const { return name_; }
 
 private:
-    std::string folder_;
-    std::string hostFolder_;
-    std::string path_;
+    std::string folderPath_;
+    std::optional<OpenHostFolder> folder_;
+    const char* name_ = nullptr;
 };
+
+void Checksum(ScannedFile& file, const FilesOfFolders& folders, clsCRC& crc) {
+    WholeFileReader reader(folders.Folder(), folders.Name());
+    file.Size = SizeInList(reader.Length());
+    // An empty file and a folder have no checksum.
+    file.Crc = Hex(crc.CalculateOpenFile(reader).value_or(0));
+}
+
+/// Raises 6 when one of the sizes overflows.
+void RaiseForSizes(std::span<const ScannedFile> files) {
+    for (const ScannedFile& file : files) {
+        const auto path = TryHostPath(file.Path);
+        const auto status = path ? StatusOf(*path) : std::nullopt;
+        if (status && status->kind == HostKind::File) SizeInList(status->size);
+    }
+}
 
 /// False when cancelled.
 bool ChecksumFiles(ImportTables& tables, ImportProgress& progress) {
@@ -66,7 +86,7 @@ bool ChecksumFiles(ImportTables& tables, ImportProgress& progress) {
     progress.LetEventsRun();
     progress.SetBarRange(0, tables.FileUpper());
     clsCRC crc;
-    HostPaths hostPaths;
+    FilesOfFolders folders;
     // A disc image takes seconds: Cancel is heard inside of it, too.
     crc.AskBetweenBlocks([&progress] {
         progress.LetEventsRun();
@@ -74,8 +94,13 @@ bool ChecksumFiles(ImportTables& tables, ImportProgress& progress) {
     });
     std::int32_t index = 0;
     for (ScannedFile& file : tables.Files) {
-        // An empty file and a folder have no checksum.
-        file.Crc = Hex(crc.CalculateHostFile(hostPaths.Of(file.Path).c_str()).value_or(0));
+        try {
+            folders.GoTo(file);
+            Checksum(file, folders, crc);
+        } catch (const RuntimeError&) {
+            RaiseForSizes(std::span(tables.Files).subspan(static_cast<std::size_t>(index)));
+            throw;
+        }
         progress.SetBarValue(index++);
         progress.LetEventsRun();
         if (progress.Cancelled()) return false;

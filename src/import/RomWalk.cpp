@@ -1,5 +1,6 @@
 #include "import/RomWalk.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <vector>
@@ -11,17 +12,6 @@
 namespace marrowkit {
 
 namespace {
-
-/// The low word less the high word, both signed: the size of every file below 2 GiB, negative from there to
-/// 4 GiB.
-std::int32_t SizeOf(const FoundFile& file) {
-    const std::int64_t size =
-        std::int64_t{static_cast<std::int32_t>(file.sizeLow)} - static_cast<std::int32_t>(file.sizeHigh);
-    if (size < std::numeric_limits<std::int32_t>::min() || size > std::numeric_limits<std::int32_t>::max()) {
-        Raise(RuntimeErrorNumber::Overflow);
-    }
-    return static_cast<std::int32_t>(size);
-}
 
 class Walk {
 public:
@@ -41,7 +31,7 @@ public:
         std::vector<std::string> subfolders;
         {
             // Read once for the subfolders and for every pattern.
-            const std::vector<FoundFile> found = ListFolder(folder);
+            const std::vector<FoundFile> found = ListFolder(folder, FoundDetails::KindOnly);
             FindSubfolders(found, subfolders);
             FindFiles(folder, found);
         }
@@ -74,7 +64,10 @@ private:
         for (const Wildcards& pattern : patterns_) {
             for (const FoundFile& entry : found) {
                 if (!pattern.Fits(entry.name)) continue;
-                tables_.Files.push_back({folder + entry.name, SizeOf(entry), {}});
+                tables_.Files.emplace_back();
+                std::string& file = tables_.Files.back().Path;
+                file.reserve(folder.size() + entry.name.size());
+                file.append(folder).append(entry.name);
                 if (StopAfterEvents()) break;
             }
             if (filtered_ && StopAfterEvents()) return;

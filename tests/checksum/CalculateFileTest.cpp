@@ -76,6 +76,38 @@ TEST(CalculateFile, SumsTheWholeFileWhateverItsLength) {
     }
 }
 
+TEST(CalculateFile, SumsAFileOfAnOpenFolder) {
+    const test::TemporaryFolder folder;
+    test::WriteFile(folder / "rom.bin", "123456789");
+    test::WriteFile(folder / "empty.bin", "");
+    clsCRC crc;
+    const OpenHostFolder open(folder.Path().string());
+    EXPECT_GE(open.Descriptor(), 0);
+    WholeFileReader rom(open, "rom.bin");
+    EXPECT_EQ(rom.Length(), 9U);
+    EXPECT_EQ(crc.CalculateOpenFile(rom), -873187034);
+    WholeFileReader empty(open, "empty.bin");
+    EXPECT_EQ(crc.CalculateOpenFile(empty), std::nullopt);
+    try {
+        const WholeFileReader missing(open, "nothing.bin");
+        ADD_FAILURE() << "opened";
+    } catch (const RuntimeError& error) {
+        EXPECT_EQ(error.number, 53);
+    }
+}
+
+TEST(CalculateFile, SaysThatTheFolderOfAFileIsMissing) {
+    const test::TemporaryFolder folder;
+    const OpenHostFolder open((folder / "none").string());
+    EXPECT_LT(open.Descriptor(), 0);
+    try {
+        const WholeFileReader missing(open, "nothing.bin");
+        ADD_FAILURE() << "opened";
+    } catch (const RuntimeError& error) {
+        EXPECT_EQ(error.number, 76);
+    }
+}
+
 TEST(CalculateFile, AsksBetweenBlocksAndStopsAtANo) {
     const test::TemporaryFolder folder;
     test::WriteFile(folder / "large", std::string(1U << 20, 'x'));

@@ -1,10 +1,12 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include "checksum/clsCRC.h"
 #include "import/FileTypes.h"
@@ -46,6 +48,11 @@ protected:
         test::WriteFile(folder / name, bytes);
     }
 
+    void PutSparse(const std::string& name, std::uintmax_t bytes) {
+        Put(name, "");
+        std::filesystem::resize_file(folder / name, bytes);
+    }
+
     /// Paths below the ROM folder.
     std::vector<std::string> Listed() const {
         std::vector<std::string> names;
@@ -77,10 +84,10 @@ TEST_F(RomScan, ListsFilesAndSubfoldersAndThenWhatIsInThem) {
     };
     EXPECT_LT(position("a.zip"), 2);
     EXPECT_EQ(position("Sub\\Deep\\c"), 4);
+    ASSERT_EQ(Match(), "");
     for (const ScannedFile& file : tables.Files) {
-        if (file.Path.ends_with("a.zip")) {
-            EXPECT_EQ(file.Size, 5);
-        }
+        const bool isFolder = file.Path.ends_with("Sub") || file.Path.ends_with("Deep");
+        EXPECT_EQ(file.Size, isFolder ? 0 : file.Path.ends_with("a.zip") ? 5 : 1) << file.Path;
     }
 }
 
@@ -125,24 +132,43 @@ TEST_F(RomScan, ForgetsTheFilesOfAnEarlierWalk) {
     EXPECT_EQ(tables.FileCount(), 1);
 }
 
-TEST_F(RomScan, WritesSizesFrom2GiBOnAsNegativeNumbersAndFailsBeyond4GiBWhereTheyOverflow) {
-    const auto makeSparse = [&](std::uintmax_t bytes) {
-        Put("big");
-        std::filesystem::resize_file(folder / "big", bytes);
-    };
+TEST_F(RomScan, WritesSizesFrom2GiBOnAsNegativeNumbers) {
     const std::pair<std::uintmax_t, std::int32_t> kSizes[] = {
         {0x7FFFFFFFULL, 0x7FFFFFFF}, {0x80000000ULL, -0x7FFFFFFF - 1},
         {0xFFFFFFFFULL, -1},         {0x100000000ULL, -1},
         {0x100000005ULL, 4},
     };
     for (const auto& [bytes, size] : kSizes) {
-        makeSparse(bytes);
-        ASSERT_EQ(Walk(), "");
-        EXPECT_EQ(tables.Files.at(0).Size, size) << bytes;
+        EXPECT_EQ(SizeInList(bytes), size) << bytes;
     }
-    makeSparse(0x180000000ULL);
+}
+
+TEST_F(RomScan, TakesTheSizeOfASparseFileOf2GiBWithoutReadingItToItsEnd) {
+    PutSparse("big", 0x80000000ULL);
+    ASSERT_EQ(Walk(), "");
+    progress.cancelAtEventRun = progress.eventRuns + 2;  // the first is the prompt's
+    ASSERT_EQ(Match(), "");
+    EXPECT_EQ(tables.Files.at(0).Size, std::numeric_limits<std::int32_t>::min());
+}
+
+TEST_F(RomScan, FailsOnASizeBeyond4GiBThatOverflows) {
+    PutSparse("big", 0x180000000ULL);
+    ASSERT_EQ(Walk(), "");
     ClearLastPlatformErrorCode();
-    EXPECT_EQ(Walk(), "Overflow  (6,0)");
+    EXPECT_EQ(Match(), "Overflow  (6,0)");
+    EXPECT_EQ(tables.Files.at(0).Crc, "") << "six gigabytes were not read for it";
+}
+
+TEST_F(RomScan, TellsOfASizeThatOverflowsBeforeFilesThatCannotBeRead) {
+    Put("gone");
+    ASSERT_EQ(Walk(), "");
+    const ScannedFile gone = tables.Files.at(0);
+    std::filesystem::remove(folder / "gone");
+    PutSparse("big", 0x180000000ULL);
+    ASSERT_EQ(Walk(), "");
+    tables.Files.insert(tables.Files.begin(), gone);
+    ClearLastPlatformErrorCode();
+    EXPECT_TRUE(Match().starts_with("Overflow  (6,"));
 }
 
 TEST_F(RomScan, OverflowsBeyond32767Subfolders) {
@@ -163,6 +189,31 @@ TEST_F(RomScan, LetsEventsRunAfterEveryEntryAndStopsWhenCancelled) {
     ASSERT_EQ(Walk(), "");
     EXPECT_EQ(tables.FileCount(), 2);
     EXPECT_TRUE(progress.prompts.empty());
+}
+
+TEST_F(RomScan, FollowsLinksAndLeavesOutThoseThatLeadNowhere) {
+    Put("Sub/a", "12345");
+    std::filesystem::create_symlink(folder / "Sub" / "a", folder / "Sub" / "link");
+    std::filesystem::create_symlink(folder / "none", folder / "Sub" / "dangling");
+    ASSERT_EQ(Walk(), "");
+    EXPECT_THAT(Listed(), UnorderedElementsAre("Sub", "Sub\\a", "Sub\\link"));
+    tables.Entries = {Entry("x", "CBF53A1C", 5)};
+    ASSERT_EQ(Match(), "");
+    for (const ScannedFile& file : tables.Files) {
+        if (file.Path.ends_with("Sub")) continue;
+        EXPECT_EQ(file.Size, 5);
+        EXPECT_EQ(file.Crc, "CBF53A1C");
+    }
+    EXPECT_TRUE(tables.Entries[0].Matched);
+}
+
+TEST_F(RomScan, ListsAPipeWithoutWaitingForIt) {
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    ASSERT_EQ(Walk(), "");
+    EXPECT_THAT(Listed(), ElementsAre("pipe"));
+    ASSERT_EQ(Match(), "");
+    EXPECT_EQ(tables.Files[0].Size, 0);
+    EXPECT_EQ(tables.Files[0].Crc, "0");
 }
 
 TEST_F(RomScan, DoesNotGoRoundInLinkedFolders) {

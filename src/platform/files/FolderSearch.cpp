@@ -35,12 +35,21 @@ std::vector<HostStatus> FoldersUpwards(const std::string& hostFolder) {
 
 class FileSearch::Source {
 public:
-    Source(std::string hostFolder, std::string_view pattern)
-        : hostFolder_(std::move(hostFolder)), reader_(hostFolder_), pattern_(pattern) {}
+    Source(std::string hostFolder, std::string_view pattern, FoundDetails details)
+        : hostFolder_(std::move(hostFolder)),
+          reader_(hostFolder_),
+          pattern_(pattern),
+          // Entries that cannot be looked at are not found, whatever the listing tells of them.
+          listingWillDo_(details == FoundDetails::KindOnly && reader_.CanLookAtEntries()) {}
 
     bool Next(FoundFile& found) {
         while (const char* name = reader_.NextName()) {
             if (!pattern_.Fits(name) || !IsWindowsFileName(name)) continue;
+            if (listingWillDo_ && IsListedAsNoFolder()) {
+                found.name = name;
+                found.attributes = kAttributeArchive;
+                return true;
+            }
             const auto status = reader_.Status();
             if (!status || (status->kind == HostKind::Folder && LeadsBackUp(*status))) continue;
             found.name = name;
@@ -54,6 +63,11 @@ public:
     }
 
 private:
+    bool IsListedAsNoFolder() const {
+        const auto kind = reader_.ListedKind();
+        return kind && *kind != HostKind::Folder;
+    }
+
     bool LeadsBackUp(const HostStatus& folder) {
         if (upwards_.empty()) upwards_ = FoldersUpwards(hostFolder_);
         return std::any_of(upwards_.begin(), upwards_.end(),
@@ -63,14 +77,15 @@ private:
     std::string hostFolder_;
     HostFolderReader reader_;
     Wildcards pattern_;
+    bool listingWillDo_;
     std::vector<HostStatus> upwards_;  // found out when the first folder comes up
 };
 
-FileSearch::FileSearch(std::string_view pathWithPattern) {
+FileSearch::FileSearch(std::string_view pathWithPattern, FoundDetails details) {
     const SplitPathParts parts = SplitPath(pathWithPattern);
     const auto hostFolder = TryHostPath(parts.folder.empty() ? "." : parts.folder);
     if (!hostFolder) return;
-    source_ = std::make_unique<Source>(*hostFolder, parts.fileName);
+    source_ = std::make_unique<Source>(*hostFolder, parts.fileName, details);
     Next();
 }
 
@@ -87,9 +102,9 @@ std::uint32_t AttributesOf(std::string_view path) {
     return status ? ToAttributes(FileNameOf(WithoutFinalBackslash(path)), *status) : kAttributesInvalid;
 }
 
-std::vector<FoundFile> ListFolder(std::string_view folder) {
+std::vector<FoundFile> ListFolder(std::string_view folder, FoundDetails details) {
     std::vector<FoundFile> files;
-    for (FileSearch search(WithFinalBackslash(folder) + "*"); search.Found(); search.Next()) {
+    for (FileSearch search(WithFinalBackslash(folder) + "*", details); search.Found(); search.Next()) {
         files.push_back(search.Current());
     }
     return files;

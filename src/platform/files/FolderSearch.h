@@ -29,16 +29,20 @@ struct FoundFile {
     bool IsFolder() const { return (attributes & kAttributeDirectory) != 0; }
 };
 
+/// How much a search finds out about each name. KindOnly: no sizes, and of the attributes only whether it is
+/// a folder. The listing tells that by itself on most file systems, so that a file costs no status call.
+enum class FoundDetails { All, KindOnly };
+
 /// A folder search, as with the platform's FindFirst/FindNext:
 ///     for (FileSearch search("C:\Roms\*.zip"); search.Found(); search.Next()) ... search.Current() ...
-/// Entries come in the file system's order, read as the search goes on; each costs one status call and no
-/// path resolution. Left out: "." and "..", names that no Windows name can be, dangling links, and folders
-/// that are the searched folder itself or one above it (a link back up would make a walk endless). A folder
-/// that is missing or cannot be read finds nothing.
+/// Entries come in the file system's order, read as the search goes on; each costs at most one status call
+/// and no path resolution. Left out: "." and "..", names that no Windows name can be, dangling links, and
+/// folders that are the searched folder itself or one above it (a link back up would make a walk endless). A
+/// folder that is missing or cannot be read finds nothing.
 class FileSearch {
 public:
     /// Folder, "\" and a name or pattern (platform/files/Wildcards.h).
-    explicit FileSearch(std::string_view pathWithPattern);
+    explicit FileSearch(std::string_view pathWithPattern, FoundDetails details = FoundDetails::All);
     FileSearch(const FileSearch&) = delete;
     FileSearch& operator=(const FileSearch&) = delete;
     ~FileSearch();
@@ -60,7 +64,7 @@ private:
 std::uint32_t AttributesOf(std::string_view path);
 
 /// Everything in a folder, in the file system's order. Empty for a folder that cannot be read.
-std::vector<FoundFile> ListFolder(std::string_view folder);
+std::vector<FoundFile> ListFolder(std::string_view folder, FoundDetails details = FoundDetails::All);
 
 /// What a file-list control shows: the names of files (no folders, nothing hidden) that fit the pattern,
 /// in alphabetical order ignoring case.

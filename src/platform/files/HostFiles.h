@@ -96,12 +96,37 @@ public:
     bool IsOpen() const { return stream_ != nullptr; }
     /// The next name; nullptr at the end. "." and ".." are left out. Valid until the next call.
     const char* NextName();
+    /// What the listing itself tells about that entry, without a look at it: nullopt for links, and on file
+    /// systems that do not tell.
+    std::optional<HostKind> ListedKind() const { return listedKind_; }
+    /// Whether entries can be looked at, which takes another right than listing them.
+    bool CanLookAtEntries() const;
     /// Status of the entry that NextName gave last, links followed; nullopt for a dangling link.
     std::optional<HostStatus> Status() const;
 
 private:
     void* stream_;
     const char* name_ = nullptr;
+    std::optional<HostKind> listedKind_;
+};
+
+/// A folder kept open, so that the way down to it is not gone again for each of its files.
+class OpenHostFolder {
+public:
+    /// A folder that cannot be opened is no error: its files are then opened by their whole paths.
+    explicit OpenHostFolder(std::string hostFolder);
+    OpenHostFolder(const OpenHostFolder&) = delete;
+    OpenHostFolder& operator=(const OpenHostFolder&) = delete;
+    ~OpenHostFolder();
+
+    /// A descriptor of the system, only for openat and its like; negative when the folder could not be
+    /// opened.
+    int Descriptor() const { return descriptor_; }
+    std::string PathOf(std::string_view name) const;
+
+private:
+    std::string path_;  ///< ends in "/"
+    int descriptor_ = -1;
 };
 
 /// Absolute, without "." and "..", links resolved as far as the path exists.

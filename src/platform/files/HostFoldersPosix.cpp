@@ -1,8 +1,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <dirent.h>
+#include <fcntl.h>
 #include <filesystem>
 #include <system_error>
+#include <unistd.h>
+#include <utility>
 
 #include <sys/stat.h>
 
@@ -20,6 +23,26 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr mode_t kNewFolderMode = 0777;  // less the umask
+
+#ifdef O_PATH
+constexpr int kOpenFolderFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;  // needs no right to list it
+#else
+constexpr int kOpenFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+#endif
+
+std::optional<HostKind> KindInListing(const dirent& entry) {
+    switch (entry.d_type) {
+        case DT_REG:
+            return HostKind::File;
+        case DT_DIR:
+            return HostKind::Folder;
+        case DT_LNK:
+        case DT_UNKNOWN:
+            return std::nullopt;
+        default:
+            return HostKind::Other;
+    }
+}
 
 }  // namespace
 
@@ -53,6 +76,7 @@ const char* HostFolderReader::NextName() {
     while (const dirent* entry = readdir(static_cast<DIR*>(stream_))) {
         if (IsDotOrDotDot(entry->d_name)) continue;
         name_ = entry->d_name;
+        listedKind_ = KindInListing(*entry);
         break;
     }
     return name_;
@@ -64,6 +88,24 @@ std::optional<HostStatus> HostFolderReader::Status() const {
         return std::nullopt;
     }
     return ToStatus(info);
+}
+
+bool HostFolderReader::CanLookAtEntries() const {
+    struct stat info {};
+    return stream_ != nullptr && fstatat(dirfd(static_cast<DIR*>(stream_)), ".", &info, 0) == 0;
+}
+
+OpenHostFolder::OpenHostFolder(std::string hostFolder)
+    : path_(std::move(hostFolder)), descriptor_(open(path_.c_str(), kOpenFolderFlags)) {
+    if (!path_.ends_with('/')) path_ += '/';
+}
+
+OpenHostFolder::~OpenHostFolder() {
+    if (descriptor_ >= 0) close(descriptor_);
+}
+
+std::string OpenHostFolder::PathOf(std::string_view name) const {
+    return std::string(path_).append(name);
 }
 
 std::string CanonicalHostPath(const std::string& hostPath) {

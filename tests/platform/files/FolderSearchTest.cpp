@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 
@@ -110,6 +111,40 @@ TEST_F(FolderSearchTest, FollowsLinksButNotInCircles) {
     EXPECT_THAT(Names("C:\\Roms\\real\\*"), UnorderedElementsAre("a.zip"));
     EXPECT_THAT(Names("C:\\Roms\\again\\*"), UnorderedElementsAre("a.zip"));
     EXPECT_EQ(FileSearch("C:\\Roms\\link.zip").Current().sizeLow, 3U);
+}
+
+TEST_F(FolderSearchTest, FindsTheSameNamesAndKindsWhenOnlyKindsAreWanted) {
+    Write("Roms/real/a.zip", "123");
+    Write("Roms/.hidden", "");
+    fs::create_symlink("real/a.zip", Host("Roms/link.zip"));
+    fs::create_symlink("nowhere", Host("Roms/dangling.zip"));
+    fs::create_directory_symlink("real", Host("Roms/again"));
+    fs::create_directory_symlink(".", Host("Roms/self"));
+    const auto all = ListFolder("C:\\Roms");
+    const auto kinds = ListFolder("C:\\Roms", FoundDetails::KindOnly);
+    ASSERT_EQ(all.size(), 4U);
+    ASSERT_EQ(kinds.size(), all.size());
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        EXPECT_EQ(kinds[i].name, all[i].name);
+        EXPECT_EQ(kinds[i].IsFolder(), all[i].IsFolder()) << all[i].name;
+    }
+}
+
+TEST_F(FolderSearchTest, FindsNothingInAFolderThatMayBeListedButNotEntered) {
+    Write("closed/a.zip", "123");
+    fs::permissions(Host("closed"), fs::perms(0444));
+    const bool root = geteuid() == 0;
+    constexpr uid_t kNobody = 65534;
+    if (root && seteuid(kNobody) != 0) FAIL() << "no right to become somebody else";
+    const bool mayList = !fs::is_empty(Host("closed"));
+    const auto all = ListFolder("C:\\closed");
+    const auto kinds = ListFolder("C:\\closed", FoundDetails::KindOnly);
+    if (root && seteuid(0) != 0) FAIL() << "no right to become somebody else";
+    fs::permissions(Host("closed"), fs::perms(0755));
+    EXPECT_TRUE(mayList);
+    EXPECT_TRUE(all.empty());
+    EXPECT_TRUE(kinds.empty());
+    EXPECT_EQ(ListFolder("C:\\closed", FoundDetails::KindOnly).size(), 1U);
 }
 
 TEST_F(FolderSearchTest, AttributesTellKindAndPermission) {
