@@ -2,7 +2,8 @@
 
 namespace marrowkit {
 
-/// A window's outer size and place in twips, as the registry keeps them.
+/// A window's size (without the frame that the desktop gives it) and the place of its frame, in twips, as the
+/// registry keeps them.
 struct WindowGeometry {
     float width = 0;
     float height = 0;

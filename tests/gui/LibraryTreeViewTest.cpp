@@ -93,6 +93,23 @@ TEST_F(LibraryTreeView, F5ShowsWhatIsOnTheDiskNow) {
     EXPECT_TRUE(std::filesystem::is_directory(Library() / "Home/Scripts"));
 }
 
+TEST_F(LibraryTreeView, ARefreshShowsTheHourglassBeforeItTouchesTheTree) {
+    AddDatabase("Arcade");
+    Open();
+    AddDatabase("Home");
+    bool looked = false;
+    QTimer::singleShot(0, window_.get(), [&] {
+        looked = true;
+        ASSERT_NE(QApplication::overrideCursor(), nullptr);
+        EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+        EXPECT_EQ(Node("ROOT")->childCount(), 1);
+    });
+    window_->RefreshLibraryTree();
+    EXPECT_TRUE(looked);
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(Node("ROOT")->childCount(), 2);
+}
+
 TEST_F(LibraryTreeView, ALeftClickShowsTheNodesKey) {
     AddDatabase("Arcade");
     Open();

@@ -92,6 +92,27 @@ TEST_F(MainWindow, WarnsAtStartUnlessASwitchForbidsIt) {
     EXPECT_EQ(driver_.Boxes().size(), 1U);
 }
 
+TEST_F(MainWindow, WarnsOverAWindowThatHasItsSizeAndIsNotFilledYet) {
+    AddDatabase("Arcade");
+    std::filesystem::remove_all(Library() / "Arcade/Scripts");
+    Save("MainWidth", 6000);
+    Save("MainTop", 300);
+    driver_.OnWindow([this](QWidget& box) {
+        const QWidget& window = *box.parentWidget();
+        EXPECT_EQ(window.objectName(), QStringLiteral("frmMain"));
+        EXPECT_FALSE(window.isVisible());
+        const double twips = 1440.0 / window.screen()->logicalDotsPerInch();
+        EXPECT_EQ(window.width(), qRound(6000 / twips));
+        EXPECT_EQ(test::Child<QTreeWidget>(*box.parent(), "tvVellora").topLevelItemCount(), 0);
+        EXPECT_FALSE(std::filesystem::exists(Library() / "Arcade/Scripts"));
+    });
+    driver_.AnswerBox(QMessageBox::Ok);
+    Open("");
+    EXPECT_NE(Node(DatabaseKey("Arcade")), nullptr);
+    EXPECT_TRUE(std::filesystem::exists(Library() / "Arcade/Scripts"));
+    EXPECT_EQ(window_->y(), qRound(300 / (1440.0 / window_->screen()->logicalDotsPerInch())));
+}
+
 TEST_F(MainWindow, IsNamedWithItsVersion) {
     Open();
     EXPECT_EQ(window_->windowTitle(), QStringLiteral("Vellora Marrowkit v1.1"));
