@@ -122,6 +122,109 @@ TEST(TextIni, HasItsSectionsInOrderWithTheirNumbersOfKeys) {
     EXPECT_EQ(found, expected);
 }
 
+/// Every key by its name: the frontend finds a text by nothing else.
+TEST(TextIni, HasEveryKeyInItsOrder) {
+    const std::pair<const char*, const char*> kKeys[] = {
+        {"Database",
+         "Field_Name Field_Year Field_Comment Field_GameFilename Field_PictureFilename "
+         "Field_MusicFilename Field_Musician Field_Genre Field_ParentGenre Field_Publisher "
+         "Field_Difficulty Field_Cracker Field_Programmer Field_Language Field_DateLastPlayed "
+         "Field_TimesPlayed Field_HighScore Field_Favourite Field_Extras Field_Classic "
+         "Field_Rating Field_LoadingScreen Field_HighScoreSaver Field_IncludedDocs Field_PALNTSC "
+         "Field_TrueDriveEmulation Field_GameLength Field_GameLengthType Field_Trainers "
+         "Field_NumPlayers Field_Players_Simultaneous Field_VersionComment Field_GameVersion "
+         "Field_Precursor Field_Sequel Field_Related Field_Notes Field_MusicianGroup "
+         "Field_MusicianNick Field_MusicianPhoto Field_Control Field_Adult Field_Extras_Name "
+         "Field_Control_JoyPort2 Field_Control_JoyPort1 Field_Control_Keyboard "
+         "Field_Control_PaddlePort2 Field_Control_PaddlePort1 Field_Control_Mouse "
+         "Field_Control_Lightpen Field_Control_KoalaPad Field_Control_LightGun Field_Yes Field_No "
+         "Field_Rating_Unknown Field_Rating_Terrible Field_Rating_Poor Field_Rating_Average "
+         "Field_Rating_QuiteGood Field_Rating_VeryGood Field_Rating_Classic Field_LengthType0 "
+         "Field_LengthType1 Field_LengthType2 Field_LengthType3 Field_LengthType4 "
+         "Field_LengthType5 Field_LengthType6 Field_LengthType7 Field_LengthType8 "
+         "Field_LengthType9 Field_LengthType10 Field_LengthType12 Field_LengthType12 "
+         "Field_LengthType13 Field_LengthType14 Field_LengthType15 Field_LengthType16 "
+         "Field_LengthType17 Field_LengthType18 Field_LengthType19 Field_PALNTSCType0 "
+         "Field_PALNTSCType1 Field_PALNTSCType2 Field_PALNTSCType3"},
+        {"MainWindow",
+         "Button_PlayGame Button_PlayMusic Button_Extras Button_RandomSelect "
+         "NotesHaveChangedPrompt MouseOver_Button_PlayGame MouseOver_Button_PlayMusic "
+         "MouseOver_Button_Extras MouseOver_Button_RandomSelect MouseOver_Button_CustomViews "
+         "MouseOver_Pictures_Prev MouseOver_Pictures_Next MouseOver_StatusBar_GameFile "
+         "MouseOver_StatusBar_MusicFile MouseOver_StatusBar_Extras MouseOver_StatusBar_Sounds "
+         "MouseOver_StatusBar_NonStopMusic MouseOver_TabIcons_ClassicGame "
+         "MouseOver_TabIcons_Precursor MouseOver_TabIcons_Related MouseOver_TabIcons_Sequel "
+         "MouseOver_TabIcons_AdultGame Status_Bar_Extras Views_Default_AllGames "
+         "Views_Default_AllMusic Views_Default_Favourites Views_None Tab_Game_Title "
+         "Tab_Version_Title Tab_Personal_Title Tab_Memo_Title Tab_Music_Title "
+         "Tab_Game_Label_Copyright Tab_Game_Label_Programmer Tab_Game_Label_Musician "
+         "Tab_Game_Label_GameGenre Tab_Game_Label_Players Tab_Game_Label_Language "
+         "Tab_Version_Label_CrackingGroup Tab_Version_Label_Trainers "
+         "Tab_Version_Label_HighScoreSaver Tab_Version_Label_GameLength "
+         "Tab_Version_Label_TrueDriveEmu Tab_Version_Label_NTSC Tab_Version_Label_LoadingScreen "
+         "Tab_Version_Label_IncludedDocs Tab_Personal_Label_HighScore "
+         "Tab_Personal_Label_Difficulty Tab_Personal_Label_Rating Tab_Personal_Label_TimesPlayed "
+         "Tab_Personal_Label_LastPlayed Tab_Music_DBMusician Tab_Music_DBNick Tab_Music_DBGroup "
+         "Tab_Music_DBPhoto Tab_Music_Label_DBNone"},
+        {"MainMenus",
+         "Menu_File_Add_Game Menu_File_Add_Music Menu_File_RemoveSelected Menu_File_RemoveAll "
+         "Menu_Edit_GameTuneInfo Menu_Edit_VersionInfo Menu_Edit_PersonalInfo Menu_Edit_GameFile "
+         "Menu_Edit_MusicFile Menu_Edit_Pictures Menu_Edit_Extras Menu_Edit_Korvo "
+         "Menu_Edit_MarkGame Menu_Edit_LinkSet Menu_Edit_LinkClear Menu_Edit_Find "
+         "Menu_Edit_FindNext Menu_Edit_AddToFavourites Menu_Edit_RemoveFromFavourites "
+         "Menu_Edit_Info_CurrentGameTune Menu_Edit_Info_AllGamesTunes Menu_Edit_Info_CurrentGame "
+         "Menu_Edit_Info_AllGames Menu_Edit_FindByID Menu_Edit_FindByID_Game "
+         "Menu_Edit_FindByID_Music Menu_View_SC_Hide Menu_View_SC_GameInfo "
+         "Menu_View_SC_VersionInfo Menu_View_SC_Personal Menu_View_SC_Publisher Menu_View_SC_Year "
+         "Menu_View_SC_Programmer Menu_View_SC_Musician Menu_View_SC_Genre Menu_View_SC_Players "
+         "Menu_View_SC_Control Menu_View_SC_Language Menu_View_SC_Comment "
+         "Menu_View_SC_GameFilename Menu_View_SC_CrackingGroup Menu_View_SC_Trainers "
+         "Menu_View_SC_GameLength Menu_View_SC_TrueDriveEmu Menu_View_SC_HighScoreSaver "
+         "Menu_View_SC_NTSC Menu_View_SC_IncludedDocs Menu_View_SC_LoadingScreen "
+         "Menu_View_SC_VersionComment Menu_View_SC_MusicFilename Menu_View_SC_HighScore "
+         "Menu_View_SC_Difficulty Menu_View_SC_TimesPlayed Menu_View_SC_LastPlayed "
+         "Menu_View_SC_Rating"},
+        {"Category Window", "Caption Publishers Years Programmers Musicians Languages Genres Crackers"},
+        {"Quick Filter", "Name Publisher Programmer Musician Genre PersonalComment VersionComment"},
+        {"Game Info Properties Window",
+         "UpdateYearBox UpdatePublisherBox UpdateProgrammerBox UpdateMusicianBox UpdateLanguageBox "
+         "UpdateGenreBox UpdatePlayersBox UpdateControlBox UpdateCommentBox YearPrompt "
+         "PublisherPrompt ProgrammerPrompt MusicianPrompt LanguagePrompt GenrePrompt ControlPrompt "
+         "PlayersPrompt CommentPrompt SimultaneousPlayPrompt"},
+        {"Version Info Properties Window",
+         "UpdateCrackerBox UpdateTrainersBox UpdateHighScoreSaverBox UpdateGameLengthBox "
+         "UpdatePalNTSCBox UpdateTrueDriveEmuBox UpdateLoadingScreenBox UpdateIncludedDocsBox "
+         "UpdateVersionCommentBox CrackerPrompt TrainersPrompt PalNTSCPrompt GameLengthPrompt "
+         "HighScoreSaverPrompt LoadingScreenPrompt IncludedDocsPrompt TrueDriveEmuPrompt "
+         "VersionCommentPrompt"},
+        {"Personal Info Properties Window",
+         "UpdateHighScoreBox UpdateDifficultyBox UpdateRatingBox UpdateTimesPlayedBox "
+         "UpdateDateLastPlayedBox UpdateAdultGameBox UpdateFavouriteGameBox UpdateNotesBox "
+         "HighScorePrompt DifficultyPrompt RatingPrompt NotesPrompt TimesPlayedPrompt "
+         "DateLastPlayedPrompt AdultPrompt FavouritePrompt"},
+        {"Music Info Properties Window",
+         "UpdateMusicianBox UpdateFavBox UpdateAdultBox MusicianPrompt FavPrompt AdultPrompt"},
+        {"Record Selector Window",
+         "CaptionPublisher CaptionProgrammer CaptionMusician CaptionLanguage CaptionCracker "
+         "Publishers Programmers Musicians Languages Crackers"},
+        {"Add Edit Record Window",
+         "PublisherPrompt ProgrammerPrompt MusicianPrompt LanguagePrompt CrackerPrompt"},
+        {"Musician Properties Window", "AddCaption EditCaption Prompt Group Nick Photo"},
+        {"Find ID Window", "GameCaption GamePrompt MusicCaption MusicPrompt"},
+    };
+    const std::vector<Section> sections = SectionsOf(LoadTemplateResource(101));
+    std::size_t at = 1;  // behind [General], which has none
+    for (const auto& [section, keys] : kKeys) {
+        ASSERT_LT(at, sections.size());
+        EXPECT_EQ(sections[at].name, section);
+        std::string found;
+        for (const auto& entry : sections[at].entries) found += (found.empty() ? "" : " ") + entry.first;
+        EXPECT_EQ(found, keys);
+        ++at;
+    }
+    EXPECT_EQ(at, sections.size());
+}
+
 TEST(TextIni, HasTheKnownDefaults) {
     const std::vector<Section> sections = SectionsOf(LoadTemplateResource(101));
     const Section& database = sections.at(1);
@@ -254,15 +357,17 @@ TEST(GfxTxt, NamesEveryImageOnceInOrder) {
     EXPECT_THAT(text, HasSubstr("White (#FFFFFF) is transparent"));
 }
 
-TEST(HelpHtm, PointsToCreditsIni) {
-    const std::string text = LoadTemplateResource(103);
-    EXPECT_EQ(LinesOf(text).size(), 13u);  // twelve, and the zero bytes behind the last line end
-    EXPECT_THAT(text,
-                StartsWith("<html>\r\n<head>\r\n\t<title>Vellora Database Help</title>\r\n</head>\r\n"));
-    EXPECT_THAT(text,
-                HasSubstr("Please check out <b>\"credits.ini\"</b> to see how you can customise Vellora's "
-                          "Help menu and create links to your own Web Site, Email address and Database "
-                          "Documentation.<br>\r\n</font>\r\n</body>\r\n</html>"));
+// Three blanks behind the last tag bring it to its size.
+TEST(HelpHtm, IsTwelveLinesThatPointToCreditsIni) {
+    EXPECT_EQ(
+        LoadTemplateResource(103),
+        std::string("<html>\r\n<head>\r\n\t<title>Vellora Database Help</title>\r\n</head>\r\n<body>\r\n"
+                    "<font size=3>\r\nThis file is named <b>\"help.htm\"</b> and is pointed to in the "
+                    "file <b>\"credits.ini\"</b> within your Vellora database folder.<br>\r\n<br>\r\n"
+                    "Please check out <b>\"credits.ini\"</b> to see how you can customise Vellora's "
+                    "Help menu and create links to your own Web Site, Email address and Database "
+                    "Documentation.<br>\r\n</font>\r\n</body>\r\n</html>   \r\n") +
+            std::string(2, '\0'));
 }
 
 TEST(CreditsIni, HasTheThreeHelpMenuEntries) {
