@@ -16,18 +16,18 @@
 namespace marrowkit {
 namespace {
 
-/// The longest of the stages' texts, with a count behind it: the window has the room for it from the start
-/// and keeps its size.
-constexpr const char* kWidestTexts = "Loading Datafile into memory (skipping duplicates)... 0000000";
+// Narrow enough for the stage, its count, the bar and the button in the window's inner height.
+constexpr int kMarginPixels = 7;
+constexpr int kSpacingPixels = 4;
 
 }  // namespace
 
 frmProgress::frmProgress(QWidget* owner, UserInterface& ui, const QString& datafileName)
     : QDialog(owner), ui_(ui) {
     setObjectName(QStringLiteral("frmProgress"));
-    lblPrompt = new QLabel(QStringLiteral("Initialising..."));
+    lblPrompt = new ElidedLabel;
     lblPrompt->setObjectName(QStringLiteral("lblPrompt"));
-    lblPrompt->setTextFormat(Qt::PlainText);
+    lblPrompt->setText(QStringLiteral("Initialising..."));
     lblStatus = new QLabel;
     lblStatus->setObjectName(QStringLiteral("lblStatus"));
     pbStatus = new QProgressBar;
@@ -39,17 +39,14 @@ frmProgress::frmProgress(QWidget* owner, UserInterface& ui, const QString& dataf
     cmdCancel = new QPushButton(QStringLiteral("&Cancel"));
     cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
 
-    auto* texts = new QHBoxLayout;
-    texts->addWidget(lblPrompt);
-    texts->addWidget(lblStatus, 1);
     auto* bottom = new QHBoxLayout;
     bottom->addWidget(pbStatus, 1);
     bottom->addWidget(cmdCancel);
     auto* layout = new QVBoxLayout(this);
-    const int margins =
-        layout->contentsMargins().left() + layout->contentsMargins().right() + texts->spacing();
-    setMinimumWidth(fontMetrics().horizontalAdvance(QString::fromLatin1(kWidestTexts)) + margins);
-    layout->addLayout(texts);
+    layout->setContentsMargins(kMarginPixels, kMarginPixels, kMarginPixels, kMarginPixels);
+    layout->setSpacing(kSpacingPixels);
+    layout->addWidget(lblPrompt);
+    layout->addWidget(lblStatus);
     layout->addLayout(bottom);
 
     connect(cmdCancel, &QPushButton::clicked, this, [this] {

@@ -6,6 +6,7 @@
 #include <QPushButton>
 #include <QString>
 
+#include "forms/ElidedLabel.h"
 #include "global/UserInterface.h"
 #include "import/ImportProgress.h"
 #include "import/ImportTables.h"
@@ -43,7 +44,7 @@ private:
 
     UserInterface& ui_;
     ImportTables tables_;
-    QLabel* lblPrompt;
+    ElidedLabel* lblPrompt;
     QLabel* lblStatus;
     QProgressBar* pbStatus;
     QPushButton* cmdCancel;

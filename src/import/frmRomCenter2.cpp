@@ -4,6 +4,7 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <span>
 #include <string_view>
 
@@ -25,6 +26,12 @@
 namespace marrowkit {
 namespace {
 
+constexpr double kInnerWidthTwips = 8175;
+constexpr double kInnerHeightTwips = 3615;
+// Narrow enough for all controls in that size.
+constexpr int kMarginPixels = 5;
+constexpr int kSpacingPixels = 3;
+
 /// A button with a question mark that explains one option.
 QToolButton* HelpButton(const char* objectName, std::string_view title, std::string_view text) {
     auto* button = new QToolButton;
@@ -40,18 +47,42 @@ QToolButton* HelpButton(const char* objectName, std::string_view title, std::str
     return button;
 }
 
-QListWidget* ColumnList(const char* objectName, std::span<const ColumnItem> items) {
-    auto* list = new QListWidget;
-    list->setObjectName(ToQt(objectName));
-    for (const ColumnItem& item : items) {
-        auto* entry = new QListWidgetItem(ToQt(item.caption), list);
-        entry->setData(Qt::UserRole, item.column);
+/// A list that shows most of its entries without scrolling.
+class ColumnList : public QListWidget {
+public:
+    ColumnList(const char* objectName, std::span<const ColumnItem> items) {
+        setObjectName(ToQt(objectName));
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setTextElideMode(Qt::ElideMiddle);  // the column's number stays to be seen
+        for (const ColumnItem& item : items) {
+            auto* entry = new QListWidgetItem(ToQt(item.caption), this);
+            entry->setData(Qt::UserRole, item.column);
+            entry->setToolTip(entry->text());
+        }
     }
-    // All entries are to be seen without scrolling.
-    const int rowHeight = list->sizeHintForRow(0);
-    list->setMinimumHeight(rowHeight * static_cast<int>(items.size()) + 2 * list->frameWidth());
-    list->setMinimumWidth(list->sizeHintForColumn(0) + 2 * list->frameWidth() + 16);
-    return list;
+    QSize minimumSizeHint() const override {
+        constexpr int kLeastRows = 4;
+        return {sizeHintForColumn(0) + 2 * frameWidth(), sizeHintForRow(0) * kLeastRows + 2 * frameWidth()};
+    }
+};
+
+/// Makes the window's text smaller, but not too small to read, when its controls have no room in the inner
+/// size otherwise.
+void FitText(QWidget& window, double widthTwips, double heightTwips) {
+    constexpr double kLeastPoints = 8;  // what dialogs of that size were made for
+    constexpr double kStepPoints = 0.5;
+    const QSize room(TwipsToPixels(widthTwips, &window), TwipsToPixels(heightTwips, &window));
+    const QFont own = window.font();
+    const auto setFont = [&window](const QFont& font) {
+        window.setFont(font);
+        // Layouts of a window that is not shown yet keep what they calculated.
+        for (QWidget* control : window.findChildren<QWidget*>()) control->updateGeometry();
+        for (QLayout* layout : window.findChildren<QLayout*>()) layout->invalidate();
+    };
+    for (QFont font = own; window.layout()->minimumSize().expandedTo(room) != room; setFont(font)) {
+        if (font.pointSizeF() <= kLeastPoints) return setFont(own);
+        font.setPointSizeF(std::max(kLeastPoints, font.pointSizeF() - kStepPoints));
+    }
 }
 
 /// A text box that cannot be used shows the dialog's own colour.
@@ -77,24 +108,30 @@ frmRomCenter2::frmRomCenter2(QWidget* owner, UserInterface& ui) : QDialog(owner)
     cmdOK->setDefault(true);
     cmdCancel = new QPushButton(QStringLiteral("&Cancel"));
     cmdCancel->setObjectName(QStringLiteral("cmdCancel"));
-    auto* buttons = new QDialogButtonBox;
+    auto* buttons = new QDialogButtonBox(Qt::Vertical);
     buttons->addButton(cmdOK, QDialogButtonBox::AcceptRole);
     buttons->addButton(cmdCancel, QDialogButtonBox::RejectRole);
 
     auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(kMarginPixels, kMarginPixels, kMarginPixels, kMarginPixels);
+    layout->setSpacing(kSpacingPixels);
     layout->addWidget(BuildDatafileRow());
     layout->addWidget(BuildOptions(), 1);
-    layout->addWidget(BuildScan());
-    layout->addWidget(buttons);
+    auto* bottom = new QHBoxLayout;
+    bottom->addWidget(BuildScan(), 1);
+    bottom->addWidget(buttons);
+    layout->addLayout(bottom);
     Load();
     Connect();
-    SetInnerSize(*this, 8175, 3615);
+    FitText(*this, kInnerWidthTwips, kInnerHeightTwips);
+    SetInnerSize(*this, kInnerWidthTwips, kInnerHeightTwips);
 }
 
 QWidget* frmRomCenter2::BuildDatafileRow() {
     auto* row = new QWidget;
     auto* grid = new QGridLayout(row);
     grid->setContentsMargins(0, 0, 0, 0);
+    grid->setSpacing(kSpacingPixels);
     lblDataFile = new ElidedLabel;
     lblDataFile->setObjectName(QStringLiteral("lblDataFile"));
     cmdView = new QPushButton(QStringLiteral("&View"));
@@ -117,11 +154,14 @@ QWidget* frmRomCenter2::BuildOptions() {
     fraOptions = new QGroupBox(QStringLiteral("Options"));
     fraOptions->setObjectName(QStringLiteral("fraOptions"));
     auto* columns = new QHBoxLayout(fraOptions);
+    columns->setContentsMargins(kMarginPixels, 0, kMarginPixels, 1);
+    columns->setSpacing(kMarginPixels);
 
-    lstName = ColumnList("lstName", kNameColumns);
-    lstFile = ColumnList("lstFile", kFileColumns);
+    lstName = new ColumnList("lstName", kNameColumns);
+    lstFile = new ColumnList("lstFile", kFileColumns);
     const auto addList = [&](const QString& caption, QListWidget* list, QToolButton* help) {
         auto* grid = new QGridLayout;
+        grid->setSpacing(kSpacingPixels);
         auto* label = new QLabel(caption);
         label->setBuddy(list);
         grid->addWidget(label, 0, 0);
@@ -140,6 +180,7 @@ QWidget* frmRomCenter2::BuildOptions() {
                 "This is the column in the datafile that you want to use as the Game Filename in Vellora."));
 
     auto* checks = new QGridLayout;
+    checks->setSpacing(kSpacingPixels);
     const auto addCheck = [&](const char* name, const QString& caption, QToolButton* help) {
         auto* box = new QCheckBox(caption);
         box->setObjectName(ToQt(name));
@@ -174,10 +215,13 @@ QWidget* frmRomCenter2::BuildOptions() {
 }
 
 QWidget* frmRomCenter2::BuildScan() {
-    fraScan = new QGroupBox;
+    fraScan = new QFrame;
+    fraScan->setFrameStyle(QFrame::StyledPanel | QFrame::Plain);
     fraScan->setObjectName(QStringLiteral("fraScan"));
     fraScan->setAccessibleName(QStringLiteral("Rom scan options"));
-    auto* grid = new QGridLayout(fraScan);
+    auto* rows = new QVBoxLayout(fraScan);
+    rows->setContentsMargins(kMarginPixels, kSpacingPixels, kMarginPixels, kSpacingPixels);
+    rows->setSpacing(kSpacingPixels);
     chkScan = new QCheckBox(QStringLiteral("Scan for &Roms"));
     chkScan->setObjectName(QStringLiteral("chkScan"));
     txtRomPath = new QLineEdit;
@@ -197,20 +241,22 @@ QWidget* frmRomCenter2::BuildScan() {
         "If you select this option, Vellora will only scan for files whose filename extension matches any "
         "of those in the datafile.\r\n\r\nE.g.  If the datafile only contains .TAP and .D64 files, only "
         "these filetypes will be scanned.  Setting this option can speed up the scanning process.");
-    grid->addWidget(chkScan, 0, 0, 1, 2);
-    grid->addWidget(
-        HelpButton(
-            "cmdHelpScan", "Scan for Roms",
-            "Select this option if you want Vellora to try to locate any roms or game files you may already "
-            "have on your hard drive.  This scan will be performed on the datafile column you chose as the "
-            "'Game Filename Field'."),
-        0, 2);
-    grid->addWidget(lblRomPath, 1, 0);
-    grid->addWidget(txtRomPath, 1, 1);
-    grid->addWidget(cmdRomPath, 1, 2);
-    grid->addWidget(chkMatch, 2, 1);
-    grid->addWidget(cmdHelpMatch, 2, 2);
-    grid->setColumnStretch(1, 1);
+    auto* scan = new QHBoxLayout;
+    scan->addWidget(chkScan);
+    scan->addWidget(HelpButton(
+        "cmdHelpScan", "Scan for Roms",
+        "Select this option if you want Vellora to try to locate any roms or game files you may already "
+        "have on your hard drive.  This scan will be performed on the datafile column you chose as the "
+        "'Game Filename Field'."));
+    scan->addWidget(lblRomPath);
+    scan->addWidget(txtRomPath, 1);
+    scan->addWidget(cmdRomPath);
+    auto* match = new QHBoxLayout;
+    match->addWidget(chkMatch);
+    match->addWidget(cmdHelpMatch);
+    match->addStretch();
+    rows->addLayout(scan);
+    rows->addLayout(match);
     return fraScan;
 }
 

@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QDialog>
+#include <QFrame>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -48,7 +49,7 @@ private:
     QCheckBox* chkIgnoreDups;
     QCheckBox* chkTosec;
     QCheckBox* chkAddZip;
-    QGroupBox* fraScan;
+    QFrame* fraScan;
     QCheckBox* chkScan;
     QLabel* lblRomPath;
     QLineEdit* txtRomPath;

@@ -1,16 +1,25 @@
+#include <QAbstractButton>
+#include <QApplication>
 #include <QCheckBox>
 #include <QFileDialog>
+#include <QGroupBox>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTest>
 #include <QToolButton>
+#include <set>
+#include <utility>
 
 #include <gtest/gtest.h>
 
+#include "forms/Twips.h"
 #include "gui/ImportFixture.h"
 #include "import/ImportSettings.h"
+#include "import/frmBrowseFolder.h"
+#include "import/frmProgress.h"
 #include "import/frmRomCenter2.h"
+#include "platform/registry/RegistryStore.h"
 
 namespace marrowkit {
 namespace {
@@ -52,6 +61,65 @@ TEST_F(ImportWindows, AFullImportEndsWithTheNewDatabaseSelected) {
     EXPECT_EQ(One("Nimbus", "SELECT CCode FROM Games WHERE Name = \"Beta\""), "4");
     EXPECT_TRUE(Problems("Nimbus").empty());
     EXPECT_TRUE(std::filesystem::exists(Library() / "Nimbus/Paths.ini"));
+}
+
+TEST_F(ImportWindows, HaveTheirInnerSizes) {
+    OpenWithDatafile("Nimbus.dat");
+    const auto expectSize = [](QWidget& window, double widthTwips, double heightTwips) {
+        window.show();
+        EXPECT_EQ(window.size(),
+                  QSize(TwipsToPixels(widthTwips, &window), TwipsToPixels(heightTwips, &window)))
+            << window.objectName().toStdString();
+    };
+    frmRomCenter2 options(window_.get(), window_->Interface());
+    expectSize(options, 8175, 3615);
+    frmBrowseFolder picker(window_.get());
+    expectSize(picker, 4695, 3855);
+}
+
+TEST_F(ImportWindows, TheProgressWindowBeginsInitialising) {
+    Open();
+    frmProgress progress(window_.get(), window_->Interface(), QStringLiteral("Nimbus.dat"));
+    EXPECT_EQ(progress.windowTitle(), QStringLiteral("Importing Nimbus.dat..."));
+    EXPECT_EQ(Child<QLabel>(progress, "lblPrompt").text(), QStringLiteral("Initialising..."));
+    EXPECT_EQ(Child<QLabel>(progress, "lblStatus").text(), QString());
+    EXPECT_EQ(Child<QPushButton>(progress, "cmdCancel").text(), QStringLiteral("&Cancel"));
+    EXPECT_EQ(progress.size(), QSize(TwipsToPixels(5175, &progress), TwipsToPixels(1215, &progress)));
+    EXPECT_NE(QApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(ImportWindows, TheOptionsHaveTheirCaptions) {
+    OpenWithDatafile("Nimbus.dat");
+    const frmRomCenter2 options(window_.get(), window_->Interface());
+    const std::pair<const char*, const char*> kCaptions[] = {
+        {"cmdView", "&View"},
+        {"chkIgnoreDups", "Ignore &duplicate Game Names"},
+        {"chkTosec", "&TOSEC Filenames (TNC v1)"},
+        {"chkAddZip", "&Add ZIP extension to filename"},
+        {"chkScan", "Scan for &Roms"},
+        {"chkMatch", "Only search &matching filename extensions"},
+        {"cmdOK", "&Start"},
+        {"cmdCancel", "&Cancel"}};
+    for (const auto& [control, caption] : kCaptions) {
+        const auto* button = options.findChild<QAbstractButton*>(QString::fromLatin1(control));
+        ASSERT_NE(button, nullptr) << control;
+        EXPECT_EQ(button->text().toStdString(), caption);
+    }
+    EXPECT_EQ(options.findChild<QGroupBox*>(QStringLiteral("fraOptions"))->title(),
+              QStringLiteral("Options"));
+    EXPECT_NE(options.findChild<QFrame*>(QStringLiteral("fraScan")), nullptr);
+    // Labels with the control that their access key leads to.
+    std::set<std::pair<std::string, std::string>> labels;
+    for (const QLabel* label : options.findChildren<QLabel*>()) {
+        const QString buddy = label->buddy() != nullptr ? label->buddy()->objectName() : QString();
+        labels.emplace(label->text().toStdString(), buddy.toStdString());
+    }
+    EXPECT_EQ(labels, (std::set<std::pair<std::string, std::string>>{{"RomCenter Datafile:", ""},
+                                                                     {"Nimbus.dat", ""},
+                                                                     {"&Vellora Name:", "txtName"},
+                                                                     {"Game &Name Field:", "lstName"},
+                                                                     {"Game &Filename Field:", "lstFile"},
+                                                                     {"Rom &Path:", "txtRomPath"}}));
 }
 
 TEST_F(ImportWindows, ADatafileOfAnotherVersionIsRefused) {
@@ -122,12 +190,16 @@ TEST_F(ImportWindows, StartRefusesWhatCannotBe) {
             Child<QLineEdit>(dialog, "txtName").setText(QString::fromLatin1(refusal.name));
             if (refusal.scan) Child<QCheckBox>(dialog, "chkScan").click();
             Child<QLineEdit>(dialog, "txtRomPath").setText(QString::fromLatin1(refusal.romPath));
+            Child<QPushButton>(dialog, "cmdOK").setFocus();
             Child<QPushButton>(dialog, "cmdOK").click();
         });
         driver_.AnswerBox(QMessageBox::Ok);
         driver_.UseDialog(QStringLiteral("frmRomCenter2"), [refusal](QDialog& dialog) {
             EXPECT_TRUE(Child<QPushButton>(dialog, "cmdOK").isEnabled());
+            EXPECT_EQ(dialog.focusWidget(),
+                      &Child<QLineEdit>(dialog, refusal.scan ? "txtRomPath" : "txtName"));
             EXPECT_EQ(Child<QLineEdit>(dialog, "txtName").text(), QString::fromLatin1(refusal.name));
+            EXPECT_EQ(Child<QLineEdit>(dialog, "txtRomPath").text(), QString::fromLatin1(refusal.romPath));
             dialog.reject();
         });
         frmRomCenter2(window_.get(), window_->Interface()).exec();
@@ -167,8 +239,18 @@ TEST_F(ImportWindows, TheListsCarryTheirColumnNumbers) {
         EXPECT_EQ(columns("lstName"), (std::vector<int>{1, 2, 3, 4, 5, 8}));
         // The last one is captioned column 8 and reads column 7.
         EXPECT_EQ(columns("lstFile"), (std::vector<int>{1, 3, 5, 7}));
-        EXPECT_EQ(Child<QListWidget>(dialog, "lstFile").item(3)->text(),
-                  QStringLiteral("RomOf Name (col 8)"));
+        const auto texts = [&](const char* list) {
+            std::vector<std::string> all;
+            auto& widget = Child<QListWidget>(dialog, list);
+            for (int i = 0; i < widget.count(); ++i) all.push_back(widget.item(i)->text().toStdString());
+            return all;
+        };
+        EXPECT_EQ(texts("lstName"),
+                  (std::vector<std::string>{"Parent Name (col 1)", "Parent Description (col 2)",
+                                            "Game Name (col 3)", "Game Description (col 4)",
+                                            "Rom Name (col 5)", "RomOf Name (col 8)"}));
+        EXPECT_EQ(texts("lstFile"), (std::vector<std::string>{"Parent Name (col 1)", "Game Name (col 3)",
+                                                              "Rom Name (col 5)", "RomOf Name (col 8)"}));
         dialog.reject();
     });
     frmRomCenter2(window_.get(), window_->Interface()).exec();
@@ -355,8 +437,9 @@ TEST_F(ImportWindows, TheDatafilesFolderIsRememberedAndACancelledChoiceIsNot) {
     Open();
     const auto expectStart = [this](const std::filesystem::path& folder) {
         driver_.UseDialog(QStringLiteral("cDialog"), [folder](QDialog& dialog) {
-            EXPECT_EQ(dynamic_cast<QFileDialog&>(dialog).directory().absolutePath().toStdString(),
-                      folder.string());
+            const auto& files = dynamic_cast<QFileDialog&>(dialog);
+            EXPECT_EQ(files.directory().absolutePath().toStdString(), folder.string());
+            EXPECT_EQ(files.nameFilters(), QStringList{QStringLiteral("RomCenter 2.0 Datafiles (*.dat)")});
             dialog.reject();
         });
         Trigger("mnuFileNewRomCenter2");
@@ -367,6 +450,11 @@ TEST_F(ImportWindows, TheDatafilesFolderIsRememberedAndACancelledChoiceIsNot) {
     Trigger("mnuFileNewRomCenter2");
     expectStart(folder_ / "drive_c/Data");
     expectStart(folder_ / "drive_c/Data");
+    RegistryVariant remembered = std::string();
+    std::int32_t status = 0;
+    RegistryStore().ReadValue("HKEY_LOCAL_MACHINE", R"(Software\Quillon\Marrowkit\BrowsePaths)",
+                              "RomCenter2DataFilePath", remembered, status);
+    EXPECT_EQ(std::get<std::string>(remembered), R"(C:\Data)");
 }
 
 TEST_F(ImportWindows, AFileThatIsSetToReadOnlyCannotBeChosen) {
