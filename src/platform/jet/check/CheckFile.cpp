@@ -12,7 +12,8 @@ namespace {
 /// Pages are read and kept in runs of this many: scans stay sequential, walks through an index in key order
 /// do not read the disk page by page.
 constexpr std::uint32_t kPagesPerChunk = 16;
-constexpr std::size_t kCacheBytes = std::size_t{128} << 20;
+constexpr std::size_t kSmallCacheBytes = std::size_t{1} << 20;
+constexpr std::size_t kGreatestCacheBytes = std::size_t{128} << 20;
 
 bool IsAllZero(std::span<const std::uint8_t> bytes) {
     return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
@@ -31,7 +32,8 @@ CheckFile::CheckFile(Storage& storage, const std::string& path)
     pageCount_ = static_cast<PageNumber>(std::min<std::uint64_t>(sizeBytes_, geometry.maxFileBytes) /
                                          geometry.pageBytes);
     const std::size_t chunkBytes = std::size_t{kPagesPerChunk} * geometry.pageBytes;
-    cache_.resize(std::min<std::size_t>(kCacheBytes / chunkBytes, pageCount_ / kPagesPerChunk + 1));
+    wasLoaded_.resize(pageCount_ / kPagesPerChunk + 1);
+    cache_.resize(std::min(kSmallCacheBytes / chunkBytes, wasLoaded_.size()));
 }
 
 FilePage CheckFile::Read(PageNumber page) const {
@@ -39,14 +41,34 @@ FilePage CheckFile::Read(PageNumber page) const {
         throw Damage(page, "page " + std::to_string(page) + " lies beyond the end of the file");
     }
     const std::uint32_t chunk = page / kPagesPerChunk;
-    Slot& slot = cache_[chunk % cache_.size()];
-    if (!slot.bytes || slot.chunk != chunk) {
-        slot.bytes = LoadChunk(chunk);
-        slot.chunk = chunk;
+    const Slot* slot = &cache_[chunk % cache_.size()];
+    if (!slot->bytes || slot->chunk != chunk) {
+        NoteLoad(chunk);
+        Slot& place = cache_[chunk % cache_.size()];
+        place.bytes.reset();
+        place.bytes = LoadChunk(chunk);
+        place.chunk = chunk;
+        slot = &place;
     }
     const std::size_t pageBytes = PageGeometry().pageBytes;
-    const std::span bytes(slot.bytes.get() + page % kPagesPerChunk * pageBytes, pageBytes);
-    return {page, ByteView(bytes), slot.bytes};
+    const std::span bytes(slot->bytes.get() + page % kPagesPerChunk * pageBytes, pageBytes);
+    return {page, ByteView(bytes), slot->bytes};
+}
+
+void CheckFile::NoteLoad(std::uint32_t chunk) const {
+    if (!wasLoaded_[chunk]) {
+        wasLoaded_[chunk] = true;
+        return;
+    }
+    const std::size_t chunkBytes = std::size_t{kPagesPerChunk} * PageGeometry().pageBytes;
+    const std::size_t greatest = std::min(kGreatestCacheBytes / chunkBytes, wasLoaded_.size());
+    if (++loadedAgain_ <= cache_.size() || cache_.size() == greatest) return;
+    loadedAgain_ = 0;
+    std::vector<Slot> larger(std::min(cache_.size() * 2, greatest));
+    for (Slot& slot : cache_) {
+        if (slot.bytes) larger[slot.chunk % larger.size()] = std::move(slot);
+    }
+    cache_.swap(larger);
 }
 
 FilePage CheckFile::Read(PageNumber page, PageType type) const {

@@ -52,6 +52,7 @@ public:
 private:
     using Chunk = std::shared_ptr<const std::uint8_t[]>;
     Chunk LoadChunk(std::uint32_t chunk) const;
+    void NoteLoad(std::uint32_t chunk) const;
 
     std::string path_;
     std::unique_ptr<StorageFile> file_;
@@ -62,7 +63,11 @@ private:
         std::uint32_t chunk = 0;
         Chunk bytes;
     };
-    mutable std::vector<Slot> cache_;  ///< direct mapped: chunk number modulo size
+    /// Direct mapped: chunk number modulo size. Small as long as pages are read one behind the other, so that
+    /// few buffers are used again and again; it grows when chunks are wanted that were dropped.
+    mutable std::vector<Slot> cache_;
+    mutable std::vector<bool> wasLoaded_;  ///< per chunk
+    mutable std::size_t loadedAgain_ = 0;  ///< since the cache grew
 };
 
 }  // namespace marrowkit::jet::check

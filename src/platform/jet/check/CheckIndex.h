@@ -28,6 +28,10 @@ public:
 
     /// Key and row pointer of an entry, with the page's prefix put in front; without the child number.
     void ReadEntry(std::size_t entry, std::vector<std::uint8_t>& bytes) const;
+    /// The same. REQUIRES: the bytes are those of the entry before it, unless it is the first one.
+    void ReadNextEntry(std::size_t entry, std::vector<std::uint8_t>& bytes) const;
+    /// Whether an entry is greater than the one before it on the page. REQUIRES: it is not the first one.
+    bool IsInOrder(std::size_t entry) const;
     /// REQUIRES: a node.
     PageNumber Child(std::size_t entry) const;
 

@@ -7,37 +7,42 @@
 
 namespace marrowkit::jet::check {
 
-std::uint64_t MixHash(std::uint64_t left, std::uint64_t right) {
-    std::uint64_t mixed = (left ^ (left >> 32) ^ right) * 0xD6E8FEB86659FD93U;
-    mixed = (mixed ^ (mixed >> 32)) * 0xD6E8FEB86659FD93U;
-    return mixed ^ (mixed >> 32);
+namespace {
+
+std::uint64_t WordAt(const std::uint8_t* bytes) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
 }
 
-std::uint64_t HashBytes(std::span<const std::uint8_t> bytes, std::uint64_t seed) {
-    std::uint64_t hash = StepHash(seed, bytes.size());
-    while (bytes.size() >= 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, bytes.data(), 8);
-        hash = StepHash(hash, word);
-        bytes = bytes.subspan(8);
+}  // namespace
+
+std::uint64_t HashWords(std::span<const std::uint8_t>& bytes, std::uint64_t seed) {
+    constexpr std::size_t kWordBytes = 8;
+    // A step has to wait for the one before it; four rows of steps do not wait for each other.
+    constexpr std::size_t kLanes = 4;
+    constexpr std::size_t kFewBytes = 2 * kLanes * kWordBytes;
+    std::uint64_t hash = seed;
+    if (bytes.size() >= kFewBytes) {
+        std::uint64_t lanes[kLanes] = {hash, hash + 1, hash + 2, hash + 3};
+        for (; bytes.size() >= kLanes * kWordBytes; bytes = bytes.subspan(kLanes * kWordBytes)) {
+            for (std::size_t i = 0; i < kLanes; ++i) {
+                lanes[i] = StepHash(lanes[i], WordAt(bytes.data() + i * kWordBytes));
+            }
+        }
+        for (const std::uint64_t lane : lanes) hash = StepHash(hash, lane);
     }
-    // What is left, read from both of its ends.
-    std::uint32_t front = 0;
-    std::uint32_t back = 0;
-    if (bytes.size() >= 4) {
-        std::memcpy(&front, bytes.data(), 4);
-        std::memcpy(&back, bytes.data() + bytes.size() - 4, 4);
-    } else if (!bytes.empty()) {
-        front = static_cast<std::uint32_t>(bytes[0] << 8 | bytes[bytes.size() / 2]);
-        back = bytes.back();
+    for (; bytes.size() >= kWordBytes; bytes = bytes.subspan(kWordBytes)) {
+        hash = StepHash(hash, WordAt(bytes.data()));
     }
-    return MixHash(hash, std::uint64_t{back} << 32 | front);
+    return hash;
 }
 
-void RowWalk::Run(const Visit& visit, const Problem& problem) const {
+void RowWalk::Run(const Visit& visit, const Problem& problem, const SeePage& seePage) const {
     for (const PageNumber number : *ownedPages_) {
         try {
             const DataPage page(file_->PageGeometry(), file_->Read(number, PageType::Data));
+            if (seePage) seePage(page);
             if (page.Owner() != table_) {
                 throw Damage(number, "page " + std::to_string(number) + " names table definition " +
                                          std::to_string(page.Owner()) + " as its owner");
@@ -93,31 +98,36 @@ KeyBuilder::KeyBuilder(const CheckFile& file, const TableDefinition& table, cons
     : file_(&file), ignoresNulls_(index.IgnoresNulls()) {
     for (const IndexColumn& part : index.columns) {
         const ColumnDefinition* column = table.ColumnByNumber(part.columnNumber);
-        columns_.push_back(column);
-        ascending_.push_back(part.ascending);
+        parts_.push_back({column, ColumnPlace(*column), part.ascending});
         canBuild_ = canBuild_ && CanBuildKey(*column);
+    }
+    const ColumnType first = parts_.empty() ? ColumnType::Boolean : parts_.front().column->type;
+    if (parts_.size() == 1 && (first == ColumnType::Long || first == ColumnType::Integer)) {
+        wholeNumberBytes_ = FixedWidth(first);
     }
 }
 
-void KeyBuilder::Build(const RowView& row) {
+void KeyBuilder::BuildAny(const RowView& row) {
     /// More than the 255 characters that count, in any encoding of them.
     constexpr std::size_t kKeyTextBytes = 2048;
+    const JetVersion version = file_->Header().version;
     key_.clear();
     anyNull_ = false;
     allNull_ = true;
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-        const ColumnDefinition& column = *columns_[i];
-        const ByteView stored = row.Bytes(column);
-        const bool isNull = stored.Empty() && column.type != ColumnType::Boolean && row.IsNull(column);
+    for (const Part& part : parts_) {
+        const ColumnDefinition& column = *part.column;
+        const ByteView stored = row.Bytes(part.place);
+        const bool isNull = stored.Empty() && !part.place.isBoolean && row.IsNull(part.place);
         anyNull_ = anyNull_ || isNull;
         allNull_ = allNull_ && isNull;
-        if (!canBuild_ || AppendStoredKey(column, ascending_[i], stored, key_)) continue;
+        if (!canBuild_) continue;
+        if (!isNull && AppendStoredKey(version, column, part.ascending, stored, key_)) continue;
         if (column.IsLongValue()) {
             value_ = ReadValue(*file_, row, column, kKeyTextBytes);
         } else {
             row.DecodeInto(column, value_);
         }
-        AppendKeyColumn(file_->Header().version, column, ascending_[i], value_, key_);
+        AppendKeyColumn(version, column, part.ascending, value_, key_);
     }
 }
 

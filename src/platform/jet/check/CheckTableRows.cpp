@@ -53,13 +53,15 @@ public:
 
     void Run() {
         ClaimLongValues();
-        CheckPages();
         const std::size_t problemsBefore = context_->report.Count();
         if (context_->observer != nullptr) context_->observer->BeginTable(table_->definition);
         const RowWalk walk(context_->file, table_->definition.page, table_->ownedPages);
         walk.Run([this](RowId id, ByteView bytes) { CheckRow(id, bytes); },
-                 [this](const Damage& damage) { context_->report.Add(table_->name, damage); });
+                 [this](const Damage& damage) { context_->report.Add(table_->name, damage); },
+                 [this](const DataPage& page) { SeePage(page); });
         table_->rowsAreSound = context_->report.Count() == problemsBefore;
+        // A page's free word is wrong without harm to its rows.
+        for (auto& [page, what] : wrongFreeWords_) Say(page, std::move(what));
         CheckMovedRows();
         CheckLongValuePages();
         CheckCounters();
@@ -83,7 +85,11 @@ private:
     /// What the stored values of a column must be like.
     struct ValueRule {
         enum class Kind { Width, Text, Bytes, LongValue };
+        ValueRule(const ColumnDefinition& column_, Kind kind_, std::size_t limit_)
+            : column(&column_), place(column_), kind(kind_), limit(limit_) {}
+
         const ColumnDefinition* column;
+        ColumnPlace place;
         Kind kind;
         std::size_t limit;  ///< bytes, of a text characters
     };
@@ -94,15 +100,15 @@ private:
         for (const ColumnDefinition& column : table_->definition.columns) {
             if (column.type == ColumnType::Boolean) continue;
             if (column.IsLongValue()) {
-                rules_.push_back({&column, LongValue, 0});
+                rules_.emplace_back(column, LongValue, 0);
             } else if (const std::uint32_t width = FixedWidth(column.type); width != 0) {
                 // The counter's values are looked at.
                 const bool inFixedArea = column.IsFixed() && !column.IsAutoNumber();
-                (inFixedArea ? fixedRules_ : rules_).push_back({&column, Width, width});
+                (inFixedArea ? fixedRules_ : rules_).emplace_back(column, Width, width);
             } else if (column.type == ColumnType::Text) {
-                rules_.push_back({&column, Text, column.lengthBytes / (isJet3 ? 1U : 2U)});
+                rules_.emplace_back(column, Text, column.lengthBytes / (isJet3 ? 1U : 2U));
             } else {
-                rules_.push_back({&column, Bytes, column.lengthBytes});
+                rules_.emplace_back(column, Bytes, column.lengthBytes);
             }
         }
         const auto end = [](const ValueRule& rule) { return rule.column->fixedOffset + rule.limit; };
@@ -112,7 +118,7 @@ private:
 
     /// Where the value that reaches furthest is in the row's fixed area, all others of it are, too.
     bool HasWholeFixedArea(const RowView& row) const {
-        return fixedRules_.empty() || !row.Bytes(*fixedRules_.front().column).Empty();
+        return fixedRules_.empty() || !row.Bytes(fixedRules_.front().place).Empty();
     }
 
     void Say(PageNumber page, std::string what, Severity severity = Severity::Structure) {
@@ -152,23 +158,23 @@ private:
         }
     }
 
-    void CheckPages() {
-        for (const PageNumber number : table_->ownedPages) {
-            try {
-                const DataPage page(context_->file.PageGeometry(), context_->file.Read(number));
-                CheckFreeWord(page);
-            } catch (const Damage&) {
-                // The walk over the rows reports it.
+    void SeePage(const DataPage& page) {
+        ++pagesSeen_;
+        if (auto what = WrongFreeWord(page)) wrongFreeWords_.emplace_back(page.Number(), std::move(*what));
+        for (unsigned slot = 0; slot < page.SlotCount(); ++slot) {
+            const std::uint16_t flags = page.Flags(slot);
+            if (flags == DataPage::kMovedFlag && page.Bytes(slot).Size() >= 4) {
+                movedTo_.push_back(RowId::FromStored(page.Bytes(slot).U32(0)));
+            } else if (flags == DataPage::kTargetFlag) {
+                moveTargets_.push_back({page.Number(), static_cast<std::uint8_t>(slot)});
             }
         }
     }
 
-    void CheckFreeWord(const DataPage& page) {
-        if (page.FreeBytes() != page.ExactFreeBytes()) {
-            Say(page.Number(), "page " + std::to_string(page.Number()) + " says " +
-                                   std::to_string(page.FreeBytes()) + " free bytes, there are " +
-                                   std::to_string(page.ExactFreeBytes()));
-        }
+    static std::optional<std::string> WrongFreeWord(const DataPage& page) {
+        if (page.FreeBytes() == page.ExactFreeBytes()) return std::nullopt;
+        return "page " + std::to_string(page.Number()) + " says " + std::to_string(page.FreeBytes()) +
+               " free bytes, there are " + std::to_string(page.ExactFreeBytes());
     }
 
     void CheckRow(RowId id, ByteView bytes) {
@@ -194,8 +200,8 @@ private:
 
     void CheckValue(RowId id, const RowView& row, const ValueRule& rule) {
         const ColumnDefinition& column = *rule.column;
-        const ByteView value = row.Bytes(column);
-        if (value.Empty() && row.IsNull(column)) return;
+        const ByteView value = row.Bytes(rule.place);
+        if (value.Empty() && row.IsNull(rule.place)) return;
         switch (rule.kind) {
             case ValueRule::Kind::LongValue:
                 if (!IsWholeInline(value)) CheckLongValue(id, value, column);
@@ -278,29 +284,15 @@ private:
 
     /// Every slot that holds the data of a moved row must be reached from the row's own slot, once.
     void CheckMovedRows() {
-        std::vector<RowId> pointers;
-        std::vector<RowId> targets;
-        for (const PageNumber number : table_->ownedPages) {
-            try {
-                const DataPage page(context_->file.PageGeometry(), context_->file.Read(number));
-                for (unsigned slot = 0; slot < page.SlotCount(); ++slot) {
-                    if (page.Flags(slot) == DataPage::kMovedFlag && page.Bytes(slot).Size() >= 4) {
-                        pointers.push_back(RowId::FromStored(page.Bytes(slot).U32(0)));
-                    } else if (page.Flags(slot) == DataPage::kTargetFlag) {
-                        targets.push_back({number, static_cast<std::uint8_t>(slot)});
-                    }
-                }
-            } catch (const Damage&) {
-                return;
-            }
-        }
+        if (pagesSeen_ != table_->ownedPages.size()) return;
+        std::vector<RowId>& pointers = movedTo_;
         std::sort(pointers.begin(), pointers.end());
         for (std::size_t i = 1; i < pointers.size(); ++i) {
             if (pointers[i] == pointers[i - 1]) {
                 Say(pointers[i].page, "two rows have moved to " + RowText(pointers[i]));
             }
         }
-        for (const RowId target : targets) {
+        for (const RowId target : moveTargets_) {
             if (!std::binary_search(pointers.begin(), pointers.end(), target)) {
                 Say(target.page, RowText(target) + " holds a moved row that nothing refers to");
             }
@@ -317,7 +309,7 @@ private:
         const std::string& name = entry.column->name;
         try {
             const DataPage page(context_->file.PageGeometry(), context_->file.Read(number));
-            CheckFreeWord(page);
+            if (auto what = WrongFreeWord(page)) Say(number, std::move(*what));
             if (page.Owner() != DataPage::kLongValueOwner) {
                 Say(number, "page " + std::to_string(number) + " should hold long values of column " + name);
                 return;
@@ -362,6 +354,10 @@ private:
     std::vector<std::unique_ptr<KeyBuilder>> builders_;
     std::vector<Fingerprint> expectedEntries_;
     std::optional<std::int32_t> greatestAutoNumber_;
+    std::size_t pagesSeen_ = 0;
+    std::vector<std::pair<PageNumber, std::string>> wrongFreeWords_;
+    std::vector<RowId> movedTo_;      ///< where moved rows' own slots say that they are
+    std::vector<RowId> moveTargets_;  ///< slots that hold moved rows
 };
 
 }  // namespace

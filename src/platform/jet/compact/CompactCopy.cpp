@@ -157,20 +157,32 @@ private:
     std::map<PageNumber, check::Fingerprint> found_;
 };
 
-/// Reads the finished file as a stranger would, once: nothing in it may be wrong, and every table must hold
-/// the rows and long values that were copied.
-void VerifyCopy(Storage& storage, const std::string& sourcePath, const std::string& path,
+bool HasDefinition(const CheckFile& file, const TableDefinition& table) {
+    // In front of it is what belongs to its first page.
+    constexpr std::ptrdiff_t kFramingBytes = 8;
+    const std::vector<std::uint8_t> found = check::ReadDefinition(file, table.page).logical;
+    const std::vector<std::uint8_t> expected = SerializeTableDefinition(file.PageGeometry(), table);
+    return std::equal(found.begin() + kFramingBytes, found.end(), expected.begin() + kFramingBytes,
+                      expected.end());
+}
+
+/// Reads the finished file as a stranger would, once: nothing in it may be wrong, the header must be the
+/// source's, and every table must hold the rows and long values that were copied.
+void VerifyCopy(Storage& storage, const CheckFile& source, const std::string& path,
                 const std::vector<CopiedTable>& copied) {
     const CheckFile file(storage, path);
+    if (!std::ranges::equal(source.Read(0).bytes.All(), file.Read(0).bytes.All())) {
+        RaiseCorrupt(path, "the header differs between the source and the copy");
+    }
     // Rows that break a rule of the database do so in the source as well; they are copied as they are.
     check::CheckReport report(1, check::Severity::Structure);
     CopyReader rows(file);
     check::CheckOpenFile(file, report, &rows);
     if (report.Count() > 0) {
-        RaiseCorrupt(sourcePath, "its contents make no sound database: " + report.Problems()[0].ToText());
+        RaiseCorrupt(source.Path(), "its contents make no sound database: " + report.Problems()[0].ToText());
     }
     for (const CopiedTable& table : copied) {
-        if (!rows.Holds(table)) {
+        if (!rows.Holds(table) || !HasDefinition(file, table.definition)) {
             RaiseCorrupt(path, "table " + table.name + " differs between the source and the copy");
         }
     }
@@ -184,7 +196,7 @@ void CopyOpenFile(const CheckFile& source, Storage& storage, const std::string& 
     if (source.PageCount() <= kCatalogPage) RaiseJet(JetError::Corrupt, {source.Path()});
     NewFileGuard guard(storage, target);
     const std::vector<CopiedTable> copied = WriteCopy(source, storage, target);
-    VerifyCopy(storage, source.Path(), target, copied);
+    VerifyCopy(storage, source, target, copied);
     storage.SyncFolderOf(target);
     guard.Finished();
 }

@@ -1,6 +1,7 @@
 #include "platform/jet/compact/CompactIndex.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <utility>
 
@@ -19,10 +20,27 @@ struct Child {
     PageNumber page;
 };
 
-/// How many of the first `limit` bytes are the same.
+/// Entries are a few bytes long: they are compared and copied in whole words, which may reach this far behind
+/// their ends.
+constexpr std::size_t kSlackBytes = 16;
+
+/// How many of the first `limit` bytes are the same. REQUIRES: both can be read kSlackBytes beyond that.
 std::size_t CommonPrefix(const std::uint8_t* left, const std::uint8_t* right, std::size_t limit) {
-    if (std::memcmp(left, right, limit) == 0) return limit;
-    return static_cast<std::size_t>(std::mismatch(left, left + limit, right).first - left);
+    for (std::size_t at = 0; at < limit; at += 8) {
+        const std::uint64_t differing = LoadBigEndian64(left + at) ^ LoadBigEndian64(right + at);
+        if (differing == 0) continue;
+        return std::min(limit, at + static_cast<std::size_t>(std::countl_zero(differing)) / 8);
+    }
+    return limit;
+}
+
+/// REQUIRES: kSlackBytes behind the end can be read and written on either side.
+void CopyShort(std::uint8_t* to, const std::uint8_t* from, std::size_t count) {
+    if (count <= kSlackBytes) {
+        std::memcpy(to, from, kSlackBytes);
+    } else {
+        std::memcpy(to, from, count);
+    }
 }
 
 class IndexBuilder {
@@ -33,19 +51,13 @@ public:
           isJet3_(geometry_->version == JetVersion::Jet3),
           table_(table),
           room_(geometry_->pageBytes - geometry_->indexEntriesStart),
-          page_(geometry_->pageBytes) {}
+          page_(geometry_->pageBytes + kSlackBytes),
+          leaf_(2 * std::size_t{geometry_->pageBytes}) {}
 
     BuiltIndex Run(EntrySorter& sorted) {
         leafNumber_ = Allocate();
-        while (sorted.Next()) {
-            const auto key = sorted.Key();
-            const bool isNew = result_.entries == 0 ||
-                               !std::ranges::equal(key, std::span(entry_).first(entry_.size() - kRowBytes));
-            if (isNew) ++result_.distinct;
-            ++result_.entries;
-            MakeEntry(key, sorted.Row());
-            AddToLeaf();
-        }
+        while (sorted.Next()) AddToLeaf(sorted.Key(), sorted.Row());
+        result_.entries = static_cast<std::uint32_t>(sorted.Count());
         PutLeaf(0);
         std::vector<Child> children = std::move(leaves_);
         for (unsigned level = 1; children.size() > 1; ++level) children = PutLevel(level, children);
@@ -54,44 +66,71 @@ public:
     }
 
 private:
-    void MakeEntry(std::span<const std::uint8_t> key, RowId row) {
-        entry_.resize(key.size() + kRowBytes);
-        std::copy(key.begin(), key.end(), entry_.begin());
-        std::uint8_t* const pointer = entry_.data() + key.size();
-        pointer[0] = static_cast<std::uint8_t>(row.page >> 16);
-        pointer[1] = static_cast<std::uint8_t>(row.page >> 8);
-        pointer[2] = static_cast<std::uint8_t>(row.page);
-        pointer[3] = row.slot;
-    }
-
     PageNumber Allocate() {
         result_.pages.push_back(target_->Allocate());
         return result_.pages.back();
     }
 
-    /// What all entries of the leaf would share with entry_ among them. Sorted entries share what the first
-    /// and the last of them share, so it can only become less.
-    std::size_t PrefixWithEntry() const {
-        const std::size_t limit = ends_.empty() ? std::min(entry_.size(), isJet3_ ? 255 : entry_.size())
-                                                : std::min(entry_.size(), prefix_);
-        return ends_.empty() ? limit : CommonPrefix(leaf_.data(), entry_.data(), limit);
+    std::size_t LeafBytes() const { return ends_.empty() ? 0 : ends_.back(); }
+    std::size_t LastStart() const { return ends_.size() < 2 ? 0 : ends_[ends_.size() - 2]; }
+
+    /// Puts an entry behind those of the open leaf, without counting it in. Returns its length.
+    std::size_t PutBehindLeaf(std::span<const std::uint8_t> key, RowId row) {
+        const std::size_t length = key.size() + kRowBytes;
+        const std::size_t start = LeafBytes();
+        if (start + length + kSlackBytes > leaf_.size()) {
+            leaf_.resize(2 * (start + length + kSlackBytes));
+        }
+        std::uint8_t* const entry = leaf_.data() + start;
+        std::memcpy(entry, key.data(), key.size());
+        std::uint8_t* const pointer = entry + key.size();
+        pointer[0] = static_cast<std::uint8_t>(row.page >> 16);
+        pointer[1] = static_cast<std::uint8_t>(row.page >> 8);
+        pointer[2] = static_cast<std::uint8_t>(row.page);
+        pointer[3] = row.slot;
+        return length;
     }
 
-    void AddToLeaf() {
-        std::size_t prefix = PrefixWithEntry();
-        const std::size_t whole = leaf_.size() + entry_.size();
-        if (!ends_.empty() && whole - ends_.size() * prefix > room_) {
-            const PageNumber next = Allocate();
-            PutLeaf(next);
-            previousLeaf_ = std::exchange(leafNumber_, next);
-            leaf_.clear();
-            ends_.clear();
-            prefix = PrefixWithEntry();
+    void AddToLeaf(std::span<const std::uint8_t> key, RowId row) {
+        const std::size_t length = PutBehindLeaf(key, row);
+        if (length > room_) RaiseJet(JetError::RecordTooLarge);
+        CountKey(length);
+        // Sorted entries share what the first and the last of them share, so it can only become less.
+        std::size_t prefix = isJet3_ ? std::min<std::size_t>(length, 255) : length;
+        if (!ends_.empty()) {
+            const std::size_t limit = std::min(length, prefix_);
+            prefix = CommonPrefix(leaf_.data(), leaf_.data() + LeafBytes(), limit);
+            if (LeafBytes() + length - ends_.size() * prefix > room_) {
+                BeginLeaf(length);
+                prefix = isJet3_ ? std::min<std::size_t>(length, 255) : length;
+            }
         }
-        if (entry_.size() > room_) RaiseJet(JetError::RecordTooLarge);
         prefix_ = prefix;
-        leaf_.insert(leaf_.end(), entry_.begin(), entry_.end());
-        ends_.push_back(leaf_.size());
+        ends_.push_back(LeafBytes() + length);
+    }
+
+    /// Of the entry behind the open leaf, beside the one before it.
+    void CountKey(std::size_t length) {
+        if (ends_.empty()) {
+            result_.distinct = 1;
+            return;
+        }
+        const std::size_t start = LastStart();
+        const std::size_t keyBytes = length - kRowBytes;
+        const bool isSame =
+            LeafBytes() - start == length &&
+            CommonPrefix(leaf_.data() + start, leaf_.data() + LeafBytes(), keyBytes) == keyBytes;
+        if (!isSame) ++result_.distinct;
+    }
+
+    /// Puts the open leaf; the entry behind it becomes the first one of the next.
+    void BeginLeaf(std::size_t length) {
+        const std::size_t start = LeafBytes();
+        const PageNumber next = Allocate();
+        PutLeaf(next);
+        previousLeaf_ = std::exchange(leafNumber_, next);
+        std::memmove(leaf_.data(), leaf_.data() + start, length);
+        ends_.clear();
     }
 
     struct Links {
@@ -101,7 +140,7 @@ private:
     };
 
     void StartPage(PageType type, unsigned level, const Links& links, std::size_t prefix) {
-        std::fill(page_.begin(), page_.end(), std::uint8_t{0});
+        std::fill_n(page_.begin(), geometry_->indexEntriesStart, std::uint8_t{0});
         used_ = 0;
         const MutableByteView page(page_);
         page.PutU8(0, static_cast<std::uint8_t>(type));
@@ -120,33 +159,35 @@ private:
         }
     }
 
-    /// Appends bytes and marks their end in the page's bitmap.
-    void PutEntry(std::span<const std::uint8_t> entry) {
-        MutableByteView(page_).PutBytes(geometry_->indexEntriesStart + used_, entry);
-        used_ += entry.size();
+    /// Appends bytes and marks their end in the page's bitmap. REQUIRES: kSlackBytes behind them can be read.
+    void PutEntry(const std::uint8_t* entry, std::size_t length) {
+        if (length > room_ - used_) RaiseJet(JetError::RecordTooLarge);
+        CopyShort(page_.data() + geometry_->indexEntriesStart + used_, entry, length);
+        used_ += length;
         page_[(isJet3_ ? 22U : 27U) + used_ / 8] |= static_cast<std::uint8_t>(1U << used_ % 8);
     }
 
     void PutPage(PageNumber number) {
+        const auto entriesEnd =
+            page_.begin() + static_cast<std::ptrdiff_t>(geometry_->indexEntriesStart + used_);
+        std::fill(entriesEnd, page_.end(), std::uint8_t{0});
         MutableByteView(page_).PutU16(2, static_cast<std::uint16_t>(room_ - used_));
-        target_->Put(number, page_);
-    }
-
-    std::span<const std::uint8_t> LeafEntry(std::size_t entry) const {
-        const std::size_t start = entry == 0 ? 0 : ends_[entry - 1];
-        return std::span(leaf_).subspan(start, ends_[entry] - start);
+        target_->Put(number, std::span(page_).first(geometry_->pageBytes));
     }
 
     void PutLeaf(PageNumber next) {
-        const std::size_t prefix = leaf_.size() <= room_ ? 0 : prefix_;
+        const std::size_t prefix = LeafBytes() <= room_ ? 0 : prefix_;
         StartPage(PageType::IndexLeaf, 0, {previousLeaf_, next, 0}, prefix);
-        for (std::size_t i = 0; i < ends_.size(); ++i) PutEntry(LeafEntry(i).subspan(i == 0 ? 0 : prefix));
+        std::size_t start = 0;
+        std::size_t skip = 0;
+        for (const std::size_t end : ends_) {
+            PutEntry(leaf_.data() + start + skip, end - start - skip);
+            start = end;
+            skip = prefix;
+        }
         PutPage(leafNumber_);
         Entry last;
-        if (!ends_.empty()) {
-            const auto bytes = LeafEntry(ends_.size() - 1);
-            last.assign(bytes.begin(), bytes.end());
-        }
+        last.assign(leaf_.data() + LastStart(), leaf_.data() + LeafBytes());
         leaves_.push_back({std::move(last), leafNumber_});
     }
 
@@ -210,7 +251,9 @@ private:
             for (const unsigned shift : {24U, 16U, 8U, 0U}) {
                 entry.push_back(static_cast<std::uint8_t>(child.page >> shift));
             }
-            PutEntry(entry);
+            const std::size_t length = entry.size();
+            entry.resize(length + kSlackBytes);
+            PutEntry(entry.data(), length);
         }
         PutPage(number);
     }
@@ -221,12 +264,11 @@ private:
     PageNumber table_;
     std::size_t room_;
     BuiltIndex result_;
-    std::vector<std::uint8_t> page_;  ///< the one being made
+    std::vector<std::uint8_t> page_;  ///< the one being made, with slack
     std::size_t used_ = 0;            ///< bytes of its entries
-    Entry entry_;                     ///< the one being added
-    std::vector<std::uint8_t> leaf_;  ///< whole entries of the open leaf
-    std::vector<std::size_t> ends_;
-    std::size_t prefix_ = 0;  ///< what they share
+    std::vector<std::uint8_t> leaf_;  ///< whole entries of the open leaf, one behind the other, and slack
+    std::vector<std::size_t> ends_;   ///< of those
+    std::size_t prefix_ = 0;          ///< what they share
     PageNumber leafNumber_ = 0;
     PageNumber previousLeaf_ = 0;
     std::vector<Child> leaves_;

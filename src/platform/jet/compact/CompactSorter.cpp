@@ -14,18 +14,12 @@ constexpr std::size_t kBufferBytes = std::size_t{1} << 18;
 /// In front of each pair of a run: key length and row.
 constexpr std::size_t kPairHeaderBytes = 8;
 
-/// Most indexes have keys of a few bytes, which are all in the word. For those SortRecord::key holds this and
-/// the length; for others the block and the place in it.
-constexpr std::uint32_t kShortKey = 0x80000000;
-
-bool IsShort(const SortRecord& record) {
-    return (record.key & kShortKey) != 0;
-}
-
-/// Keys lie in blocks of this size, each behind its length.
+/// Keys lie in blocks of this size.
 constexpr unsigned kBlockBits = 18;
 constexpr std::size_t kBlockBytes = std::size_t{1} << kBlockBits;
-constexpr std::size_t kLengthBytes = 2;
+
+/// Memory is taken in steps, so that most pairs need not ask for it.
+constexpr std::size_t kGrantBytes = std::size_t{1} << 14;
 
 int CompareBytes(std::span<const std::uint8_t> left, std::span<const std::uint8_t> right) {
     const std::size_t common = std::min(left.size(), right.size());
@@ -127,17 +121,16 @@ bool EntrySorter::IsFull(std::size_t moreBytes) const {
 void EntrySorter::Release() {
     memory_->usedBytes_ -= usedBytes_;
     usedBytes_ = 0;
+    grantedBytes_ = 0;
 }
 
-void EntrySorter::Add(std::span<const std::uint8_t> key, RowId row) {
-    const bool isShort = key.size() <= sizeof(SortRecord::word);
-    const std::size_t bytes = sizeof(SortRecord) + (isShort ? 0 : kLengthBytes + key.size());
-    if (IsFull(bytes)) Spill();
-    const std::uint32_t where = isShort ? kShortKey | static_cast<std::uint32_t>(key.size()) : StoreKey(key);
-    records_.push_back({KeyWord(key, 0), where, row.Stored()});
-    usedBytes_ += bytes;
-    memory_->usedBytes_ += bytes;
-    ++count_;
+void EntrySorter::Acquire(std::size_t bytes) {
+    if (IsFull(bytes - grantedBytes_)) Spill();
+    const std::size_t step = std::min(kGrantBytes, memory_->limitBytes_ / memory_->sharers_ / 16);
+    const std::size_t more = std::max(bytes - grantedBytes_, step);
+    grantedBytes_ += more;
+    usedBytes_ += more;
+    memory_->usedBytes_ += more;
 }
 
 std::uint32_t EntrySorter::StoreKey(std::span<const std::uint8_t> key) {
@@ -154,9 +147,12 @@ std::uint32_t EntrySorter::StoreKey(std::span<const std::uint8_t> key) {
     return static_cast<std::uint32_t>(stored);
 }
 
+const std::uint8_t* EntrySorter::PlaceOf(const SortRecord& record) const {
+    return keyBlocks_[record.key >> kBlockBits].get() + (record.key & (kBlockBytes - 1));
+}
+
 std::span<const std::uint8_t> EntrySorter::LongKey(const SortRecord& record) const {
-    const std::uint8_t* const place =
-        keyBlocks_[record.key >> kBlockBits].get() + (record.key & (kBlockBytes - 1));
+    const std::uint8_t* const place = PlaceOf(record);
     std::uint16_t length = 0;
     std::memcpy(&length, place, kLengthBytes);
     return {place + kLengthBytes, length};
@@ -168,9 +164,7 @@ std::size_t EntrySorter::LengthOf(const SortRecord& record) const {
 
 std::span<const std::uint8_t> EntrySorter::KeyOf(const SortRecord& record) {
     if (!IsShort(record)) return LongKey(record);
-    for (std::size_t i = 0; i < shortKey_.size(); ++i) {
-        shortKey_[i] = static_cast<std::uint8_t>(record.word >> 8 * (shortKey_.size() - 1 - i));
-    }
+    StoreBigEndian64(record.word, shortKey_.data());
     return std::span(shortKey_).first(LengthOf(record));
 }
 
@@ -208,7 +202,6 @@ void EntrySorter::Spill() {
 void EntrySorter::Sort() {
     if (runStarts_.empty()) {
         SortRecords();
-
         return;
     }
     if (!records_.empty()) Spill();
@@ -224,10 +217,22 @@ void EntrySorter::Sort() {
     nextRecord_ = 0;
 }
 
+/// Long keys lie in the order in which they were added: nearly each one is a walk to the memory, which can be
+/// set out on some keys ahead.
+void EntrySorter::Prefetch() const {
+#if defined(__GNUC__)
+    constexpr std::size_t kAhead = 12;
+    if (nextRecord_ + kAhead >= records_.size()) return;
+    const SortRecord& record = records_[nextRecord_ + kAhead];
+    if (!IsShort(record)) __builtin_prefetch(PlaceOf(record));
+#endif
+}
+
 bool EntrySorter::Next() {
     if (!file_) {
         if (nextRecord_ == records_.size()) return false;
         const SortRecord& record = records_[nextRecord_++];
+        Prefetch();
         key_ = KeyOf(record);
         row_ = RowId::FromStored(record.rank);
         return true;

@@ -40,7 +40,16 @@ public:
     /// Makes room for this many pairs, to spare growing.
     void Expect(std::size_t pairs);
     /// REQUIRES: the key is shorter than a page.
-    void Add(std::span<const std::uint8_t> key, RowId row);
+    void Add(std::span<const std::uint8_t> key, RowId row) {
+        const bool isShort = key.size() <= sizeof(SortRecord::word);
+        const std::size_t bytes = sizeof(SortRecord) + (isShort ? 0 : kLengthBytes + key.size());
+        if (bytes > grantedBytes_) Acquire(bytes);
+        grantedBytes_ -= bytes;
+        const std::uint32_t where =
+            isShort ? kShortKey | static_cast<std::uint32_t>(key.size()) : StoreKey(key);
+        records_.push_back({KeyWord(key, 0), where, row.Stored()});
+        ++count_;
+    }
     std::uint64_t Count() const { return count_; }
 
     /// Ends the adding.
@@ -55,12 +64,21 @@ private:
     class Keys;
     class Run;
 
+    /// Most indexes have keys of a few bytes, which are all in the word. For those SortRecord::key holds this
+    /// and the length; for others the block and the place in it, where the key lies behind its length.
+    static constexpr std::uint32_t kShortKey = 0x80000000;
+    static constexpr std::size_t kLengthBytes = 2;
+    static bool IsShort(const SortRecord& record) { return (record.key & kShortKey) != 0; }
+
     void SortRecords();
+    void Acquire(std::size_t bytes);
     bool IsFull(std::size_t moreBytes) const;
     void Spill();
     void Release();
     std::uint32_t StoreKey(std::span<const std::uint8_t> key);
-    /// REQUIRES: not a short key.
+    void Prefetch() const;
+    /// REQUIRES (both): not a short key.
+    const std::uint8_t* PlaceOf(const SortRecord& record) const;
     std::span<const std::uint8_t> LongKey(const SortRecord& record) const;
     std::size_t LengthOf(const SortRecord& record) const;
     /// The key wherever it is; valid until the next call.
@@ -69,7 +87,8 @@ private:
     Storage* storage_;
     std::string temporaryPath_;
     SortMemory* memory_;
-    std::size_t usedBytes_ = 0;  ///< of it
+    std::size_t usedBytes_ = 0;     ///< of it
+    std::size_t grantedBytes_ = 0;  ///< of those, what is left for the next pairs
     std::uint64_t count_ = 0;
     std::vector<SortRecord> records_;
     std::vector<std::unique_ptr<std::uint8_t[]>> keyBlocks_;

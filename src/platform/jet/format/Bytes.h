@@ -27,6 +27,21 @@ private:
     std::string what_;
 };
 
+/// Eight bytes as a big-endian number, which orders as the bytes do. REQUIRES: all eight can be read or
+/// written.
+inline std::uint64_t LoadBigEndian64(const std::uint8_t* at) {
+    return std::uint64_t{at[0]} << 56 | std::uint64_t{at[1]} << 48 | std::uint64_t{at[2]} << 40 |
+           std::uint64_t{at[3]} << 32 | std::uint64_t{at[4]} << 24 | std::uint64_t{at[5]} << 16 |
+           std::uint64_t{at[6]} << 8 | std::uint64_t{at[7]};
+}
+inline std::uint32_t LoadBigEndian32(const std::uint8_t* at) {
+    return std::uint32_t{at[0]} << 24 | std::uint32_t{at[1]} << 16 | std::uint32_t{at[2]} << 8 |
+           std::uint32_t{at[3]};
+}
+inline void StoreBigEndian64(std::uint64_t value, std::uint8_t* at) {
+    for (unsigned shift = 64; shift > 0; shift -= 8) *at++ = static_cast<std::uint8_t>(value >> (shift - 8));
+}
+
 /// A bounds-checked, little-endian view of bytes that someone else owns.
 class ByteView {
 public:

@@ -157,25 +157,23 @@ void AppendJet4Key(std::u16string_view units, Bytes& key) {
     key.push_back(0x00);
 }
 
-/// What an ASCII character adds to the first section, for those that add nothing to the others.
-struct AsciiKeys {
-    std::array<bool, 128> plain{};
-    std::array<std::uint8_t, 128> count{};  ///< of bytes
-    std::array<std::array<std::uint8_t, 2>, 128> bytes{};
-};
+/// What an ASCII character adds to a key's first section: up to two bytes. One word a character, so that
+/// taking it is one look-up: first byte, second byte, their number, and whether it takes part in other
+/// sections.
+using AsciiKeys = std::array<std::uint32_t, 128>;
+constexpr std::uint32_t kOtherSections = 0xFF000000;
 
 constexpr AsciiKeys kAsciiKeys = [] {
     static_assert(kPrimaryPage[0] == 0 && kKindPage[0] == 0);
     constexpr std::uint8_t kNoAccent = 2;
-    AsciiKeys keys;
-    for (std::size_t c = 0; c < keys.plain.size(); ++c) {
+    AsciiKeys keys{};
+    for (std::size_t c = 0; c < keys.size(); ++c) {
         const auto kind = static_cast<Kind>(kKind[c] >> 8U);
-        keys.plain[c] = kind == Kind::Ignored || (kind == Kind::Normal && (kKind[c] & 0xFFU) == kNoAccent);
         if (kind == Kind::Ignored) continue;
-        const std::uint16_t primary = kPrimary[c];
-        keys.count[c] = primary > 0xFF ? 2 : 1;
-        keys.bytes[c] = {static_cast<std::uint8_t>(primary > 0xFF ? primary >> 8U : primary),
-                         static_cast<std::uint8_t>(primary)};
+        const std::uint32_t primary = kPrimary[c];
+        keys[c] =
+            primary > 0xFF ? (primary >> 8U | (primary & 0xFFU) << 8U | 2U << 16U) : primary | 1U << 16U;
+        if (kind != Kind::Normal || (kKind[c] & 0xFFU) != kNoAccent) keys[c] |= kOtherSections;
     }
     return keys;
 }();
@@ -186,18 +184,37 @@ bool AppendPlainJet4Key(std::string_view text, Bytes& key) {
     const std::size_t start = key.size();
     key.resize(start + 2 * text.size() + 2);
     std::uint8_t* out = key.data() + start;
-    bool plain = true;
+    std::uint32_t seen = 0;
     for (const char c : text) {
-        const auto unit = static_cast<std::uint8_t>(c);
-        plain = plain && kAsciiKeys.plain[unit];
-        out[0] = kAsciiKeys.bytes[unit][0];
-        out[1] = kAsciiKeys.bytes[unit][1];
-        out += kAsciiKeys.count[unit];
+        const std::uint32_t bytes = kAsciiKeys[static_cast<std::uint8_t>(c)];
+        seen |= bytes;
+        out[0] = static_cast<std::uint8_t>(bytes);
+        out[1] = static_cast<std::uint8_t>(bytes >> 8U);
+        out += bytes >> 16U & 0xFFU;
     }
     *out++ = 0x01;
     *out++ = 0x00;
+    const bool plain = (seen & kOtherSections) == 0;
     key.resize(plain ? static_cast<std::size_t>(out - key.data()) : start);
     return plain;
+}
+
+/// Jet 3 knows no ASCII character of two weights, and none that its second part counts.
+constexpr bool kJet3AsciiIsPlain = [] {
+    for (std::size_t c = 0; c < 128; ++c) {
+        if (kJet3Primary[c] > 0xFF || kJet3Nibble[c] != 0) return false;
+    }
+    return true;
+}();
+static_assert(kJet3AsciiIsPlain);
+
+void AppendAsciiJet3Key(std::string_view text, Bytes& key) {
+    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+    const std::size_t start = key.size();
+    key.resize(start + text.size() + 1);
+    std::uint8_t* out = key.data() + start;
+    for (const char c : text) *out++ = static_cast<std::uint8_t>(kJet3Primary[static_cast<std::uint8_t>(c)]);
+    *out = 0x00;
 }
 
 void AppendNibbles(const Bytes& nibbles, Bytes& key) {
@@ -255,6 +272,8 @@ void AppendJet4Key(std::string_view utf8, std::size_t maxUnits, Bytes& key) {
 void AppendKey(JetVersion version, std::string_view utf8, std::size_t maxChars, Bytes& key) {
     if (version == JetVersion::Jet4) {
         AppendJet4Key(utf8, maxChars, key);
+    } else if (IsAscii(utf8)) {
+        AppendAsciiJet3Key(utf8.substr(0, maxChars), key);
     } else {
         AppendJet3Key(Utf8ToCp1252(FirstCharacters(utf8, maxChars)), key);
     }
@@ -362,6 +381,22 @@ void AppendTextKey(JetVersion version, std::string_view utf8, bool descending,
     if (!descending) return;
     for (std::size_t at = start; at < key.size(); ++at) key[at] = static_cast<std::uint8_t>(~key[at]);
     if (version == JetVersion::Jet4) key.push_back(0x00);
+}
+
+bool AppendStoredTextKey(JetVersion version, ByteView stored, std::vector<std::uint8_t>& key) {
+    std::string_view text(reinterpret_cast<const char*>(stored.Data()), stored.Size());
+    if (version == JetVersion::Jet4) {
+        constexpr std::string_view kCompressed = "\xFF\xFE";
+        if (!text.starts_with(kCompressed)) return false;
+        text.remove_prefix(kCompressed.size());
+    }
+    if (text.size() > kIndexedChars || !IsAscii(text)) return false;
+    if (version == JetVersion::Jet4) {
+        // In a compressed text 00 is no character.
+        return text.find('\0') == std::string_view::npos && AppendPlainJet4Key(text, key);
+    }
+    AppendAsciiJet3Key(text, key);
+    return true;
 }
 
 void AppendComparisonKey(JetVersion version, std::string_view utf8, std::vector<std::uint8_t>& key) {

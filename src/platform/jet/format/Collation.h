@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/jet/format/Bytes.h"
 #include "platform/jet/format/Format.h"
 
 namespace marrowkit::jet {
@@ -14,6 +15,11 @@ namespace marrowkit::jet {
 /// spaces. `descending` gives the inverted form.
 void AppendTextKey(JetVersion version, std::string_view utf8, bool descending,
                    std::vector<std::uint8_t>& key);
+
+/// The same, ascending, from a text's stored bytes, without decoding them. False, and nothing appended,
+/// unless they are at most 255 ASCII characters that take part in nothing but the first section of a key:
+/// most are.
+bool AppendStoredTextKey(JetVersion version, ByteView stored, std::vector<std::uint8_t>& key);
 
 /// The key of the whole text (no cut at 255), for comparisons outside of an index. Two texts are equal to Jet
 /// exactly when these keys are equal, and ordered as the keys' bytes are.

@@ -7,6 +7,7 @@
 #include "platform/jet/format/Collation.h"
 #include "platform/jet/format/JetErrors.h"
 #include "platform/jet/format/NumericValue.h"
+#include "platform/jet/format/RowCodec.h"
 
 namespace marrowkit::jet {
 namespace {
@@ -148,21 +149,25 @@ void AppendKeyColumn(JetVersion version, const ColumnDefinition& column, bool as
     AppendValue(version, column, ascending, IsNull(value) ? kFalse : value, key);
 }
 
-bool AppendStoredKey(const ColumnDefinition& column, bool ascending, ByteView stored,
+bool AppendStoredKey(JetVersion version, const ColumnDefinition& column, bool ascending, ByteView stored,
                      std::vector<std::uint8_t>& key) {
-    const bool isWhole = (column.type == ColumnType::Long && stored.Size() == sizeof(std::int32_t)) ||
-                         (column.type == ColumnType::Integer && stored.Size() == sizeof(std::int16_t));
-    if (!isWhole) return false;
-    const std::uint8_t flip = ascending ? 0x00 : 0xFF;
-    std::array<std::uint8_t, 1 + sizeof(std::int32_t)> bytes;
-    bytes[0] = ascending ? kValueAscending : kValueDescending;
-    const std::size_t width = stored.Size();
-    for (std::size_t i = 0; i < width; ++i) {
-        bytes[width - i] = static_cast<std::uint8_t>(stored.Data()[i] ^ flip);
+    const std::size_t start = key.size();
+    switch (column.type) {
+        case ColumnType::Long:
+        case ColumnType::Integer:
+            if (stored.Size() != FixedWidth(column.type)) return false;
+            key.resize(start + WholeNumberKeyBytes(stored.Size()));
+            PutWholeNumberKey(stored, ascending, key.data() + start);
+            return true;
+        case ColumnType::Text:
+            if (!ascending) return false;
+            key.push_back(kValueAscending);
+            if (AppendStoredTextKey(version, stored, key)) return true;
+            key.resize(start);
+            return false;
+        default:
+            return false;
     }
-    bytes[1] ^= 0x80;  // the sign bit
-    key.insert(key.end(), bytes.data(), bytes.data() + 1 + width);
-    return true;
 }
 
 std::vector<std::uint8_t> BuildIndexKey(JetVersion version, std::span<const ColumnDefinition* const> columns,

@@ -6,6 +6,13 @@
 
 namespace marrowkit::jet {
 
+ColumnPlace::ColumnPlace(const ColumnDefinition& column)
+    : isBoolean(column.type == ColumnType::Boolean),
+      isFixed(column.IsFixed()),
+      number(column.number),
+      at(column.IsFixed() ? column.fixedOffset : column.variableIndex),
+      width(column.IsFixed() ? FixedWidth(column) : 0) {}
+
 RowView::RowView(const Geometry& geometry, const TableDefinition& table, ByteView row)
     : row_(row), jet4_(geometry.version == JetVersion::Jet4), fixedStart_(PrefixBytes(geometry)) {
     const auto size = static_cast<std::uint32_t>(row.Size());
@@ -42,12 +49,6 @@ std::uint32_t RowView::Jet3VariableOffset(std::uint32_t index) const {
     std::uint32_t high = 0;
     while (high < jumpCount_ && bytes[offsetsFrom_ + jumpCount_ - high] <= index) ++high;
     return bytes[offsetsFrom_ - index] + 256 * high;
-}
-
-ByteView RowView::Bytes(const ColumnDefinition& column) const {
-    if (column.type == ColumnType::Boolean || IsNull(column)) return {};
-    return column.IsFixed() ? FixedPart(column.fixedOffset, FixedWidth(column))
-                            : VariablePart(column.variableIndex);
 }
 
 void RowView::DecodeInto(const ColumnDefinition& column, Value& value) const {

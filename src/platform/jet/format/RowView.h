@@ -7,6 +7,17 @@
 
 namespace marrowkit::jet {
 
+/// Where the rows of a table have a column: what RowView has to know of it, small and without look-ups.
+struct ColumnPlace {
+    explicit ColumnPlace(const ColumnDefinition& column);
+
+    bool isBoolean;
+    bool isFixed;
+    std::uint16_t number;
+    std::uint32_t at;     ///< offset in the fixed area, or the variable index
+    std::uint32_t width;  ///< in the fixed area
+};
+
 /// The bytes of one stored row, taken apart on demand. Holds a view only: the page must stay pinned.
 /// A column number beyond what the row was written with reads as Null (False for a Boolean).
 class RowView {
@@ -18,9 +29,17 @@ public:
         if (column.type == ColumnType::Boolean) return false;
         return !MaskBit(column.number) || (!column.IsFixed() && !HasVariablePart(column.variableIndex));
     }
+    bool IsNull(const ColumnPlace& column) const {
+        if (column.isBoolean) return false;
+        return !MaskBit(column.number) || (!column.isFixed && !HasVariablePart(column.at));
+    }
     /// The column's stored bytes: the fixed width, or the variable part (for Memo and OLE the 12-byte header
     /// and what may follow it). Empty for Null; see IsNull for the difference from an empty text.
-    ByteView Bytes(const ColumnDefinition& column) const;
+    ByteView Bytes(const ColumnDefinition& column) const { return Bytes(ColumnPlace(column)); }
+    ByteView Bytes(const ColumnPlace& column) const {
+        if (column.isBoolean || IsNull(column)) return {};
+        return column.isFixed ? FixedPart(column.at, column.width) : VariablePart(column.at);
+    }
     /// The decoded value of anything but a long value. Throws OutOfBounds when the bytes are too short.
     Value Decode(const ColumnDefinition& column) const;
     /// The same into a value that is used again and again: a text keeps its room from row to row.

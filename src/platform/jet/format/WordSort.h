@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/jet/format/Bytes.h"
+
 namespace marrowkit::jet {
 
 /// Something with a key of bytes, as WordSort handles it.
@@ -19,13 +21,18 @@ struct SortRecord {
 
 /// The word of a key at `depth`: 0 to begin with.
 inline std::uint64_t KeyWord(std::span<const std::uint8_t> key, std::size_t depth) {
+    if (depth >= key.size()) return 0;
+    const std::uint8_t* const bytes = key.data() + depth;
+    const std::size_t count = key.size() - depth;
+    if (count >= 8) return LoadBigEndian64(bytes);
     std::uint64_t word = 0;
-    if (depth + 8 <= key.size()) {
-        const std::uint8_t* const bytes = key.data() + depth;
-        for (std::size_t i = 0; i < 8; ++i) word = word << 8 | bytes[i];
-        return word;
+    if (count >= 4) {
+        // Twice four bytes, which may overlap.
+        const unsigned unused = 8U * static_cast<unsigned>(8 - count);
+        word = std::uint64_t{LoadBigEndian32(bytes)} << 32;
+        return word | std::uint64_t{LoadBigEndian32(bytes + count - 4)} << unused;
     }
-    for (std::size_t i = depth; i < depth + 8; ++i) word = word << 8 | (i < key.size() ? key[i] : 0U);
+    for (std::size_t i = 0; i < count; ++i) word |= std::uint64_t{bytes[i]} << (56 - 8 * i);
     return word;
 }
 
@@ -105,17 +112,16 @@ private:
 
     /// Radix sort from the lowest byte up; bytes that are the same everywhere cost nothing.
     void SortByWord(std::span<SortRecord> records) {
-        constexpr unsigned kBytes = 8;
-        std::array<std::array<std::uint32_t, 256>, kBytes> counts{};
-        for (const SortRecord& record : records) {
-            for (unsigned byte = 0; byte < kBytes; ++byte) ++counts[byte][record.word >> 8 * byte & 0xFF];
-        }
+        std::uint64_t differing = 0;
+        for (const SortRecord& record : records) differing |= record.word ^ records.front().word;
+        if (differing == 0) return;
         if (scratch_.size() < records.size()) scratch_.resize(records.size());
         std::span<SortRecord> from = records;
         std::span<SortRecord> to = std::span(scratch_).first(records.size());
-        for (unsigned byte = 0; byte < kBytes; ++byte) {
-            std::array<std::uint32_t, 256>& starts = counts[byte];
-            if (starts[records.front().word >> 8 * byte & 0xFF] == records.size()) continue;
+        for (unsigned byte = 0; byte < 8; ++byte) {
+            if ((differing >> 8 * byte & 0xFF) == 0) continue;
+            std::array<std::uint32_t, 256> starts{};
+            for (const SortRecord& record : from) ++starts[record.word >> 8 * byte & 0xFF];
             std::uint32_t start = 0;
             for (std::uint32_t& count : starts) start += std::exchange(count, start);
             for (const SortRecord& record : from) to[starts[record.word >> 8 * byte & 0xFF]++] = record;

@@ -1,3 +1,7 @@
+#include <algorithm>
+#include <random>
+#include <set>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -559,6 +563,63 @@ TEST(CheckTest, GoesOnBehindADamagedTable) {
     const auto found = file.Check();
     EXPECT_THAT(found, testing::Contains(HasSubstr("table Owners")));
     EXPECT_THAT(found, testing::Contains(HasSubstr("table Things")));
+}
+
+/// More pages than the cache begins with, in orders that make it drop and want them again.
+TEST(CheckFileTest, GivesEveryPageWhateverTheOrder) {
+    std::mt19937 random(2);
+    for (const JetVersion version : {JetVersion::Jet3, JetVersion::Jet4}) {
+        std::vector<std::uint8_t> bytes = MakeSmallCheckDatabase(version);
+        const std::size_t pageBytes = jet::GeometryOf(version).pageBytes;
+        bytes.resize(2000 * pageBytes + 100);
+        for (std::size_t at = pageBytes; at < bytes.size(); ++at) {
+            bytes[at] = static_cast<std::uint8_t>(random());
+        }
+        MemoryStorage storage;
+        storage.Put("db", bytes);
+        const jet::check::CheckFile file(storage, "db");
+        ASSERT_EQ(file.PageCount(), 2000U);
+        const auto expect = [&](PageNumber page) {
+            const auto expected = std::span(bytes).subspan(page * pageBytes, pageBytes);
+            ASSERT_TRUE(std::ranges::equal(file.Read(page).bytes.All(), expected)) << page;
+        };
+        for (int pass = 0; pass < 3; ++pass) {
+            for (PageNumber page = 0; page < 2000; ++page) expect(page);
+        }
+        const jet::check::FilePage held = file.Read(7);
+        for (int i = 0; i < 20000; ++i) expect(static_cast<PageNumber>(random() % 2000));
+        EXPECT_TRUE(std::ranges::equal(held.bytes.All(), std::span(bytes).subspan(7 * pageBytes, pageBytes)));
+        EXPECT_THROW(file.Read(2000), jet::check::Damage);
+    }
+}
+
+TEST(HashBytesTest, TellsEveryChangeOfOneBitAndOfTheOrder) {
+    std::vector<std::uint8_t> bytes(200);
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 37);
+    std::set<std::uint64_t> seen;
+    std::size_t inputs = 0;
+    const auto see = [&](std::span<const std::uint8_t> input, std::uint64_t seed) {
+        seen.insert(jet::check::HashBytes(input, seed));
+        ++inputs;
+    };
+    for (std::size_t length = 0; length <= bytes.size(); ++length) {
+        const auto input = std::span(bytes).first(length);
+        see(input, 0);
+        see(input, 1);
+        for (std::size_t bit = 0; bit < 8 * length; ++bit) {
+            const auto mask = static_cast<std::uint8_t>(1U << bit % 8);
+            input[bit / 8] ^= mask;
+            see(input, 0);
+            input[bit / 8] ^= mask;
+        }
+        for (std::size_t word = 8; word + 8 <= length; word += 8) {
+            const auto at = input.begin() + static_cast<std::ptrdiff_t>(word);
+            std::swap_ranges(at - 8, at, at);
+            see(input, 0);
+            std::swap_ranges(at - 8, at, at);
+        }
+    }
+    EXPECT_EQ(seen.size(), inputs);
 }
 
 TEST(ProblemTest, NamesTableAndPage) {

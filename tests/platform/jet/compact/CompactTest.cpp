@@ -361,6 +361,67 @@ TEST(CompactTest, AFullDiskLeavesTheSourceAndNothingElse) {
     }
 }
 
+/// A disk on which one bit of the finished copy turns over.
+class ForgetfulDisk : public MemoryStorage {
+public:
+    ForgetfulDisk(std::size_t byte, int bit) : byte_(byte), bit_(bit) {}
+    std::unique_ptr<jet::StorageFile> Open(const std::string& path, jet::OpenMode mode) override {
+        if (path == "target" && mode == jet::OpenMode::ReadOnly) {
+            Bytes bytes = Get(path);
+            bytes[byte_] = static_cast<std::uint8_t>(bytes[byte_] ^ 1 << bit_);
+            Put(path, std::move(bytes));
+        }
+        return MemoryStorage::Open(path, mode);
+    }
+
+private:
+    std::size_t byte_;
+    int bit_;
+};
+
+/// Bytes that nothing is read out of may differ; all others the verification has to notice.
+TEST(CompactTest, NeverReturnsACopyThatDiffers) {
+    for (const JetVersion version : kVersions) {
+        const Bytes source = MakeSmallCheckDatabase(version);
+        const Bytes good = CompactBytes(source);
+        const TemporaryFolder folder;
+        const auto rowsOf = [&](const Bytes& bytes) {
+            std::vector<std::string> rows;
+            const auto database = OpenBytes(folder, std::to_string(bytes.size()), bytes);
+            for (const std::string& name : database->TableNames()) {
+                const auto table = database->OpenTable(name);
+                rows.push_back(name);
+                for (const jet::Column& column : table->Columns()) rows.push_back(column.name);
+                for (std::string& row : RowTexts(*table)) rows.push_back(std::move(row));
+            }
+            return rows;
+        };
+        const std::vector<std::string> expected = rowsOf(good);
+        std::mt19937 random(11);
+        int noticed = 0;
+        for (int round = 0; round < 600; ++round) {
+            const std::size_t byte = random() % good.size();
+            ForgetfulDisk disk(byte, static_cast<int>(random() % 8));
+            disk.Put("source", source);
+            const jet::check::CheckFile file(disk, "source");
+            try {
+                jet::compact::CopyOpenFile(file, disk, "target");
+            } catch (const RuntimeError& error) {
+                EXPECT_TRUE(error.number == 3049 || error.number == 3343) << error.description;
+                EXPECT_FALSE(disk.Exists("target"));
+                ++noticed;
+                continue;
+            }
+            SCOPED_TRACE("byte " + std::to_string(byte));
+            const Bytes& copy = disk.Get("target");
+            EXPECT_NE(copy, good);
+            EXPECT_THAT(DatabaseBytes(copy).Check(), testing::IsEmpty());
+            EXPECT_EQ(rowsOf(copy), expected);
+        }
+        EXPECT_GT(noticed, 100);
+    }
+}
+
 /// Long keys make trees of four levels and maps with bitmap pages.
 TEST(CompactTest, BuildsDeepIndexes) {
     const TemporaryFolder folder;

@@ -5,6 +5,7 @@
 
 #include "platform/jet/format/Collation.h"
 #include "platform/jet/format/Hex.h"
+#include "platform/jet/format/TextCodec.h"
 #include "platform/text/Utf8.h"
 
 namespace marrowkit::jet {
@@ -145,6 +146,50 @@ constexpr OrderCase kOrders[] = {
     {JetVersion::Jet3, "#", "1", -1},
     {JetVersion::Jet3, "9", "a", -1},
 };
+
+TEST(StoredTextKey, IsThatOfTheDecodedText) {
+    std::mt19937 random(3);
+    int built = 0;
+    for (int round = 0; round < 40000; ++round) {
+        const JetVersion version = round % 2 == 0 ? JetVersion::Jet3 : JetVersion::Jet4;
+        // Half of the texts have plain characters only, at times more of them than take part in a key.
+        const bool isPlain = round % 4 < 2;
+        std::vector<std::uint8_t> stored;
+        if (version == JetVersion::Jet4 && round % 7 != 0) stored = {0xFF, 0xFE};
+        for (auto length = random() % (round % 50 == 0 ? 300 : 12); length > 0; --length) {
+            const auto byte = static_cast<std::uint8_t>(random());
+            stored.push_back(isPlain ? static_cast<std::uint8_t>(byte % 3 == 0 ? ' ' : 'A' + byte % 26)
+                                     : byte);
+        }
+        std::vector<std::uint8_t> expected{0x55};
+        AppendTextKey(version, DecodeText(version, ByteView(stored)), false, expected);
+        std::vector<std::uint8_t> key{0x55};
+        if (AppendStoredTextKey(version, ByteView(stored), key)) {
+            ASSERT_EQ(ToHex(key), ToHex(expected)) << ToHex(stored);
+            ++built;
+        } else {
+            ASSERT_EQ(ToHex(key), "55");
+        }
+    }
+    EXPECT_GT(built, 15000);
+}
+
+TEST(StoredTextKey, KnowsEveryAsciiCharacter) {
+    for (const JetVersion version : {JetVersion::Jet3, JetVersion::Jet4}) {
+        for (std::uint8_t byte = 1; byte < 128; ++byte) {
+            std::vector<std::uint8_t> stored{'a', byte, 'b'};
+            if (version == JetVersion::Jet4) stored.insert(stored.begin(), {0xFF, 0xFE});
+            std::vector<std::uint8_t> key;
+            if (!AppendStoredTextKey(version, ByteView(stored), key)) {
+                // Those that stand in a section of their own.
+                EXPECT_EQ(version, JetVersion::Jet4);
+                EXPECT_TRUE(byte == '-' || byte == '\'' || byte < ' ' || byte == 127) << int{byte};
+                continue;
+            }
+            EXPECT_EQ(ToHex(key), KeyOf(version, DecodeText(version, ByteView(stored)))) << int{byte};
+        }
+    }
+}
 
 TEST(CompareText, OrdersAsTheKeysDo) {
     for (const auto& [version, left, right, order] : kOrders) {
