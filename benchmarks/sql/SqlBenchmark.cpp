@@ -5,7 +5,7 @@
 //   look-up   SELECT ... WHERE Publisher = "x" with 50,000 publishers, beside SQLite with an index
 //   sorting   SELECT ... ORDER BY on a text column without an index, read to the end, beside SQLite
 //
-//   sql_benchmark [rows] [repetitions]
+//   sql_benchmark [rows] [repetitions] [look-up | sorting | repairs]
 //
 // SQLite compares its texts with NOCASE, which folds the case of ASCII letters and compares bytes: less than
 // Jet's collation does, and the closest that SQLite brings along.
@@ -210,7 +210,7 @@ void MeasureSorting(const fs::path& folder, int rows, int repetitions) {
     PrintPair(what.c_str(), ours, peer, 1);
 }
 
-int Main(int rows, int repetitions) {
+int Main(int rows, int repetitions, const std::string& only) {
     const fs::path folder = fs::temp_directory_path() / ("marrowkit-sql-" + std::to_string(getpid()));
     fs::create_directories(folder);
     std::printf("# %u cores, best of %d%s\n", std::thread::hardware_concurrency(), repetitions,
@@ -220,9 +220,9 @@ int Main(int rows, int repetitions) {
                 "  WARNING: not an optimised build");
 #endif
     std::printf("%-40s %14s %14s %12s\n", "microseconds", "jet4", "sqlite", "to sqlite");
-    MeasureLookup(folder, repetitions);
-    MeasureSorting(folder, rows, repetitions);
-    MeasureRepairs(folder, rows, repetitions);
+    if (only.empty() || only == "look-up") MeasureLookup(folder, repetitions);
+    if (only.empty() || only == "sorting") MeasureSorting(folder, rows, repetitions);
+    if (only.empty() || only == "repairs") MeasureRepairs(folder, rows, repetitions);
     fs::remove_all(folder);
     return 0;
 }
@@ -232,5 +232,5 @@ int Main(int rows, int repetitions) {
 
 int main(int argc, char** argv) {
     return marrowkit::benchmark::Main(argc > 1 ? std::atoi(argv[1]) : 100'000,
-                                      argc > 2 ? std::atoi(argv[2]) : 3);
+                                      argc > 2 ? std::atoi(argv[2]) : 3, argc > 3 ? argv[3] : "");
 }
