@@ -5,6 +5,7 @@
 #include <QPushButton>
 #include <QTest>
 #include <QToolButton>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -74,6 +75,25 @@ TEST_F(FolderPicker, ItsFolderBecomesTheRomPath) {
         dialog.reject();
     });
     frmRomCenter2(window_.get(), window_->Interface()).exec();
+}
+
+TEST_F(FolderPicker, StartsAtTheRomPathOnlyWhenThatIsAFolder) {
+    std::filesystem::create_directories(folder_ / "drive_c/Roms");
+    OpenWithDatafile("Nimbus.dat");
+    frmRomCenter2 options(window_.get(), window_->Interface());
+    Child<QCheckBox>(options, "chkScan").click();
+    auto& path = Child<QLineEdit>(options, "txtRomPath");
+    for (const char* typed : {"C:\\Roms", "", "Roms", "C:\\Nowhere", "\\\\server\\share", "C:/Roms"}) {
+        path.setText(QString::fromLatin1(typed));
+        const QString start =
+            QString::fromLatin1(std::string_view(typed) == "C:\\Roms" ? "C:\\Roms" : "C:\\Vellora");
+        driver_.UseDialog(QStringLiteral("frmBrowseFolder"), [start](QDialog& dialog) {
+            EXPECT_EQ(Path(dialog), start);
+            Child<QPushButton>(dialog, "cmdCancel").click();
+        });
+        Child<QToolButton>(options, "cmdRomPath").click();
+        EXPECT_EQ(path.text(), QString::fromLatin1(typed)) << "cancelled: the path stays";
+    }
 }
 
 TEST_F(FolderPicker, ListsTheDrivesAndMovesToTheOneChosen) {

@@ -320,7 +320,8 @@ TEST_F(ImportWindows, ANewVelloraIsSelectedAndExpanded) {
 TEST_F(ImportWindows, TickingTheScanEnablesItsControlsAndGoesToThePath) {
     OpenWithDatafile("Nimbus.dat");
     driver_.UseDialog(QStringLiteral("frmRomCenter2"), [](QDialog& dialog) {
-        const auto& path = Child<QLineEdit>(dialog, "txtRomPath");
+        auto& path = Child<QLineEdit>(dialog, "txtRomPath");
+        path.setText(QStringLiteral("C:\\Roms"));
         for (const bool ticked : {false, true, false}) {
             if (Child<QCheckBox>(dialog, "chkScan").isChecked() != ticked)
                 Child<QCheckBox>(dialog, "chkScan").click();
@@ -330,6 +331,8 @@ TEST_F(ImportWindows, TickingTheScanEnablesItsControlsAndGoesToThePath) {
                       dialog.palette().color(ticked ? QPalette::Base : QPalette::Window));
             if (ticked) {
                 EXPECT_EQ(dialog.focusWidget(), &path);
+                QCoreApplication::processEvents();
+                EXPECT_EQ(path.selectedText(), QStringLiteral("C:\\Roms"));
             }
         }
         dialog.reject();

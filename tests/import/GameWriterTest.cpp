@@ -183,6 +183,19 @@ TEST_F(Writer, EndsAtALookupTextWithADoubleQuoteAndKeepsEarlierGames) {
     EXPECT_THAT(database.Problems(), IsEmpty());
 }
 
+// A text is put into the statement as it stands: one that makes it another statement finds what that finds.
+TEST_F(Writer, LooksUpATextWithDoubleQuotesThatTheStatementSurvives) {
+    const FrontendDatabase database(2, 5);
+    settings.ImportIntoExisting = true;
+    tables.Entries = {TosecEntry("A (1985)(Softco)"), TosecEntry("B (1985)(x\" OR Publisher = \"softco)"),
+                      TosecEntry("C (1985)(S)[cr x\" OR CR_Id = 7 OR \"\" = \"y]")};
+    EXPECT_EQ(WriteTosec(database), "");
+    EXPECT_THAT(database.Rows(Games("PU_Id, CR_Id")), ElementsAre("40|7", "40|7", "41|7"));
+    EXPECT_THAT(database.Rows("SELECT Publisher FROM Publishers WHERE PU_Id > 39 ORDER BY PU_Id"),
+                ElementsAre("Softco", "S"));
+    EXPECT_EQ(database.One("SELECT COUNT(*) FROM Crackers"), "2");
+}
+
 TEST_F(Writer, ReturnsTheTextOfAnyDatabaseError) {
     const FrontendDatabase database(2, 5);
     tables.Entries = {Entry("A")};

@@ -95,6 +95,8 @@ TEST_F(Engine, SkipsTheScanSilentlyWhenNoFileNameHasAnExtension) {
                 ElementsAre("Loading Datafile into memory...", "Getting unique FileTypes list...",
                             "Creating New Database...", "Adding games to database..."));
     EXPECT_THAT(FreshGames(), ElementsAre("A"));
+    EXPECT_EQ(test::ReadFile(Fresh("Paths.ini")), "[Games]\r\n1=" + settings.RomPath + "\r\n");
+    EXPECT_EQ(test::ReadFile(Fresh("Emulators.ini")), "[File Types]\r\nSupportTypes=\r\n");
 }
 
 TEST_F(Engine, SkipsChecksummingWhenTheFolderHasNoFile) {
@@ -131,6 +133,36 @@ TEST_F(Engine, ShowsTheLoadersTextAndStops) {
     EXPECT_FALSE(Run());
     ASSERT_EQ(ui.messages.size(), 1U);
     EXPECT_THAT(ui.messages[0].text, testing::EndsWith("it may be a misreported v1.92 datafile!"));
+}
+
+TEST_F(Engine, ShowsTheTextOfAnErrorInAnyStageAndStops) {
+    const auto expectFailure = [this](const std::string& text) {
+        ui.messages.clear();
+        ClearLastPlatformErrorCode();
+        EXPECT_FALSE(Run());
+        ASSERT_EQ(ui.messages.size(), 1U) << text;
+        EXPECT_THAT(ui.messages[0].text, testing::StartsWith(text));
+        EXPECT_EQ(ui.messages[0].icon, MessageIcon::Information);
+        EXPECT_EQ(ui.messages[0].title, "Marrowkit");
+        EXPECT_FALSE(settings.ImportSucceeded) << text;
+        EXPECT_FALSE(fs::exists(Fresh("Fresh.mdb"))) << text;
+    };
+    Games(GamesLine("A (1985)(S)[t +99999999999]", "A (1985)(S)[t +99999999999]"));
+    settings.TosecNames = true;
+    expectFailure("Overflow  (6,0)");
+    EXPECT_EQ(progress.prompts.back(), "Obtaining DB info from TOSEC filenames...");
+
+    Games(GamesLine("A", "a"));
+    Roms();
+    test::WriteFile(folder / "roms" / "huge", "x");
+    fs::resize_file(folder / "roms" / "huge", 0x180000000ULL);  // a size that has no number here
+    expectFailure("Overflow  (6,0)");
+    EXPECT_THAT(progress.prompts, testing::Contains("Preparing File List..."));
+    fs::remove(folder / "roms" / "huge");
+
+    fs::create_directory(Fresh(""));  // since the options were checked
+    expectFailure("Path/File access error  (75,");
+    EXPECT_EQ(progress.prompts.back(), "Creating New Database...");
 }
 
 TEST_F(Engine, LetsErrorsOfThePlainLoaderEscape) {
