@@ -66,13 +66,15 @@ public:
     }
 };
 
-/// Makes the window's text smaller, but not too small to read, when its controls have no room in the inner
-/// size otherwise.
+/// Makes the window's text a little smaller when its controls have no room in the inner size otherwise. Text
+/// that somebody has set much larger stays as it is.
 void FitText(QWidget& window, double widthTwips, double heightTwips) {
     constexpr double kLeastPoints = 8;  // what dialogs of that size were made for
+    constexpr double kLeastPart = 0.8;
     constexpr double kStepPoints = 0.5;
     const QSize room(TwipsToPixels(widthTwips, &window), TwipsToPixels(heightTwips, &window));
     const QFont own = window.font();
+    const double least = std::max(kLeastPoints, own.pointSizeF() * kLeastPart);
     const auto setFont = [&window](const QFont& font) {
         window.setFont(font);
         // Layouts of a window that is not shown yet keep what they calculated.
@@ -80,8 +82,8 @@ void FitText(QWidget& window, double widthTwips, double heightTwips) {
         for (QLayout* layout : window.findChildren<QLayout*>()) layout->invalidate();
     };
     for (QFont font = own; window.layout()->minimumSize().expandedTo(room) != room; setFont(font)) {
-        if (font.pointSizeF() <= kLeastPoints) return setFont(own);
-        font.setPointSizeF(std::max(kLeastPoints, font.pointSizeF() - kStepPoints));
+        if (font.pointSizeF() <= least) return setFont(own);
+        font.setPointSizeF(std::max(least, font.pointSizeF() - kStepPoints));
     }
 }
 

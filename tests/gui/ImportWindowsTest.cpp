@@ -77,6 +77,39 @@ TEST_F(ImportWindows, HaveTheirInnerSizes) {
     expectSize(picker, 4695, 3855);
 }
 
+TEST_F(ImportWindows, TheOptionsGrowWhereTheTextIsTooLargeForTheirSize) {
+    OpenWithDatafile("Nimbus.dat");
+    const QFont before = QApplication::font();
+    QFont large = before;
+    large.setPointSizeF(16);
+    QApplication::setFont(large);
+    {
+        frmRomCenter2 options(window_.get(), window_->Interface());
+        EXPECT_EQ(options.font().pointSizeF(), 16);
+        EXPECT_GT(options.width(), TwipsToPixels(8175, &options));
+    }
+    QApplication::setFont(before);
+}
+
+// A box that is neither ticked nor clear counts as not ticked.
+TEST_F(ImportWindows, AGreyedTickIsNone) {
+    WriteDatafile("Nimbus.dat", "");  // the import ends at once: there are no games
+    OpenWithDatafile("Nimbus.dat");
+    frmRomCenter2 options(window_.get(), window_->Interface());
+    Child<QLineEdit>(options, "txtRomPath").setText(QStringLiteral("nowhere"));
+    for (const char* name : {"chkIgnoreDups", "chkTosec", "chkAddZip", "chkScan", "chkMatch"}) {
+        auto& box = Child<QCheckBox>(options, name);
+        box.setTristate(true);
+        box.setCheckState(Qt::PartiallyChecked);
+    }
+    driver_.AnswerBox(QMessageBox::Ok);
+    Child<QPushButton>(options, "cmdOK").click();
+    EXPECT_EQ(driver_.Boxes().back().text, QStringLiteral("There were no games to import!"));
+    const ImportSettings& settings = GlobalImportSettings();
+    EXPECT_FALSE(settings.SkipDuplicates || settings.TosecNames || settings.AddZipExtension ||
+                 settings.ScanForRoms || settings.MatchExtensionsOnly);
+}
+
 TEST_F(ImportWindows, TheProgressWindowBeginsInitialising) {
     Open();
     frmProgress progress(window_.get(), window_->Interface(), QStringLiteral("Nimbus.dat"));

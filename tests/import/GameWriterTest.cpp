@@ -63,6 +63,16 @@ TEST_F(Writer, WritesEveryFieldOfAPlainGame) {
     for (const jet::JetVersion format : {jet::JetVersion::Jet3, jet::JetVersion::Jet4}) {
         const FrontendDatabase database(2, 5, format);
         tables.Entries = {Entry("Pac-Man")};
+        // Nothing of what the other stages would have found counts.
+        DatafileEntry& entry = tables.Entries[0];
+        entry.Matched = entry.SaveFix = true;
+        entry.MatchedFile = "found.zip";
+        entry.PublicDomain = "Public Domain";
+        entry.VersionComment = "[cracked by ?]";
+        entry.Publisher = entry.Language = entry.Cracker = "X";
+        entry.YearId = 30;
+        entry.PalNtsc = 2;
+        entry.Trainers = 3;
         EXPECT_EQ(Write(database), "");
         EXPECT_EQ(
             database.One(Games()),
