@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 #include "import/TosecTables.h"
@@ -32,6 +33,19 @@ std::int32_t LeadingNumber(std::string_view text) {
     return static_cast<std::int32_t>(negative ? -number : number);
 }
 
+constexpr std::size_t kStartBytes = sizeof(std::uint32_t);
+
+/// The first four bytes as one number; of a shorter text all.
+std::uint32_t StartOf(std::string_view text) {
+    std::uint32_t start = 0;
+    if (text.size() >= kStartBytes) {
+        std::memcpy(&start, text.data(), kStartBytes);
+    } else {
+        std::memcpy(&start, text.data(), text.size());
+    }
+    return start;
+}
+
 }  // namespace
 
 void TosecParser::Parse(DatafileEntry& entry) {
@@ -52,8 +66,9 @@ void TosecParser::Parse(DatafileEntry& entry) {
     ReadYearAndPublisher(entry);
 }
 
-/// Every text looked for begins with a bracket, so only the brackets' places are ever compared. Lower case
-/// concerns A to Z alone: no other letter of a datafile becomes a character of those texts.
+/// Every text looked for begins with a bracket, so only the brackets' places are ever compared; and as about
+/// a hundred texts are looked for in every name, first by what fits into a number. Lower case concerns A to Z
+/// alone: no other letter of a datafile becomes a character of those texts.
 void TosecParser::Index(std::string_view file) {
     file_ = file;
     lowered_.assign(file);
@@ -63,15 +78,19 @@ void TosecParser::Index(std::string_view file) {
         if (c >= 'A' && c <= 'Z') {
             c = static_cast<char>(c - 'A' + 'a');
         } else if (c == '(' || c == '[') {
-            brackets_.push_back(i);
+            brackets_.push_back({i, 0});
         }
     }
+    for (Bracket& bracket : brackets_) bracket.start = StartOf(std::string_view(lowered_).substr(bracket.at));
 }
 
 std::size_t TosecParser::Find(std::string_view token) const {
     const std::string_view text = lowered_;
-    for (const std::size_t at : brackets_) {
-        if (text.substr(at).starts_with(token)) return at;
+    const bool isShort = token.size() < kStartBytes;
+    const std::uint32_t start = StartOf(token);
+    for (const Bracket& bracket : brackets_) {
+        if (!isShort && bracket.start != start) continue;
+        if (text.substr(bracket.at).starts_with(token)) return bracket.at;
     }
     return kNone;
 }

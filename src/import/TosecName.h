@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,6 +32,11 @@ private:
         std::size_t end;    ///< of the closing bracket
     };
 
+    struct Bracket {
+        std::size_t at;
+        std::uint32_t start;  ///< the bytes from there on, as many as fit
+    };
+
     void Index(std::string_view file);
     std::size_t Find(std::string_view token) const;
     bool Has(std::string_view token) const { return Find(token) != std::string_view::npos; }
@@ -45,9 +51,9 @@ private:
     bool ReadLanguageList(DatafileEntry& entry, std::size_t row);
     void ReadYearAndPublisher(DatafileEntry& entry);
 
-    std::string_view file_;              ///< the file name being read, without its "ZZZ-UNK-"
-    std::string lowered_;                ///< the same in lower case
-    std::vector<std::size_t> brackets_;  ///< where lowered_ holds "(" or "["
+    std::string_view file_;          ///< the file name being read, without its "ZZZ-UNK-"
+    std::string lowered_;            ///< the same in lower case
+    std::vector<Bracket> brackets_;  ///< where lowered_ holds "(" or "["
     std::string removal_;
 };
 

@@ -74,8 +74,16 @@ struct Match {
     std::size_t bytes;
 };
 
+/// Whether a byte is a character of its own that no other differs from in case only.
+bool HasNoOtherCase(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < 0x80 && !(c >= 'A' && c <= 'Z') && !(c >= 'a' && c <= 'z');
+}
+
 Match FindNoCase(std::string_view text, std::size_t from, std::string_view find) {
+    const bool canJump = !find.empty() && HasNoOtherCase(find.front());
     while (from < text.size()) {
+        if (canJump && (from = text.find(find.front(), from)) == std::string_view::npos) break;
         const std::size_t bytes = MatchNoCase(text, from, find);
         if (bytes != std::string_view::npos) return {from, bytes};
         NextCodePoint(text, from);

@@ -102,6 +102,8 @@ TEST(Replace, PutsInEverywhereOnce) {
 
 TEST(ReplaceNoCase, KeepsTheRestAsItIs) {
     EXPECT_EQ(ReplaceNoCase("Game [CR abc][cr ABC]", "[cr abc]", ""), "Game ");
+    EXPECT_EQ(ReplaceNoCase("(B)(b", "(b)", "x"), "x(b");
+    EXPECT_EQ(ReplaceNoCase("a\xE2(B)\xC3(b)\xF0\x9F(", "(b)", ""), "a\xE2\xC3\xF0\x9F(");
     EXPECT_EQ(ReplaceNoCase("GRÜN grün", "grün", "x"), "x x");
     EXPECT_EQ(ReplaceNoCase("ȺȺ", "ⱥ", "a"), "aa");
     EXPECT_EQ(ReplaceNoCase("a\xFF"
