@@ -154,16 +154,16 @@ Value Recordset::State::Read(std::size_t field) const {
     return result->Read(record_, field);
 }
 
-void Recordset::State::Write(std::size_t field, Value value) {
+void Recordset::State::Write(std::size_t field, Value&& value) {
     if (mode_ == Mode::Reading) RaiseJet(JetError::UpdateWithoutEdit);
     const std::size_t position = TableColumn(field);
     const jet::Column& column = table_->Columns()[position];
     if (mode_ == Mode::Editing && column.autoNumber) RaiseJet(JetError::RecordLocked);
-    Assign(field, position,
-           jet::NeedsConversion(column, value) ? jet::ConvertFor(column, value) : std::move(value));
+    if (jet::NeedsConversion(column, value)) value = jet::ConvertFor(column, value);
+    Assign(field, position, std::move(value));
 }
 
-void Recordset::State::Assign(std::size_t field, std::size_t column, Value value) {
+void Recordset::State::Assign(std::size_t field, std::size_t column, Value&& value) {
     if (assigned_[field] == kNotAssigned) {
         assignments_.push_back({column, std::move(value)});
         assigned_[field] = assignments_.size();

@@ -36,7 +36,7 @@ struct Recordset::State {
     std::int32_t RecordCount() const;
 
     Value Read(std::size_t field) const;
-    void Write(std::size_t field, Value value);
+    void Write(std::size_t field, Value&& value);
     void AddNew();
     void Edit();
     void Update();
@@ -55,7 +55,7 @@ private:
     void StepForward(std::size_t from);
     void Visit(std::size_t record);
     bool IsLive(std::size_t record) const { return !deleted_.contains(record); }
-    void Assign(std::size_t field, std::size_t column, Value value);
+    void Assign(std::size_t field, std::size_t column, Value&& value);
     std::size_t TableColumn(std::size_t field) const;
 
     std::shared_ptr<jet::Table> table_;  ///< whose rows the records are; null when they are computed
