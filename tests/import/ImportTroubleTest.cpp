@@ -15,6 +15,7 @@
 #include "import/ImportEngine.h"
 #include "import/ImportFixture.h"
 #include "platform/errors/RuntimeError.h"
+#include "platform/jet/engine/Database.h"
 #include "platform/text/Numbers.h"
 
 namespace marrowkit {
@@ -122,6 +123,29 @@ TEST_F(ImportTrouble, AReadOnlyTemplateGivesADatabaseThatCanBeWritten) {
         EXPECT_FALSE(done);
         EXPECT_THAT(Message(), testing::ContainsRegex("  \\(30[0-9]+,[0-9]+\\)$"));
     }
+}
+
+TEST_F(ImportTrouble, ATemplateThatIsOpenExclusivelyLeavesAFolderWithoutADatabase) {
+    Games(GamesLine("A", "a"));
+    {
+        jet::OpenOptions exclusively;
+        exclusively.exclusive = true;
+        const auto open = jet::Database::Open(Library("Empty.mdb").string(), exclusively);
+        EXPECT_FALSE(Run());
+        EXPECT_THAT(Message(), testing::ContainsRegex("^Permission denied  \\(70,[0-9]+\\)$"));
+        EXPECT_TRUE(fs::exists(Library("Fresh/Gfx")));
+        EXPECT_FALSE(fs::exists(Library("Fresh/Fresh.mdb")));
+        EXPECT_FALSE(settings.ImportSucceeded);
+    }
+    fs::remove_all(Library("Fresh"));
+    EXPECT_TRUE(Run()) << Message();
+}
+
+TEST_F(ImportTrouble, ATemplateThatOthersHaveOpenIsCopied) {
+    Games(GamesLine("A", "a"));
+    const dao::Database open = dao::DBEngine().OpenDatabase(database.LibraryRoot() + "Empty.mdb");
+    EXPECT_TRUE(Run()) << Message();
+    EXPECT_THAT(FreshRows("SELECT Name FROM Games"), ElementsAre("A"));
 }
 
 TEST_F(ImportTrouble, AFolderInPlaceOfTheTemplateIsNoTemplate) {

@@ -1,5 +1,6 @@
 """Places that refuse: files that are no files, libraries that may only be read, disks that are full, long paths."""
 
+import fcntl
 import os
 import shutil
 import stat
@@ -78,6 +79,25 @@ class OddFiles(LibraryTest):
         empty.unlink()
         empty.symlink_to("/dev/zero")
         self.assert_told(self.cli("new", "Another"))
+        self.assert_nothing_left_behind()
+
+    def test_template_database_that_another_program_has_locked(self):
+        empty = self.library / "Empty.mdb"
+        # One byte of the content, all of it, and a byte far behind it as database engines lock them.
+        for start, length in ((0, 1), (0, 0), (0x10000001, 1)):
+            with self.subTest(start=start), open(empty, "r+b") as file:
+                fcntl.lockf(file, fcntl.LOCK_EX | fcntl.LOCK_NB, length, start)
+                result = self.cli("import", self.datafile, "--name", "Other")
+                self.assert_told(result)
+                self.assertIn("Permission denied  (70,", result.err)
+                made = self.library / "Other"
+                self.assertEqual(sorted(path.name for path in made.iterdir()), ["Gfx", "Scripts", "Sounds", "Splash"])
+                self.assertNotIn("Other", self.cli("list").out)
+                shutil.rmtree(made)
+                self.assertNotEqual(self.cli("new", "Other").code, 0)
+                shutil.rmtree(made)
+                fcntl.lockf(file, fcntl.LOCK_UN)
+        self.assertEqual(self.cli("import", self.datafile, "--name", "Other").code, 0)
         self.assert_nothing_left_behind()
 
     def test_pipes_among_the_files_of_a_library_and_of_a_scan(self):

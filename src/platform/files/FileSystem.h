@@ -20,7 +20,8 @@ bool IsFolder(std::string_view path);
 std::int64_t FileLength(std::string_view path);
 
 /// Makes or replaces `to` as a byte copy of `from`; on an error there is no half copy. Raises 53 without a
-/// source, 76 without the target's folder, 70 for a copy onto itself, 75 for folders, 61 on a full disk.
+/// source, 76 without the target's folder, 70 for a copy onto itself or of a file that somebody has locked,
+/// 75 for folders, 61 on a full disk.
 void FileCopy(std::string_view from, std::string_view to);
 
 /// Raises 75 when something of that name (in any case) exists, 76 without the parent folder.

@@ -68,7 +68,8 @@ void WriteHostFile(const std::string& hostPath, std::string_view bytes);
 void ReplaceHostFile(const std::string& hostPath, std::string_view bytes);
 
 /// A byte copy with the permissions and the time of change of the source. The target appears complete or not
-/// at all. REQUIRES: the two are not the same file.
+/// at all. Raises 70 while somebody has a lock on the source that is not shared. REQUIRES: the two are not
+/// the same file.
 void CopyHostFile(const std::string& from, const std::string& to);
 
 /// Raises 75 when something of that name exists, 76 without the parent folder.

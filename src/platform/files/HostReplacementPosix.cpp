@@ -1,7 +1,9 @@
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <thread>
 #include <vector>
 
 #include <sys/stat.h>
@@ -68,6 +70,31 @@ private:
     bool placed_ = false;
 };
 
+/// Keeps others from changing the file as long as it is open. Raises 70 when somebody holds a lock on any
+/// byte of it for himself, as the platform does for a copy: a database that is open exclusively would be
+/// copied half changed. Who opens one for sharing holds such a lock for a moment; that is waited for.
+void LockForReading(int file) {
+    constexpr int kAttempts = 100;
+    constexpr std::chrono::milliseconds kPause{1};
+#ifdef F_OFD_SETLK
+    constexpr int kSetLock = F_OFD_SETLK;
+#else
+    constexpr int kSetLock = F_SETLK;
+#endif
+    struct flock wholeFile {};
+    wholeFile.l_type = F_RDLCK;
+    wholeFile.l_whence = SEEK_SET;
+    for (int attempt = 0; fcntl(file, kSetLock, &wholeFile) != 0; ++attempt) {
+        // Otherwise a file system that knows no locks.
+        if (errno != EAGAIN && errno != EACCES) return;
+        if (attempt == kAttempts) {
+            SetLastPlatformErrorCode(errno);
+            Raise(RuntimeErrorNumber::PermissionDenied);
+        }
+        std::this_thread::sleep_for(kPause);
+    }
+}
+
 mode_t CurrentUmask() {
     const mode_t mask = umask(0);
     umask(mask);
@@ -100,6 +127,7 @@ void CopyHostFile(const std::string& from, const std::string& to) {
     if (!S_ISREG(info.st_mode)) RaiseSystemError(EISDIR);  // a folder, or a device that never ends
     const auto target = StatusOf(to);
     if (target && target->kind == HostKind::Folder) RaiseSystemError(EISDIR);
+    LockForReading(source.Get());
 
     TemporaryTwin twin(to);
     std::vector<char> buffer(kCopyBufferBytes);

@@ -1,8 +1,13 @@
+#include <array>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
+#include <iterator>
+#include <unistd.h>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include "platform/files/DriveFixture.h"
 #include "platform/files/FileSystem.h"
@@ -99,6 +104,51 @@ TEST_F(FileSystemTest, FileCopyCopiesEveryByteAndTheTime) {
     Write("small", "1");
     FileCopy("C:\\small", "C:\\new Ä\\N.mdb");
     EXPECT_EQ(Read("New ä/N.mdb"), "1");
+}
+
+/// Another process that holds a lock on one byte of a file while `work` runs.
+template <typename Work>
+void WhileLocked(const fs::path& file, short type, off_t byte, Work work) {
+    std::array<int, 2> ready{};
+    std::array<int, 2> done{};
+    ASSERT_EQ(pipe(ready.data()), 0);
+    ASSERT_EQ(pipe(done.data()), 0);
+    const pid_t locker = fork();
+    if (locker == 0) {
+        close(done[1]);
+        const int handle = open(file.c_str(), O_RDWR);
+        struct flock lock {};
+        lock.l_type = type;
+        lock.l_whence = SEEK_SET;
+        lock.l_start = byte;
+        lock.l_len = 1;
+        char sign = fcntl(handle, F_SETLK, &lock) == 0 ? 'y' : 'n';
+        if (write(ready[1], &sign, 1) != 1) _exit(1);
+        _exit(read(done[0], &sign, 1) == 0 ? 0 : 1);  // until the other end is closed
+    }
+    char sign = 0;
+    EXPECT_EQ(read(ready[0], &sign, 1), 1);
+    EXPECT_EQ(sign, 'y');
+    work();
+    for (const int end : {ready[0], ready[1], done[0], done[1]}) close(end);
+    int status = 0;
+    ASSERT_EQ(waitpid(locker, &status, 0), locker);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(FileSystemTest, FileCopyRefusesAFileThatAnotherProcessHasLocked) {
+    Write("a", "content");
+    // Of the content, and where database engines put theirs.
+    for (const off_t byte : {off_t{0}, off_t{3}, off_t{0x10000001}, off_t{1} << 32}) {
+        WhileLocked(Host("a"), F_WRLCK, byte,
+                    [] { EXPECT_EQ(RaisedBy([] { FileCopy("C:\\a", "C:\\b"); }), 70); });
+        EXPECT_FALSE(fs::exists(Host("b"))) << byte;
+        WhileLocked(Host("a"), F_RDLCK, byte,
+                    [] { EXPECT_EQ(RaisedBy([] { FileCopy("C:\\a", "C:\\b"); }), 0); });
+        EXPECT_EQ(Read("b"), "content");
+        fs::remove(Host("b"));
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(Root()), fs::directory_iterator()), 1) << "no half copies";
 }
 
 TEST_F(FileSystemTest, FileCopyRaises) {
