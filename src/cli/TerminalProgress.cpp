@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
+#include <string_view>
 
 #ifdef _WIN32
 #include <io.h>
@@ -24,6 +26,7 @@ constexpr std::chrono::milliseconds kBetweenDrawings{100};
 constexpr std::uint32_t kEventRunsBetweenClockReadings = 64;
 constexpr int kBarCharacters = 30;
 constexpr int kFewestBarCharacters = 8;
+constexpr int kFewestPromptCharacters = 12;
 constexpr int kUsualColumns = 80;
 /// Before it, a rate would be a guess.
 constexpr double kSecondsBeforeRate = 1;
@@ -41,11 +44,13 @@ double SecondsBetween(std::chrono::steady_clock::time_point from, std::chrono::s
     return std::chrono::duration<double>(to - from).count();
 }
 
-bool StandardErrorIsTerminal() {
+bool StandardErrorIsTerminalToDrawOn() {
 #ifdef _WIN32
     return _isatty(2) != 0;
 #else
-    return isatty(STDERR_FILENO) != 0;
+    // A dumb one cannot go back to the beginning of a line.
+    const char* kind = std::getenv("TERM");
+    return isatty(STDERR_FILENO) != 0 && (kind == nullptr || std::string_view(kind) != "dumb");
 #endif
 }
 
@@ -53,7 +58,7 @@ bool StandardErrorIsTerminal() {
 
 TerminalProgress::Style TerminalProgress::StyleFor(const std::ostream& err, bool quiet) {
     if (quiet) return Style::Silent;
-    const bool terminal = err.rdbuf() == std::cerr.rdbuf() && StandardErrorIsTerminal();
+    const bool terminal = err.rdbuf() == std::cerr.rdbuf() && StandardErrorIsTerminalToDrawOn();
     return terminal ? Style::Bar : Style::Lines;
 }
 
@@ -78,6 +83,7 @@ void TerminalProgress::SetBarRange(std::int32_t minimum, std::int32_t maximum) {
 
 void TerminalProgress::LetEventsRun() {
     if (cancelEnabled_ && (interrupt_.Pressed() || IsStopRequested())) cancelled_ = true;
+    if (!cancelEnabled_ && !cancelled_ && !refused_ && interrupt_.Pressed()) RefuseToCancel();
     if (style_ != Style::Bar || ++eventRuns_ % kEventRunsBetweenClockReadings != 0) return;
     if (Clock::now() - lastDrawn_ >= kBetweenDrawings) Draw();
 }
@@ -114,15 +120,26 @@ std::string TerminalProgress::Line() const {
             (static_cast<double>(value_) - minimum_) / (static_cast<double>(maximum_) - minimum_);
         const std::string behind = " " + std::to_string(static_cast<int>(share * 100)) + "%" + Pace();
         constexpr int kBrackets = 3;  // and the blank before them
-        const int room = columns - static_cast<int>(CharacterCount(line) + behind.size()) - kBrackets;
-        if (const int bar = std::min(room, kBarCharacters); bar >= kFewestBarCharacters) {
+        const int free = columns - static_cast<int>(CharacterCount(line) + behind.size()) - kBrackets;
+        if (const int bar = std::min(free, kBarCharacters); bar >= kFewestBarCharacters) {
             const int filled = std::clamp(static_cast<int>(share * bar), 0, bar);
             line += " [" + std::string(static_cast<std::size_t>(filled), '#') +
                     std::string(static_cast<std::size_t>(bar - filled), '.') + "]";
         }
+        // How far it is says more than the end of a long prompt.
+        const int room = columns - static_cast<int>(behind.size());
+        if (room >= kFewestPromptCharacters) line = FirstCharacters(line, static_cast<std::size_t>(room));
         line += behind;
     }
     return std::string(FirstCharacters(line, static_cast<std::size_t>(std::max(columns, 1))));
+}
+
+/// Ctrl-C without any effect would look like a program that hangs.
+void TerminalProgress::RefuseToCancel() {
+    refused_ = true;
+    if (style_ == Style::Silent) return;
+    Clear();
+    err_ << "The database is being written; this cannot be cancelled any more." << std::endl;
 }
 
 void TerminalProgress::Draw() {

@@ -12,8 +12,8 @@
 namespace marrowkit::cli {
 
 /// Shows an import's progress on standard error: on a terminal as one line that is drawn over and over, with
-/// a bar, count, rate and time left; elsewhere as a line for each stage. Ctrl-C cancels, as long as the
-/// import can be cancelled.
+/// a bar, count, rate and time left; elsewhere, and on a terminal that is dumb, as a line for each stage.
+/// Ctrl-C cancels, as long as the import can be cancelled; later it is answered that it cannot.
 class TerminalProgress : public ImportProgress {
 public:
     enum class Style { Silent, Lines, Bar };
@@ -49,6 +49,7 @@ private:
     std::string Pace() const;
     std::string Line() const;
     void Draw();
+    void RefuseToCancel();
 
     std::ostream& err_;
     Style style_;
@@ -60,6 +61,7 @@ private:
     std::int32_t value_ = 0;
     bool cancelEnabled_ = true;
     bool cancelled_ = false;
+    bool refused_ = false;  ///< Ctrl-C came too late, and that was told
     std::size_t drawnCharacters_ = 0;
     std::uint32_t eventRuns_ = 0;
     Clock::time_point lastDrawn_;

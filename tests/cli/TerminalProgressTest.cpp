@@ -75,6 +75,17 @@ TEST(TerminalProgress, NeverDrawsALineThatTheTerminalWouldBreak) {
     EXPECT_THAT(err.str(), testing::EndsWith("%\r" + std::string(79, 'y')));
 }
 
+TEST(TerminalProgress, TellsOnceThatItIsTooLateToCancel) {
+    std::ostringstream err;
+    TerminalProgress progress(err, Style::Lines);
+    progress.SetPrompt("Writing...");
+    progress.SetCancelEnabled(false);
+    std::raise(SIGINT);
+    for (int i = 0; i < 3; ++i) progress.LetEventsRun();
+    EXPECT_FALSE(progress.Cancelled());
+    EXPECT_EQ(err.str(), "Writing...\nThe database is being written; this cannot be cancelled any more.\n");
+}
+
 TEST(TerminalProgress, RemembersItsStages) {
     std::ostringstream err;
     TerminalProgress progress(err, Style::Silent);
