@@ -2,6 +2,7 @@
 
 #include "cli/DatabaseArgument.h"
 #include "platform/files/HostPath.h"
+#include "platform/jet/format/ShownPaths.h"
 
 namespace marrowkit::cli {
 
@@ -10,14 +11,8 @@ std::shared_ptr<jet::Database> OpenForReading(const std::string& argument) {
     options.readOnly = true;
     const std::string path = DatabaseOf(argument);
     const std::string host = HostPath(path);
-    try {
-        return jet::Database::Open(host, options);
-    } catch (RuntimeError& error) {
-        // The engine knows host paths only.
-        const std::size_t at = error.description.find(host);
-        if (at != std::string::npos) error.description.replace(at, host.size(), path);
-        throw;
-    }
+    jet::ShowPathAs(host, path);
+    return jet::Database::Open(host, options);
 }
 
 }  // namespace marrowkit::cli

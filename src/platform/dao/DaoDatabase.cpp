@@ -13,6 +13,7 @@
 #include "platform/files/HostPath.h"
 #include "platform/jet/compact/Compact.h"
 #include "platform/jet/format/JetErrors.h"
+#include "platform/jet/format/ShownPaths.h"
 
 namespace marrowkit::dao {
 namespace {
@@ -20,22 +21,12 @@ namespace {
 using jet::JetError;
 using jet::RaiseJet;
 
+/// Messages call the file as the caller does.
 std::string NeedHostPath(std::string_view path) {
-    if (auto host = TryHostPath(path)) return *host;
-    RaiseJet(JetError::InvalidPath, {std::string(path)});
-}
-
-/// The engine below knows host paths only, and so do its messages; whoever reads them knows this one.
-template <class Work>
-auto NamedAs(std::string_view path, const Work& work) {
-    const std::string host = NeedHostPath(path);
-    try {
-        return work(host);
-    } catch (RuntimeError& error) {
-        const std::size_t at = error.description.find(host);
-        if (at != std::string::npos) error.description.replace(at, host.size(), path);
-        throw;
-    }
+    const auto host = TryHostPath(path);
+    if (!host) RaiseJet(JetError::InvalidPath, {std::string(path)});
+    jet::ShowPathAs(*host, path);
+    return *host;
 }
 
 /// Another process's flush can come between two pages of a read. The read is told so before it has changed or
@@ -174,9 +165,8 @@ void Database::Close() {
 Database DBEngine::OpenDatabase(std::string_view path) {
     auto state = std::make_unique<Database::State>();
     state->connection = std::make_shared<Connection>();
-    state->connection->session = NamedAs(path, [](const std::string& host) {
-        return OnSettledState([&] { return Session::Of(jet::Database::Open(host)); });
-    });
+    const std::string host = NeedHostPath(path);
+    state->connection->session = OnSettledState([&] { return Session::Of(jet::Database::Open(host)); });
     return Database(std::move(state));
 }
 
@@ -191,8 +181,7 @@ void DBEngine::SettleOpenDatabases() noexcept {
 Database DBEngine::CreateDatabase(std::string_view path, jet::JetVersion version) {
     auto state = std::make_unique<Database::State>();
     state->connection = std::make_shared<Connection>();
-    state->connection->session = NamedAs(
-        path, [&](const std::string& host) { return Session::Of(jet::Database::Create(host, version)); });
+    state->connection->session = Session::Of(jet::Database::Create(NeedHostPath(path), version));
     return Database(std::move(state));
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/jet/format/ShownPaths.h"
+
 namespace marrowkit::jet {
 namespace {
 
@@ -192,7 +194,7 @@ std::string JetErrorText(JetError number, const std::vector<std::string>& names)
             text.push_back(wording[at]);
             continue;
         }
-        const std::string name = used < names.size() ? names[used] : std::string();
+        const std::string name = used < names.size() ? ShownPath(names[used]) : std::string();
         ++used;
         text += place == "<>" ? "'" + name + "'" : name;
         ++at;

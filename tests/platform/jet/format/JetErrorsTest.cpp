@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/jet/format/JetErrors.h"
+#include "platform/jet/format/ShownPaths.h"
 
 namespace marrowkit::jet {
 namespace {
@@ -165,6 +166,20 @@ TEST(JetErrors, AreThrownAsRuntimeErrors) {
             "Cannot open database 'a.mdb'. It may not be a database that your application recognizes, or "
             "the file may be corrupt. (page 7: not a data page)");
     }
+}
+
+TEST(JetErrors, CallFilesAsTheirUserDoes) {
+    ShowPathAs("/srv/wine/drive_c/lib/Arcade/Arcade.mdb", "C:\\lib\\arcade\\ARCADE.MDB");
+    const auto corrupt = [](const std::string& path) { return JetErrorText(JetError::Corrupt, {path}); };
+    EXPECT_NE(corrupt("/srv/wine/drive_c/lib/Arcade/Arcade.mdb").find("'C:\\lib\\arcade\\ARCADE.MDB'"),
+              std::string::npos);
+    EXPECT_EQ(ShownPath("/srv/wine/drive_c/lib/Arcade/Arcade.ldb"), "C:\\lib\\arcade\\Arcade.ldb");
+    EXPECT_EQ(ShownPath("/srv/wine/drive_c/lib/Arcade/Sub/a.mdb"), "/srv/wine/drive_c/lib/Arcade/Sub/a.mdb");
+    EXPECT_EQ(ShownPath("/srv/wine/drive_c/lib/Arcade"), "/srv/wine/drive_c/lib/Arcade");
+    EXPECT_EQ(ShownPath("Games"), "Games");
+    EXPECT_EQ(ShownPath(""), "");
+    ShowPathAs("a.mdb", "a.mdb");
+    EXPECT_EQ(JetErrorText(JetError::ObjectNotFound, {"Games"}).find("a.mdb"), std::string::npos);
 }
 
 }  // namespace
