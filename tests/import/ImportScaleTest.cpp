@@ -44,19 +44,6 @@ public:
     int eventRuns = 0;
 };
 
-/// How much memory some work needed at the most, in bytes; it is done by another process and has to say yes.
-std::int64_t PeakBytes(const std::function<bool()>& work) {
-    const pid_t child = fork();
-    if (child == 0) _exit(work() ? 0 : 1);
-    int status = 0;
-    rusage usage{};
-    while (wait4(child, &status, 0, &usage) < 0 && errno == EINTR) {
-    }
-    EXPECT_EQ(status, 0);
-    constexpr std::int64_t kUnitBytes = 1024;
-    return usage.ru_maxrss * kUnitBytes;
-}
-
 class ImportScale : public test::ImportFixture {
 protected:
     ImportScale() {
@@ -91,7 +78,21 @@ TEST_F(ImportScale, EveryLineOfALargeDatafileBecomesAGame) {
               games - 1);
 }
 
+// A sanitizer needs memory of its own.
 #if !defined(__SANITIZE_ADDRESS__)
+/// How much memory some work needed at the most, in bytes; it is done by another process and has to say yes.
+std::int64_t PeakBytes(const std::function<bool()>& work) {
+    const pid_t child = fork();
+    if (child == 0) _exit(work() ? 0 : 1);
+    int status = 0;
+    rusage usage{};
+    while (wait4(child, &status, 0, &usage) < 0 && errno == EINTR) {
+    }
+    EXPECT_EQ(status, 0);
+    constexpr std::int64_t kUnitBytes = 1024;
+    return usage.ru_maxrss * kUnitBytes;
+}
+
 // Two texts that do not fit into the record, the record, and as much again while the table grows.
 TEST_F(ImportScale, LoadingALargeDatafileNeedsMemoryForItsEntriesOnly) {
     constexpr std::int64_t kMostBytesOfAGame = 640;
