@@ -90,6 +90,20 @@ TEST_P(Change, DeleteInAllItsForms) {
     EXPECT_EQ(Run("DELETE * FROM Games"), 0);
 }
 
+TEST_P(Change, SubqueriesSeeTheTablesAsTheyWereBefore) {
+    EXPECT_EQ(Run("UPDATE Games SET Score = 1 WHERE PU_Id IN (SELECT PU_Id FROM Publishers WHERE PU_Id > 1)"),
+              2);
+    EXPECT_EQ(Rows("SELECT GA_Id FROM Games WHERE Score = 1 ORDER BY GA_Id"), "2;3");
+    EXPECT_EQ(Run("UPDATE Games SET PU_Id = PU_Id + 1 WHERE PU_Id IN (SELECT PU_Id FROM Games)"), 6);
+    EXPECT_EQ(Rows("SELECT PU_Id FROM Games ORDER BY GA_Id"), "2;3;4;2;2;NULL;10");
+    EXPECT_EQ(
+        Run("INSERT INTO Publishers (Publisher) SELECT Name FROM Games WHERE GA_Id = (SELECT MIN(GA_Id) "
+            "FROM Games)"),
+        1);
+    EXPECT_EQ(Run("DELETE * FROM Games WHERE PU_Id NOT IN (SELECT PU_Id FROM Publishers)"), 1);
+    EXPECT_EQ(Run("DELETE * FROM Games WHERE GA_Id IN (SELECT GA_Id FROM Games)"), 6);
+}
+
 TEST_P(Change, AFailingRowUndoesTheWholeStatement) {
     const std::string before = Rows("SELECT * FROM Publishers");
     EXPECT_TRUE(Error("UPDATE Publishers SET Publisher = 'same'").starts_with("3022"));

@@ -110,7 +110,7 @@ public:
         }
         static const char* const comparisons[] = {" = ", " <> ", " < ", " > ", " <= ", " >= "};
         const std::string comparison = comparisons[Below(6)];
-        switch (Below(7)) {
+        switch (Below(8)) {
             case 0:
                 return "(A IS NULL)";
             case 1:
@@ -123,9 +123,17 @@ public:
                 return "(A IN (" + Number() + ", " + Number() + ", " + Number() + "))";
             case 5:
                 return "(A" + comparison + Number() + ")";
+            case 6:
+                return Subquery();
             default:
                 return "(" + NumberExpression(1) + comparison + NumberExpression(1) + ")";
         }
+    }
+    std::string Subquery() {
+        static const char* const pairs[][2] = {{"A", "B"}, {"B", "A"}, {"A", "A + 1"}, {"S", "S"}};
+        const auto& [value, column] = pairs[Below(4)];
+        return std::string("(") + value + (Below(2) ? " IN" : " NOT IN") + " (SELECT " + column +
+               " FROM T WHERE " + Condition(0) + "))";
     }
     /// Jet takes the bounds in either order, SQLite only the smaller one first.
     std::string Between() {

@@ -291,6 +291,62 @@ TEST_P(Select, Unions) {
     Expect(kCases);
 }
 
+TEST_P(Select, Subqueries) {
+    static constexpr SelectCase kCases[] = {
+        {"SELECT GA_Id FROM Games WHERE PU_Id IN (SELECT PU_Id FROM Publishers) ORDER BY GA_Id", "1;2;3;4;5"},
+        {"SELECT GA_Id FROM Games WHERE PU_Id In (Select P.PU_Id FROM Publishers AS P WHERE P.PU_Id <> 1;)",
+         "2;3"},
+        // A game without a publisher is neither in nor not in.
+        {"SELECT GA_Id FROM Games WHERE PU_Id NOT IN (SELECT PU_Id FROM Publishers)", "7"},
+        {"SELECT GA_Id FROM Games WHERE NOT (PU_Id IN (SELECT PU_Id FROM Publishers))", "7"},
+        // One Null among the values, and nothing is not in any more.
+        {"SELECT PU_Id FROM Publishers WHERE PU_Id NOT IN (SELECT PU_Id FROM Games)", ""},
+        {"SELECT PU_Id FROM Publishers WHERE PU_Id IN (SELECT PU_Id FROM Games) ORDER BY PU_Id", "1;2;3"},
+        {"SELECT PU_Id FROM Publishers WHERE PU_Id NOT IN (SELECT PU_Id FROM Games WHERE PU_Id IS NOT NULL)",
+         "4"},
+        {"SELECT GA_Id FROM Games WHERE PU_Id IN (SELECT PU_Id FROM Games WHERE GA_Id > 100)", ""},
+        {"SELECT GA_Id FROM Games WHERE PU_Id NOT IN (SELECT PU_Id FROM Games WHERE GA_Id > 100) AND GA_Id > "
+         "5 "
+         "ORDER BY GA_Id",
+         "6;7"},
+        {"SELECT GA_Id FROM Games WHERE PU_Id IN (SELECT Null FROM Publishers)", ""},
+        // Texts compare without case, numbers by value whatever their types.
+        {"SELECT PU_Id FROM Publishers WHERE Publisher IN (SELECT 'OCEAN' FROM Games)", "1"},
+        {"SELECT GA_Id FROM Games WHERE GA_Id IN (SELECT Score - 7 FROM Games WHERE Score = 9)", "2"},
+        {"SELECT GA_Id FROM Games WHERE Price IN (SELECT Price FROM Games WHERE GA_Id = 2) ORDER BY GA_Id",
+         "1;2"},
+        // Queries of any kind, in each other, and wherever a value can stand.
+        {"SELECT GA_Id FROM Games WHERE PU_Id IN (SELECT PU_Id FROM Games GROUP BY PU_Id HAVING COUNT(*) > "
+         "2) "
+         "ORDER BY GA_Id",
+         "1;4;5"},
+        {"SELECT GA_Id FROM Games WHERE GA_Id IN (SELECT TOP 2 GA_Id FROM Games ORDER BY GA_Id DESC) ORDER "
+         "BY "
+         "GA_Id",
+         "6;7"},
+        {"SELECT PU_Id FROM Publishers WHERE PU_Id IN (SELECT PU_Id FROM Games WHERE GA_Id IN (SELECT GA_Id "
+         "FROM Games WHERE Score > 8)) ORDER BY PU_Id",
+         "2;3"},
+        {"SELECT PU_Id FROM Publishers WHERE PU_Id IN (SELECT 1 UNION SELECT 3) ORDER BY PU_Id", "1;3"},
+        {"SELECT PU_Id, PU_Id IN (SELECT PU_Id FROM Games WHERE GA_Id < 3) AS x FROM Publishers ORDER BY "
+         "PU_Id",
+         "1|-1;2|-1;3|0;4|0"},
+        {"SELECT PU_Id, COUNT(*) FROM Games GROUP BY PU_Id HAVING PU_Id IN (SELECT PU_Id FROM Publishers)",
+         "1|3;2|1;3|1"},
+        {"SELECT G.GA_Id FROM Games AS G INNER JOIN Publishers AS P ON (G.PU_Id = P.PU_Id) WHERE P.PU_Id IN "
+         "(SELECT PU_Id FROM Publishers WHERE Publisher LIKE 'o*') ORDER BY G.GA_Id",
+         "1;3;4;5"},
+        {"SELECT S.GA_Id FROM (SELECT GA_Id FROM Games WHERE PU_Id IN (SELECT 9)) AS S", "7"},
+        // One value.
+        {"SELECT GA_Id FROM Games WHERE GA_Id = (SELECT MAX(GA_Id) FROM Games)", "7"},
+        {"SELECT GA_Id FROM Games WHERE Score > (SELECT AVG(Score) FROM Games) ORDER BY GA_Id", "1;2;3"},
+        {"SELECT (SELECT COUNT(*) FROM Games) + 1 FROM Publishers WHERE PU_Id = 1", "8"},
+        {"SELECT GA_Id FROM Games WHERE PU_Id = (SELECT PU_Id FROM Publishers WHERE PU_Id > 100)", ""},
+        {"SELECT (SELECT Publisher FROM Publishers WHERE PU_Id = 4) IS NULL", "-1"},
+    };
+    Expect(kCases);
+}
+
 TEST_P(Select, NamesOfColumns) {
     dao::Database& database = Sample(GetParam()).Open();
     const auto names = [&](const char* sql) {

@@ -135,6 +135,45 @@ TEST_P(StatementError, Expressions) {
     Expect(kCases);
 }
 
+TEST_P(StatementError, Subqueries) {
+    static constexpr const char* kSeveralFields =
+        "3306 You have written a subquery that can return more than one field without using the EXISTS "
+        "reserved word in the main query's FROM clause. Revise the SELECT statement of the subquery to "
+        "request "
+        "only one field.";
+    static constexpr const char* kSeveralRecords =
+        "3354 At most one record can be returned by this subquery.";
+    static constexpr ErrorCase kCases[] = {
+        {"SELECT * FROM Games WHERE PU_Id IN (SELECT * FROM Publishers)", kSeveralFields},
+        {"SELECT * FROM Games WHERE PU_Id = (SELECT PU_Id, Publisher FROM Publishers)", kSeveralFields},
+        {"SELECT * FROM Games WHERE PU_Id = (SELECT PU_Id FROM Publishers)", kSeveralRecords},
+        {"DELETE * FROM Games WHERE PU_Id = (SELECT PU_Id FROM Publishers)", kSeveralRecords},
+        {"SELECT * FROM Games WHERE PU_Id IN (SELECT Publisher FROM Publishers)", kMismatch},
+        {"SELECT * FROM Games WHERE Name IN (SELECT PU_Id FROM Publishers WHERE PU_Id > 100)", kMismatch},
+        {"SELECT * FROM Games WHERE Name = (SELECT 1)", kMismatch},
+        {"SELECT * FROM Games WHERE PU_Id IN (SELECT Nosuch FROM Publishers)", kOneParameter},
+        // A subquery knows nothing of the columns around it.
+        {"SELECT * FROM Games WHERE PU_Id IN (SELECT PU_Id FROM Publishers WHERE Publisher = Games.Name)",
+         kOneParameter},
+        {"SELECT * FROM Games WHERE PU_Id IN (SELECT PU_Id FROM Nosuch)",
+         "3078 The Microsoft Jet database engine cannot find the input table or query 'Nosuch'. Make sure it "
+         "exists and that its name is spelled correctly."},
+        {"SELECT * FROM Games WHERE PU_Id IN (SELECT PU_Id INTO T FROM Publishers)", kSelectSyntax},
+        {"SELECT * FROM Games WHERE PU_Id IN (SELECT)", kSelectSyntax},
+        {"SELECT * FROM Games WHERE PU_Id IN (SELECT PU_Id FROM Publishers",
+         "3075 Missing ), ], or Item in query expression 'PU_Id IN (SELECT PU_Id FROM Publishers'."},
+        {"UPDATE Games SET PU_Id = (SELECT MAX(PU_Id) FROM Publishers)",
+         "3073 Operation must use an updatable query."},
+        {"INSERT INTO Games (PU_Id) VALUES ((SELECT 1))",
+         "3067 Query input must contain at least one table or query."},
+    };
+    Expect(kCases);
+    SampleDatabase sample(GetParam());
+    std::string deep = "SELECT 1";
+    for (int level = 0; level < 200; ++level) deep = "SELECT 1 FROM Games WHERE 1 IN (" + deep + ")";
+    EXPECT_TRUE(ErrorOf(sample.Open(), deep).starts_with("3071 ")) << ErrorOf(sample.Open(), deep);
+}
+
 TEST_P(StatementError, Names) {
     static constexpr ErrorCase kCases[] = {
         {"SELECT * FROM Nosuch",

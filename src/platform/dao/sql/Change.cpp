@@ -61,6 +61,10 @@ std::int64_t InsertValues(jet::Database& database, jet::Table& table, const Inse
     expression::Binding binding;
     binding.version = database.Version();
     binding.unknownNames = &unknownNames;
+    binding.runSubquery = [](const expression::Subquery&,
+                             bool) -> std::shared_ptr<const expression::ValueSet> {
+        RaiseSql(SqlError::NoInput);
+    };
     std::vector<jet::Assignment> assignments;
     std::vector<expression::Expression> expressions;
     for (const NodePtr& value : insert.values) expressions.emplace_back(value->Clone(), binding);
@@ -157,7 +161,7 @@ std::int64_t RunUpdate(jet::Database& database, const Update& update, const Befo
     Scope scope;
     scope.AddTable(database, update.table, update.alias);
     const std::shared_ptr<jet::Table> table = scope.Sources()[0].table;
-    StreamBuilder builder(scope, database.Version(), unknownNames);
+    StreamBuilder builder(scope, database, unknownNames);
     builder.AddWhere(update.where ? update.where->Clone() : nullptr);
 
     RowReader reader(table);
@@ -165,6 +169,11 @@ std::int64_t RunUpdate(jet::Database& database, const Update& update, const Befo
     expression::Binding binding;
     binding.version = database.Version();
     binding.unknownNames = &unknownNames;
+    // Jet takes what is summed up or looked up elsewhere for no value of a record that could be changed.
+    binding.runSubquery = [](const expression::Subquery&,
+                             bool) -> std::shared_ptr<const expression::ValueSet> {
+        RaiseJet(JetError::NotUpdatable);
+    };
     binding.resolve = [&](std::string_view qualifier,
                           std::string_view name) -> std::optional<expression::BoundName> {
         const auto place = scope.Find(qualifier, name);
@@ -208,7 +217,7 @@ std::int64_t RunDelete(jet::Database& database, const Delete& statement, const B
     Scope scope;
     scope.AddTable(database, statement.table, statement.alias);
     const std::shared_ptr<jet::Table> table = scope.Sources()[0].table;
-    StreamBuilder builder(scope, database.Version(), unknownNames);
+    StreamBuilder builder(scope, database, unknownNames);
     builder.AddWhere(statement.where ? statement.where->Clone() : nullptr);
     CheckParameters(unknownNames);
     const std::vector<jet::RowId> rows = FindRows(scope, builder);

@@ -7,6 +7,7 @@
 #include "platform/dao/sql/SelectList.h"
 #include "platform/dao/sql/SqlErrors.h"
 #include "platform/dao/sql/StreamBuilder.h"
+#include "platform/dao/sql/Subqueries.h"
 #include "platform/dao/sql/TableResult.h"
 #include "platform/dao/sql/Union.h"
 #include "platform/jet/format/JetErrors.h"
@@ -41,7 +42,7 @@ public:
         : database_(database),
           select_(select),
           scope_(std::make_shared<Scope>()),
-          builder_(*scope_, database.Version(), unknownNames_),
+          builder_(*scope_, database, unknownNames_),
           list_(select, *scope_),
           order_(select, database.Version()) {}
 
@@ -89,6 +90,7 @@ private:
         binding.version = database_.Version();
         binding.resolve = scope_->Resolver();
         binding.unknownNames = &unknownNames_;
+        binding.runSubquery = SubqueriesOf(database_);
         return binding;
     }
 

@@ -228,7 +228,7 @@ private:
 }  // namespace
 
 Select ParseSelect(TokenStream& tokens) {
-    return SelectParser(tokens).Run();
+    return SelectParser(tokens, tokens.Nesting()).Run();
 }
 
 }  // namespace marrowkit::dao::sql

@@ -26,6 +26,13 @@ std::string_view Wording(SqlError error) {
             return "Circular reference caused by alias '|' in query definition's SELECT list.";
         case SqlError::DuplicateAlias:
             return "Cannot repeat table name '|' in FROM clause.";
+        case SqlError::SubqueryOfSeveralFields:
+            return "You have written a subquery that can return more than one field without using the EXISTS "
+                   "reserved word in the main query's FROM clause. Revise the SELECT statement of the "
+                   "subquery "
+                   "to request only one field.";
+        case SqlError::SubqueryOfSeveralRecords:
+            return "At most one record can be returned by this subquery.";
         case SqlError::NoDeleteTable:
             return "Specify the table containing the records you want to delete.";
         case SqlError::DeleteSyntax:

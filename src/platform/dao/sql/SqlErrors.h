@@ -16,6 +16,8 @@ enum class SqlError : int {
     AggregateNested = 3095,
     CircularAlias = 3103,
     DuplicateAlias = 3300,
+    SubqueryOfSeveralFields = 3306,
+    SubqueryOfSeveralRecords = 3354,
     NoDeleteTable = 3128,
     DeleteSyntax = 3130,
     GroupBySyntax = 3132,

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "platform/dao/sql/SqlErrors.h"
+#include "platform/dao/sql/Subqueries.h"
 #include "platform/jet/expression/Characters.h"
 #include "platform/jet/format/JetErrors.h"
 
@@ -80,6 +81,7 @@ NodePtr ParseWhere(TokenStream& tokens) {
 
 Statement ParseStatement(std::string_view text) {
     TokenStream tokens(text);
+    tokens.AllowSubqueries(ReadSubquery);
     // A whole statement may stand in parentheses.
     int open = 0;
     while (tokens.IsSymbol("(")) {

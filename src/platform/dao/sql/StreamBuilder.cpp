@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/dao/sql/SqlErrors.h"
+#include "platform/dao/sql/Subqueries.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/jet/expression/Characters.h"
 #include "platform/jet/expression/Conversion.h"
@@ -37,14 +38,15 @@ bool HasOwnKey(jet::ColumnType type) {
 
 }  // namespace
 
-StreamBuilder::StreamBuilder(Scope& scope, jet::JetVersion version, std::vector<std::string>& unknownNames)
-    : scope_(scope), version_(version), unknownNames_(unknownNames) {}
+StreamBuilder::StreamBuilder(Scope& scope, jet::Database& database, std::vector<std::string>& unknownNames)
+    : scope_(scope), database_(database), version_(database.Version()), unknownNames_(unknownNames) {}
 
 expression::Binding StreamBuilder::MakeBinding() {
     expression::Binding binding;
     binding.version = version_;
     binding.resolve = scope_.Resolver();
     binding.unknownNames = &unknownNames_;
+    binding.runSubquery = SubqueriesOf(database_);
     return binding;
 }
 

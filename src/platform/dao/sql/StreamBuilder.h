@@ -15,7 +15,7 @@ class StreamBuilder {
 public:
     /// Binds the joins' conditions and the WHERE (which may be null). Unknown names go to `unknownNames`.
     /// Raises 3615 for a join of columns that cannot be compared, 3096 and 3098 for aggregates.
-    StreamBuilder(Scope& scope, jet::JetVersion version, std::vector<std::string>& unknownNames);
+    StreamBuilder(Scope& scope, jet::Database& database, std::vector<std::string>& unknownNames);
 
     void AddFrom(const Source& from);
     void AddWhere(NodePtr where);
@@ -54,6 +54,7 @@ private:
                     JoinStream::Plan& plan) const;
 
     Scope& scope_;
+    jet::Database& database_;
     jet::JetVersion version_;
     std::vector<std::string>& unknownNames_;
     std::unique_ptr<Place> root_;

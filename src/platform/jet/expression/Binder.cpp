@@ -8,6 +8,7 @@
 #include "platform/jet/expression/Conversion.h"
 #include "platform/jet/expression/Evaluator.h"
 #include "platform/jet/expression/Functions.h"
+#include "platform/jet/expression/Subquery.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::expression {
@@ -88,7 +89,12 @@ public:
     explicit Binder(const Binding& binding) : binding_(&binding) {}
 
     NodePtr Run(NodePtr node) {
-        for (NodePtr& child : node->children) child = Run(std::move(child));
+        const bool isList = node->kind == NodeKind::In;
+        for (NodePtr& child : node->children) {
+            const bool answersIn =
+                isList && child->kind == NodeKind::Subquery && &child != &node->children[0];
+            child = answersIn ? TakeValues(std::move(child)) : Run(std::move(child));
+        }
         switch (node->kind) {
             case NodeKind::Literal:
                 if (!jet::IsNull(node->value)) node->type = TypeOf(node->value);
@@ -102,6 +108,8 @@ public:
                 return node;
             case NodeKind::Slot:
                 return node;
+            case NodeKind::Subquery:
+                return TakeSingleValue(*node);
             case NodeKind::Call:
                 BindCall(*node);
                 break;
@@ -137,6 +145,26 @@ private:
         // Stands for the parameter's value, which nobody gives.
         node.kind = NodeKind::Literal;
         node.value = jet::Null{};
+    }
+
+    /// Of the list of In. Bound a second time, the values stay.
+    NodePtr TakeValues(NodePtr node) const {
+        if (node->values) return node;
+        if (!binding_->runSubquery) jet::RaiseJet(jet::JetError::TooComplex);
+        node->values = binding_->runSubquery(*node->subquery, false);
+        node->type = node->values->Type();
+        return node;
+    }
+
+    NodePtr TakeSingleValue(const Node& node) const {
+        if (!binding_->runSubquery) jet::RaiseJet(jet::JetError::TooComplex);
+        const auto values = binding_->runSubquery(*node.subquery, true);
+        auto literal = std::make_unique<Node>(NodeKind::Literal);
+        literal->value = values->First();
+        literal->type = values->Type();
+        literal->start = node.start;
+        literal->end = node.end;
+        return literal;
     }
 
     void BindCall(Node& node) {

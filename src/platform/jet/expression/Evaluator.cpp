@@ -6,6 +6,7 @@
 #include "platform/jet/expression/Conversion.h"
 #include "platform/jet/expression/Functions.h"
 #include "platform/jet/expression/Like.h"
+#include "platform/jet/expression/Subquery.h"
 
 namespace marrowkit::expression {
 namespace {
@@ -174,6 +175,10 @@ private:
         Value left;
         const Value& value = Evaluate(*node.children[0], left);
         Truth found = Truth::False;
+        if (const auto& values = node.children.back()->values) {
+            found = values->Contains(value);
+            return node.negated ? Opposite(found) : found;
+        }
         for (std::size_t i = 1; i < node.children.size(); ++i) {
             Value right;
             const Truth equal = CompareValues(Operator::Equal, value, Evaluate(*node.children[i], right));

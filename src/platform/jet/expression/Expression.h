@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,6 +24,9 @@ struct BoundName {
 using NameResolver =
     std::function<std::optional<BoundName>(std::string_view qualifier, std::string_view name)>;
 
+/// Runs a subquery. `single`: as a value of its own, so that more than one record is an error (3354).
+using SubqueryRunner = std::function<std::shared_ptr<const ValueSet>(const Subquery& subquery, bool single)>;
+
 /// How the values of names are found, and what happens with those that are not.
 struct Binding {
     jet::JetVersion version = jet::JetVersion::Jet4;
@@ -32,6 +36,8 @@ struct Binding {
     std::vector<std::string>* unknownNames = nullptr;
     /// Where the column of a validation rule stands.
     std::optional<BoundName> implied;
+    /// Answers the subqueries, each once. REQUIRES: there is one where subqueries can be.
+    SubqueryRunner runSubquery;
 };
 
 /// The answer of a condition: comparisons with Null are neither true nor false.

@@ -32,6 +32,8 @@ NodePtr Node::Clone() const {
     copy->text = text;
     copy->slot = slot;
     copy->function = function;
+    copy->subquery = subquery;
+    copy->values = values;
     copy->type = type;
     copy->start = start;
     copy->end = end;
@@ -44,7 +46,7 @@ bool SameExpression(const Node& left, const Node& right) {
     // Bound names are the same wherever they lead to the same place, however they were written.
     if (left.kind == NodeKind::Slot && right.kind == NodeKind::Slot) return left.slot == right.slot;
     if (left.kind != right.kind || left.op != right.op || left.negated != right.negated ||
-        left.star != right.star || left.value != right.value)
+        left.star != right.star || left.value != right.value || left.subquery != right.subquery)
         return false;
     if (!SameName(left.name, right.name) || !SameName(left.qualifier, right.qualifier)) return false;
     return std::equal(left.children.begin(), left.children.end(), right.children.begin(),

@@ -15,6 +15,8 @@ namespace marrowkit::expression {
 
 struct Function;
 struct Node;
+class Subquery;
+class ValueSet;
 using NodePtr = std::unique_ptr<Node>;
 
 enum class NodeKind : std::uint8_t {
@@ -26,10 +28,11 @@ enum class NodeKind : std::uint8_t {
     Not,
     Binary,
     Between,  ///< three children
-    In,       ///< the value, then the list
+    In,       ///< the value, then the list or a subquery
     IsNull,
     Choose,  ///< IIf: condition, then, else
     Call,
+    Subquery,  ///< behind In; anywhere else it becomes a literal when it is bound
 };
 
 /// An expression as parsed, and after binding as evaluated.
@@ -48,6 +51,8 @@ struct Node {
     std::string text;               ///< Call: as it was written
     std::size_t slot = 0;
     const Function* function = nullptr;  ///< Call, once bound
+    std::shared_ptr<const expression::Subquery> subquery;
+    std::shared_ptr<const ValueSet> values;  ///< Subquery, once bound
     /// Type of the result once bound; nothing when it depends on the values.
     std::optional<jet::ColumnType> type;
     std::vector<NodePtr> children;

@@ -5,6 +5,7 @@
 
 #include "platform/jet/expression/Characters.h"
 #include "platform/jet/expression/ClauseWords.h"
+#include "platform/jet/expression/Subquery.h"
 #include "platform/jet/format/JetErrors.h"
 
 namespace marrowkit::expression {
@@ -113,7 +114,7 @@ void Parser::CheckEnd() const {
 }
 
 NodePtr Parser::ParseBinary(int weakest) {
-    if (++nesting_ > kMaxNesting) jet::RaiseJet(jet::JetError::TooComplex);
+    if (outerNesting_ + ++nesting_ > kMaxNesting) jet::RaiseJet(jet::JetError::TooComplex);
     NodePtr left = ParseOperand();
     if (rule_ && weakest <= kComparisonStrength) left = ParseComparison(std::move(left));
     for (;;) {
@@ -204,11 +205,30 @@ NodePtr Parser::ParseIn(NodePtr left, bool negated) {
     node->negated = negated;
     node->start = left->start;
     node->Add(std::move(left));
-    do {
-        node->Add(ParseBinary(0));
-    } while (tokens_->TakeSymbol(","));
+    if (NodePtr subquery = TakeSubquery()) {
+        node->Add(std::move(subquery));
+    } else {
+        do {
+            node->Add(ParseBinary(0));
+        } while (tokens_->TakeSymbol(","));
+    }
     if (!tokens_->IsSymbol(")")) FailHere();
     node->end = tokens_->Take().end;
+    return node;
+}
+
+/// A SELECT behind a parenthesis; null when something else comes.
+NodePtr Parser::TakeSubquery() {
+    const auto reader = tokens_->ReaderOfSubqueries();
+    if (reader == nullptr || !tokens_->IsKeyword("SELECT")) return nullptr;
+    auto node = std::make_unique<Node>(NodeKind::Subquery);
+    node->start = tokens_->Take().start;
+    tokens_->SetNesting(outerNesting_ + nesting_);
+    node->subquery = reader(*tokens_);
+    tokens_->SetNesting(outerNesting_);
+    node->depth = static_cast<std::uint16_t>(node->subquery->Depth() + 1);
+    tokens_->TakeSymbol(";");
+    node->end = tokens_->Peek().start;
     return node;
 }
 
@@ -282,7 +302,8 @@ NodePtr Parser::ParsePrefix() {
 NodePtr Parser::ParseParenthesis() {
     const Token& open = tokens_->Take();
     const std::size_t start = open.start;
-    NodePtr node = ParseBinary(0);
+    NodePtr node = TakeSubquery();
+    if (!node) node = ParseBinary(0);
     if (!tokens_->IsSymbol(")")) FailHere();
     node->start = start;
     node->end = tokens_->Take().end;

@@ -18,7 +18,7 @@ enum class ErrorStyle { Query, Plain };
 class Parser {
 public:
     explicit Parser(TokenStream& tokens, ErrorStyle style = ErrorStyle::Query)
-        : tokens_(&tokens), style_(style) {}
+        : tokens_(&tokens), style_(style), outerNesting_(tokens.Nesting()) {}
 
     /// Stops in front of whatever cannot belong to an expression: a keyword of a statement, a comma, a
     /// closing parenthesis, a semicolon, the end.
@@ -39,6 +39,7 @@ private:
     NodePtr ParseNameOrCall();
     NodePtr ParseCall(const Token& name);
     NodePtr ParseParenthesis();
+    NodePtr TakeSubquery();
     NodePtr ParseIs(NodePtr left);
     NodePtr ParseIn(NodePtr left, bool negated);
     NodePtr ParseBetween(NodePtr left, bool negated);
@@ -54,6 +55,7 @@ private:
     ErrorStyle style_;
     bool rule_ = false;
     std::size_t start_ = 0;
+    int outerNesting_;
     int nesting_ = 0;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,9 +9,14 @@
 
 namespace marrowkit::expression {
 
+class Subquery;
+
 /// The tokens of one statement or expression, and a place among them.
 class TokenStream {
 public:
+    /// Reads a SELECT inside an expression, behind that word.
+    using SubqueryReader = std::shared_ptr<const Subquery> (*)(TokenStream&);
+
     explicit TokenStream(std::string_view source) : source_(source), tokens_(Tokenize(source_)) {}
 
     const Token& Peek(std::size_t ahead = 0) const;
@@ -27,10 +33,19 @@ public:
 
     const std::string& Source() const { return source_; }
 
+    /// Null where expressions cannot have subqueries: outside of statements.
+    SubqueryReader ReaderOfSubqueries() const { return readSubquery_; }
+    void AllowSubqueries(SubqueryReader reader) { readSubquery_ = reader; }
+    /// How deep what is read now is nested in what stands around it. Each level costs stack.
+    int Nesting() const { return nesting_; }
+    void SetNesting(int nesting) { nesting_ = nesting; }
+
 private:
     std::string source_;
     std::vector<Token> tokens_;
     std::size_t at_ = 0;
+    SubqueryReader readSubquery_ = nullptr;
+    int nesting_ = 0;
 };
 
 }  // namespace marrowkit::expression
