@@ -58,12 +58,12 @@ frmInputBox::frmInputBox(QWidget* owner) : QDialog(owner) {
     connect(txtInput, &QLineEdit::textChanged, this, [this](const QString& text) {
         if (!InputAllowEmpty) cmdOK->setEnabled(!text.isEmpty());
     });
-    connect(cmdOK, &QPushButton::clicked, this, Guarded([this] { Accept(); }));
+    connect(cmdOK, &QPushButton::clicked, this, Guarded([this] { AcceptInput(); }));
     connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
     SetInnerSize(*this, 4575, 1335);
 }
 
-void frmInputBox::Accept() {
+void frmInputBox::AcceptInput() {
     // Typing cannot enter them, pasting can.
     if (ContainsAnyOf(txtInput->text(), ToQt(InputInvalidChars))) {
         ShowMessageBox(this, "You have entered one or more invalid characters!", MessageIcon::Exclamation,

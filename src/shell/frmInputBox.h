@@ -15,7 +15,7 @@ public:
     explicit frmInputBox(QWidget* owner);
 
 private:
-    void Accept();
+    void AcceptInput();
 
     QLabel* lblPrompt;
     QLineEdit* txtInput;

@@ -73,14 +73,6 @@ std::optional<std::string> TryHostPath(std::string_view path) {
     }
 }
 
-std::optional<std::string> TryWindowsPath(std::string_view path) {
-    try {
-        return WindowsPath(path);
-    } catch (const RuntimeError&) {
-        return std::nullopt;
-    }
-}
-
 std::string ProgramFolder() {
     return WindowsPath(ProgramHostFolder());
 }

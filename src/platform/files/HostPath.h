@@ -19,13 +19,11 @@ void UseDrives(DriveMap drives);
 /// host ("/srv/a.mdb"), or relative to the current folder. What does not exist (yet) is taken as written.
 /// Raises 52 for an empty path or characters that no name may have, 68 for an unknown drive, 76 for a share.
 std::string HostPath(std::string_view path);
+/// The same, nullopt in place of an error.
+std::optional<std::string> TryHostPath(std::string_view path);
 
 /// The Windows path of a path in either form. Raises 52 when it cannot have one.
 std::string WindowsPath(std::string_view path);
-
-/// The same, nullopt in place of an error.
-std::optional<std::string> TryHostPath(std::string_view path);
-std::optional<std::string> TryWindowsPath(std::string_view path);
 
 /// The folder of the running program as a Windows path, without a final "\" (but "C:\").
 std::string ProgramFolder();

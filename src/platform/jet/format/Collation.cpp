@@ -163,7 +163,7 @@ void AppendJet4Key(std::u16string_view units, Bytes& key) {
 using AsciiKeys = std::array<std::uint32_t, 128>;
 constexpr std::uint32_t kOtherSections = 0xFF000000;
 
-constexpr AsciiKeys kAsciiKeys = [] {
+constexpr AsciiKeys MakeAsciiKeys() {
     static_assert(kPrimaryPage[0] == 0 && kKindPage[0] == 0);
     constexpr std::uint8_t kNoAccent = 2;
     AsciiKeys keys{};
@@ -176,7 +176,9 @@ constexpr AsciiKeys kAsciiKeys = [] {
         if (kind != Kind::Normal || (kKind[c] & 0xFFU) != kNoAccent) keys[c] |= kOtherSections;
     }
     return keys;
-}();
+}
+
+constexpr AsciiKeys kAsciiKeys = MakeAsciiKeys();
 
 /// The key of an ASCII text that has a first section only; false, and nothing appended, for others.
 bool AppendPlainJet4Key(std::string_view text, Bytes& key) {
@@ -285,13 +287,15 @@ void AppendKey(JetVersion version, std::string_view utf8, std::size_t maxChars, 
 /// compared as numbers.
 using AsciiWeights = std::array<std::uint16_t, 128>;
 
-constexpr AsciiWeights kJet3Ascii = [] {
+constexpr AsciiWeights MakeJet3Ascii() {
     AsciiWeights weights{};
     for (std::size_t c = 0; c < weights.size(); ++c) weights[c] = kJet3Primary[c];
     return weights;
-}();
+}
 
-constexpr AsciiWeights kJet4Ascii = [] {
+constexpr AsciiWeights kJet3Ascii = MakeJet3Ascii();
+
+constexpr AsciiWeights MakeJet4Ascii() {
     static_assert(kPrimaryPage[0] == 0 && kKindPage[0] == 0);
     AsciiWeights weights{};
     for (std::size_t c = 0; c < weights.size(); ++c) {
@@ -299,7 +303,9 @@ constexpr AsciiWeights kJet4Ascii = [] {
         weights[c] = primary > 0xFF ? primary : static_cast<std::uint16_t>(primary << 8U);
     }
     return weights;
-}();
+}
+
+constexpr AsciiWeights kJet4Ascii = MakeJet4Ascii();
 
 bool IsMinor(char c) {
     return kKind[static_cast<std::uint8_t>(c)] >> 8U == static_cast<unsigned>(Kind::Minor);

@@ -46,32 +46,6 @@ std::optional<unsigned> HexDigit(char c) {
     return std::nullopt;
 }
 
-/// Takes a number of exactly `digits` digits off the front, and the separator before it.
-class FieldReader {
-public:
-    explicit FieldReader(std::string_view text) : text_(text) {}
-
-    bool Number(std::size_t digits, int& number) {
-        if (text_.size() < digits) return false;
-        number = 0;
-        for (const char c : text_.substr(0, digits)) {
-            if (c < '0' || c > '9') return false;
-            number = number * 10 + (c - '0');
-        }
-        text_.remove_prefix(digits);
-        return true;
-    }
-    bool Separator(std::string_view anyOf) {
-        if (text_.empty() || anyOf.find(text_.front()) == std::string_view::npos) return false;
-        text_.remove_prefix(1);
-        return true;
-    }
-    bool AtEnd() const { return text_.empty(); }
-
-private:
-    std::string_view text_;
-};
-
 // Bytes of a GUID in the order its text shows them: the first three fields are little-endian in memory.
 constexpr std::size_t kGuidOrder[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
 
@@ -137,18 +111,6 @@ std::string CurrencyText(Currency value) {
     return text;
 }
 
-std::optional<Currency> CurrencyFromText(std::string_view text) {
-    const auto exact = NumericFromText(text);
-    if (!exact || exact->scale > 4) return std::nullopt;
-    const auto scaled = RescaleNumeric(*exact, 4);
-    if (!scaled || scaled->magnitude[0] != 0 || scaled->magnitude[1] != 0) return std::nullopt;
-    const std::uint64_t magnitude =
-        static_cast<std::uint64_t>(scaled->magnitude[2]) << 32U | scaled->magnitude[3];
-    const std::uint64_t largest = std::numeric_limits<std::int64_t>::max();
-    if (magnitude > largest + (scaled->negative ? 1 : 0)) return std::nullopt;
-    return Currency{static_cast<std::int64_t>(scaled->negative ? 0 - magnitude : magnitude)};
-}
-
 std::string DateTimeText(DateTime value) {
     const auto parts = ToDateParts(value);
     if (!parts) return DoubleText(value.days);
@@ -161,24 +123,6 @@ std::string DateTimeText(DateTime value) {
     AppendPadded(parts->second, 2, text.append(":"));
     if (parts->millisecond != 0) AppendPadded(parts->millisecond, 3, text.append("."));
     return text;
-}
-
-std::optional<DateTime> DateTimeFromText(std::string_view text) {
-    FieldReader reader(text);
-    DateParts parts;
-    if (!reader.Number(4, parts.year) || !reader.Separator("-") || !reader.Number(2, parts.month) ||
-        !reader.Separator("-") || !reader.Number(2, parts.day)) {
-        return std::nullopt;
-    }
-    if (!reader.AtEnd()) {
-        if (!reader.Separator("T ") || !reader.Number(2, parts.hour) || !reader.Separator(":") ||
-            !reader.Number(2, parts.minute) || !reader.Separator(":") || !reader.Number(2, parts.second)) {
-            return std::nullopt;
-        }
-        if (reader.Separator(".") && !reader.Number(3, parts.millisecond)) return std::nullopt;
-    }
-    if (!reader.AtEnd()) return std::nullopt;
-    return FromDateParts(parts);
 }
 
 std::string GuidText(const Guid& value) {

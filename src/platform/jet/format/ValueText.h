@@ -18,14 +18,10 @@ void AppendValueText(const Value& value, std::string& text);
 
 /// "12.5", "-0.0001": no more digits behind the point than needed.
 std::string CurrencyText(Currency value);
-/// The reverse, at most four digits behind the point; nullopt for anything else or beyond 64 bits.
-std::optional<Currency> CurrencyFromText(std::string_view text);
 
 /// ISO 8601: "2004-06-05T13:06:59", with ".250" when the value has milliseconds. The number of days where
 /// the calendar ends (years 100 to 9999).
 std::string DateTimeText(DateTime value);
-/// The reverse; also with a blank instead of the T, or the date alone. nullopt for anything else.
-std::optional<DateTime> DateTimeFromText(std::string_view text);
 
 /// "{01020304-0506-0708-090A-0B0C0D0E0F10}".
 std::string GuidText(const Guid& value);

@@ -245,12 +245,6 @@ bool IndexPage::HasKey(std::uint32_t position, EntryView key) const {
     return stored.size() == key.size() + TrailerBytes() && CompareBytes(stored.first(key.size()), key) == 0;
 }
 
-std::uint32_t IndexPage::FindChild(PageNumber child) const {
-    std::uint32_t position = 0;
-    while (position < UsedBytes() && Child(position) != child) position = After(position);
-    return position;
-}
-
 // ---- Changing
 
 IndexPageEdit::IndexPageEdit(const Pager& pager, const PageEdit& page)

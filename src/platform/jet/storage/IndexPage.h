@@ -69,8 +69,6 @@ public:
     std::uint32_t CountBefore(std::uint32_t position) const;
     /// Whether the entry has exactly this key, whatever its row.
     bool HasKey(std::uint32_t position, EntryView key) const;
-    /// The position that leads to this child; nothing leads there when the result's Child is another.
-    std::uint32_t FindChild(PageNumber child) const;
 
 protected:
     /// Where fields stand that differ between the formats.

@@ -274,12 +274,6 @@ bool RowStore::Cursor::Previous() {
     return false;
 }
 
-void RowStore::Cursor::SeekTo(RowId row) {
-    id_ = row;
-    started_ = true;
-    ended_ = false;
-}
-
 StoredRow RowStore::Cursor::Row() const {
     auto row = store_->Read(id_);
     if (!row) RaiseJet(JetError::RecordDeleted);

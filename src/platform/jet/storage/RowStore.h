@@ -41,8 +41,6 @@ public:
         bool Next();
         /// Moves to the row before. False at the start.
         bool Previous();
-        /// Stands on this row id whether or not it exists; Next/Previous go on from there.
-        void SeekTo(RowId row);
         RowId Id() const { return id_; }
         /// REQUIRES: Next or Previous returned true and the row was not erased since.
         StoredRow Row() const;
