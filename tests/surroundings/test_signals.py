@@ -102,9 +102,11 @@ class Signals(LibraryTest):
     def test_create_template(self):
         def verify(result):
             made = self.library / "Made.mdb"
+            # A signal may also come when the file is finished and the program is only ending.
             if made.exists():
-                self.assertEqual(result.code, 0)
                 self.assert_sound(made)
+            else:
+                self.assertNotEqual(result.code, 0)
 
         self.at_all_moments("create-template", self.library / "Made.mdb", verify=verify)
 
