@@ -101,6 +101,36 @@ TEST_F(InspectCommands, SchemaIsSql) {
               "ON DELETE CASCADE;\n");
 }
 
+TEST_F(InspectCommands, TheSqlOfASchemaMakesItAgain) {
+    const std::string copy = (folder_ / "copy.mdb").string();
+    for (const std::string& file : {(folder_ / "types.mdb").string(), copy}) {
+        jet::Database::Create(file, jet::JetVersion::Jet4)->GetPager().Flush();
+    }
+    const std::string types = (folder_ / "types.mdb").string();
+    for (const char* sql :
+         {"CREATE TABLE T (Id COUNTER, a BIT, b BYTE, c SHORT NOT NULL, d LONG, e CURRENCY, f SINGLE, g "
+          "DOUBLE, h "
+          "DATETIME, i BINARY(16), j TEXT(40), k LONGBINARY, l MEMO, m GUID, n DECIMAL(10, 3))",
+          "CREATE INDEX PrimaryKey ON T (Id) WITH PRIMARY",
+          "CREATE INDEX Sparse ON T (d, e DESC) WITH IGNORE NULL",
+          "CREATE UNIQUE INDEX Full ON T (c) WITH DISALLOW NULL", "CREATE TABLE U (T LONG)",
+          "ALTER TABLE U ADD CONSTRAINT TU FOREIGN KEY (T) REFERENCES T (Id) ON UPDATE CASCADE"}) {
+        ASSERT_EQ(RunCli({"sql", types, sql}).exitCode, 0) << sql;
+    }
+    const std::string schema = RunCli({"schema", types}).out;
+    std::string statement;
+    std::istringstream lines(schema);
+    for (std::string line; std::getline(lines, line);) {
+        statement += line.substr(0, line.find("  --")) + "\n";
+        if (!line.ends_with(";")) continue;
+        const CommandLineRun run = RunCli({"sql", copy, statement});
+        EXPECT_EQ(run.exitCode, 0) << statement << run.err;
+        statement.clear();
+    }
+    EXPECT_THAT(schema, HasSubstr("[n] DECIMAL(10, 3)"));
+    EXPECT_EQ(RunCli({"schema", copy}).out, schema);
+}
+
 TEST_F(InspectCommands, SchemaIsJsonWhenAskedTo) {
     const std::string out = RunCli({"schema", "--json", path_}).out;
     EXPECT_THAT(out, HasSubstr("\"format\": \"Jet 4\""));

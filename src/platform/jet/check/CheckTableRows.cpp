@@ -37,10 +37,10 @@ public:
     RowsCheck(CheckContext& context, CheckedTable& table) : context_(&context), table_(&table) {
         const TableDefinition& definition = table.definition;
         for (const RealIndex& index : definition.realIndexes) {
-            // An index whose columns are not all there has been reported with the definition.
-            const bool usable = !index.columns.empty() && HasItsColumns(definition, index);
-            builders_.push_back(usable ? std::make_unique<KeyBuilder>(context.file, definition, index)
-                                       : nullptr);
+            // An index without columns has been reported with the definition.
+            builders_.push_back(index.columns.empty()
+                                    ? nullptr
+                                    : std::make_unique<KeyBuilder>(context.file, definition, index));
         }
         expectedEntries_.resize(definition.realIndexes.size());
         for (const std::string& name : table.requiredColumns) {

@@ -64,12 +64,12 @@ struct Picture {
     int fixedPlaces = 0;  ///< 0 behind the point
     int percents = 0;
     int exponentDigits = 0;
+    bool point = false;
     bool thousands = false;
 };
 
 Picture Measure(std::string_view section) {
     Picture picture;
-    bool behind = false;
     for (std::size_t i = 0; i < section.size(); ++i) {
         const char c = section[i];
         if (c == '"') {
@@ -77,21 +77,21 @@ Picture Measure(std::string_view section) {
         } else if (c == '\\') {
             ++i;
         } else if (c == '.') {
-            behind = true;
+            picture.point = true;
         } else if (c == '%') {
             ++picture.percents;
         } else if (c == ',') {
-            picture.thousands |= !behind;
+            picture.thousands |= !picture.point;
         } else if ((c == 'E' || c == 'e') && i + 1 < section.size() &&
                    (section[i + 1] == '+' || section[i + 1] == '-')) {
             for (i += 2; i < section.size() && section[i] == '0'; ++i) ++picture.exponentDigits;
             --i;
         } else if (c == '0' || c == '#') {
-            if (!behind)
+            if (!picture.point)
                 picture.wholeDigits += c == '0' ? 1 : 0;
             else
                 ++picture.places;
-            if (behind && c == '0') picture.fixedPlaces = picture.places;
+            if (picture.point && c == '0') picture.fixedPlaces = picture.places;
         }
     }
     return picture;
@@ -139,8 +139,7 @@ std::string FormatNumber(double number, std::string_view section, bool showMinus
             if (++i < section.size()) text += section[i];
         } else if (c == '0' || c == '#' || c == '.' || c == ',') {
             if (!digitsDone) {
-                const bool point = picture.places > 0 || section.find('.') != std::string_view::npos;
-                text.append(whole).append(point ? "." : "").append(places);
+                text.append(whole).append(picture.point ? "." : "").append(places);
             }
             digitsDone = true;
         } else if ((c == 'E' || c == 'e') && picture.exponentDigits > 0 && i + 1 < section.size()) {

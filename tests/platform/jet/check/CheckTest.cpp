@@ -244,6 +244,56 @@ const Damage kDamages[] = {
          });
      },
      "column number 0 is given twice"},
+    {"TwoColumnsOfOneName",
+     [](DatabaseBytes& file) {
+         file.EditDefinition("Things", [](jet::TableDefinition& things) {
+             for (jet::ColumnDefinition& column : things.columns) {
+                 if (column.name == "OwnerId") column.name = "pICTURE";
+             }
+         });
+     },
+     "column Picture exists twice"},
+    {"VariableIndexTwice",
+     [](DatabaseBytes& file) {
+         file.EditDefinition("Things", [](jet::TableDefinition& things) {
+             for (jet::ColumnDefinition& column : things.columns) column.variableIndex = 0;
+         });
+     },
+     "variable slot 0 is given twice"},
+    {"VariableIndexTooHigh",
+     [](DatabaseBytes& file) {
+         file.EditDefinition("Things", [](jet::TableDefinition& things) { things.variableColumns = 2; });
+     },
+     "variable slot 2 is given twice or too high"},
+    {"UnknownColumnType",
+     [](DatabaseBytes& file) {
+         file.EditDefinition("Things", [](jet::TableDefinition& things) {
+             for (jet::ColumnDefinition& column : things.columns) {
+                 if (column.name == "OwnerId") column.type = static_cast<jet::ColumnType>(14);
+             }
+         });
+     },
+     "unknown type 14"},
+    {"IndexNumberTwice",
+     [](DatabaseBytes& file) {
+         file.EditDefinition("Things", [](jet::TableDefinition& things) {
+             for (jet::LogicalIndex& index : things.logicalIndexes) index.number = 0;
+         });
+     },
+     "another index has its number"},
+    {"IndexWithoutATree",
+     [](DatabaseBytes& file) {
+         file.EditDefinition("Owners",
+                             [](jet::TableDefinition& owners) { owners.logicalIndexes[0].realIndex = 9; });
+     },
+     "stands for index 9, which does not exist"},
+    {"IndexWithoutAColumn",
+     [](DatabaseBytes& file) {
+         file.EditDefinition("Things", [](jet::TableDefinition& things) {
+             for (jet::RealIndex& index : things.realIndexes) index.columns.clear();
+         });
+     },
+     "has no column"},
     {"IndexOnAColumnThatDoesNotExist",
      [](DatabaseBytes& file) {
          file.EditDefinition("Owners", [](jet::TableDefinition& owners) {

@@ -116,6 +116,86 @@ TEST_P(DamagedFilesTest, EndWithAnAnswerOrANumberedError) {
     EXPECT_LT(refused, kDamagedCopies);
 }
 
+/// The bytes of a number's place in the file.
+std::size_t PlaceOf(PageNumber page, JetVersion version, std::size_t offset) {
+    return std::size_t{page} * (version == JetVersion::Jet4 ? 4096 : 2048) + offset;
+}
+
+TEST_P(DamagedFilesTest, AnIndexWhosePagesFormACircleIsRefused) {
+    const std::string path = (folder_ / "circle.mdb").string();
+    PageNumber root = 0;
+    {
+        const auto database = Database::Create(path, GetParam());
+        database->CreateTable({"T", {LongColumn("Id")}, {PrimaryKey({"Id"})}, "", ""});
+        const auto table = database->OpenTable("T");
+        Unit unit(database->GetPager());
+        for (int i = 0; i < 3000; ++i) Insert(*table, {{"Id", i}});
+        unit.Commit();
+        database->GetPager().Flush();
+        root = table->Definition().realIndexes.front().rootPage;
+    }
+    // Every leaf becomes a copy of the root: whoever goes down never arrives.
+    std::string bytes = marrowkit::test::ReadFile(path);
+    const std::size_t pageBytes = PlaceOf(1, GetParam(), 0);
+    const std::string rootBytes = bytes.substr(PlaceOf(root, GetParam(), 0), pageBytes);
+    int leaves = 0;
+    for (std::size_t at = 0; at < bytes.size(); at += pageBytes) {
+        constexpr char kLeaf = 4;
+        const bool ofTable = bytes.compare(at + 4, 4, rootBytes, 4, 4) == 0;
+        if (bytes[at] != kLeaf || !ofTable) continue;
+        bytes.replace(at, pageBytes, rootBytes);
+        ++leaves;
+    }
+    ASSERT_GT(leaves, 1);
+    marrowkit::test::WriteFile(path, bytes);
+    const auto database = Database::Open(path);
+    const auto table = database->OpenTable("T");
+    EXPECT_EQ(RowsOf(*table).size(), 3000U);
+    EXPECT_EQ(ErrorOf([&] { Walk(*table, "PrimaryKey", IndexRange::All(), "Id"); }), 3049);
+    EXPECT_EQ(ErrorOf([&] { Walk(*table, "PrimaryKey", IndexRange::All(), "Id", true); }), 3049);
+    EXPECT_EQ(ErrorOf([&] { Insert(*table, {{"Id", 5000}}); }), 3049);
+    EXPECT_EQ(RowsOf(*table).size(), 3000U);
+}
+
+TEST_P(DamagedFilesTest, AnIndexInAnUnknownSortOrderTakesNoNewKeys) {
+    const std::string path = (folder_ / "turkish.mdb").string();
+    std::size_t sortOrder = 0;
+    {
+        const auto database = Database::Create(path, GetParam());
+        database->CreateTable({"T", {TextColumn("Name")}, {IndexOn("ByName", {"Name"})}, "", ""});
+        for (const char* name : {"b", "a"}) Insert(*database->OpenTable("T"), {{"Name", std::string(name)}});
+        database->GetPager().Flush();
+        // Behind the fixed part and the statistics of one index, at its place in the first column.
+        const std::size_t offset = GetParam() == JetVersion::Jet4 ? 63 + 12 + 11 : 43 + 8 + 9;
+        sortOrder = PlaceOf(database->OpenTable("T")->Definition().page, GetParam(), offset);
+    }
+    std::string bytes = marrowkit::test::ReadFile(path);
+    ASSERT_EQ(bytes.substr(sortOrder, 2), "\x09\x04");
+    bytes.replace(sortOrder, 2, "\x1F\x04");
+    marrowkit::test::WriteFile(path, bytes);
+    const auto database = Database::Open(path);
+    const auto table = database->OpenTable("T");
+    EXPECT_EQ(Walk(*table, "ByName", IndexRange::All(), "Name"),
+              (std::vector<Value>{std::string("a"), std::string("b")}));
+    const RowId first = [&] {
+        const auto scan = table->OpenScan({0});
+        EXPECT_TRUE(scan->Next());
+        return scan->Id();
+    }();
+    EXPECT_EQ(ErrorOf([&] { Update(*table, first, {{"Name", std::string("c")}}); }), 3251);
+    try {
+        Insert(*table, {{"Name", std::string("c")}});
+        ADD_FAILURE() << "was inserted";
+    } catch (const RuntimeError& error) {
+        EXPECT_EQ(error.number, 3251);
+        EXPECT_NE(error.description.find("column 'Name', whose sort order 0x041F"), std::string::npos);
+    }
+    EXPECT_EQ(RowsOf(*table).size(), 2U);
+    // Its entries are found by their rows.
+    table->Delete(first);
+    EXPECT_EQ(Walk(*table, "ByName", IndexRange::All(), "Name"), (std::vector<Value>{std::string("a")}));
+}
+
 TEST_P(DamagedFilesTest, CutFilesAreRefused) {
     const std::string sample = MakeSample();
     const std::string path = (folder_ / "cut.mdb").string();

@@ -158,6 +158,20 @@ constexpr FunctionCase kDates[] = {
     {"DateDiff('h', #10:59#, #11:00#)", "1"},
     {"DateDiff('s', #1/1/2000#, #1/1/2000 0:01:00#)", "60"},
     {"DateDiff('d', #3/1/2000#, #1/1/2000#)", "-60"},
+    {"DateDiff('q', #12/31/1999#, #4/1/2000#)", "2"},
+    {"DateDiff('ww', #1/1/2000#, #1/2/2000#)", "1"},  // Saturday, Sunday
+    {"DateDiff('ww', #1/1/2000#, #1/2/2000#, 2)", "0"},
+    {"DateDiff('w', #1/1/2000#, #1/14/2000#)", "1"},
+    {"DateDiff('n', #10:59:59#, #11:00#)", "1"},
+    {"DatePart('yyyy', #5/6/2004 7:08:09#)", "2004"},
+    {"DatePart('m', #5/6/2004 7:08:09#)", "5"},
+    {"DatePart('d', #5/6/2004 7:08:09#)", "6"},
+    {"DatePart('w', #5/6/2004#)", "5"},  // a Thursday, counted from Sunday
+    {"DatePart('w', #5/6/2004#, 2)", "4"},
+    {"DatePart('h', #5/6/2004 7:08:09#)", "7"},
+    {"DatePart('n', #5/6/2004 7:08:09#)", "8"},
+    {"DatePart('s', #5/6/2004 7:08:09#)", "9"},
+    {"-#1/1/1900#", "#12/28/1899#"},
     {"DatePart('y', #2/1/2000#)", "32"},
     {"DatePart('q', #4/1/2000#)", "2"},
     {"DatePart('ww', #1/2/2000#)", "2"},
@@ -191,8 +205,37 @@ constexpr FunctionCase kFormats[] = {
     {"Format(5)", "'5'"},
     {"Format(Null, '0')", "Null"},
     {"Format(12345.678, '0.00E+00')", "'1.23E+04'"},
+    {"Format(5, '0\\x')", "'5x'"},
+    {"Format(5, '0\\')", "'5'"},
+    {"Format(5, '\"no. \"0\"; \"')", "'no. 5; '"},
+    {"Format(-5, '0;\"minus \"0')", "'minus 5'"},
+    {"Format(0.5, '\"50%\"')", "'50%'"},
+    {"Format(#1/15/1999#, '\"year \"yyyy\\y')", "'year 1999y'"},
+    {"Format(#1/15/1999#, 'yyyy\"')", "'1999'"},
+    {"Format(#1/15/1999#, 'yyyy\\')", "'1999'"},
+    {"Format(36175, 'yyyy')", "'1999'"},
+    {"Format(1, 'On/Off')", "'On'"},
+    {"Format(0, 'True/False')", "'False'"},
+    {"Format('aB', '<')", "'ab'"},
+    {"Format('ab', 'x')", "'ab'"},
 };
 INSTANTIATE_TEST_SUITE_P(Formats, FunctionResult, testing::ValuesIn(kFormats));
+
+constexpr FunctionCase kAngles[] = {
+    {"Sin(0)", "0"},
+    {"Cos(0)", "1"},
+    {"Tan(0)", "0"},
+    {"Round(Atn(1) * 4, 10)", "3.1415926536"},
+    {"Round(Sin(1) ^ 2 + Cos(1) ^ 2, 10)", "1"},
+    {"Round(Tan(1) - Sin(1) / Cos(1), 10)", "0"},
+    {"Rnd() >= 0 And Rnd() < 1", "True"},
+    {"Sin(Null)", "Null"},
+    {"IsNumeric(5)", "True"},
+    {"IsNumeric('x')", "False"},
+    {"IsDate(#1/1/2000#)", "True"},
+    {"IsDate(5)", "False"},
+};
+INSTANTIATE_TEST_SUITE_P(Angles, FunctionResult, testing::ValuesIn(kAngles));
 
 struct FailingCall {
     const char* call;

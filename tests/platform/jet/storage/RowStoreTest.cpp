@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/jet/storage/DataPage.h"
 #include "platform/jet/storage/Expect.h"
 #include "platform/jet/storage/RowStore.h"
 #include "platform/jet/storage/StructureCheck.h"
@@ -176,6 +177,31 @@ TEST_P(RowStoreTest, FillsPagesOneAfterTheOther) {
     for (int i = 0; i < 1000; ++i) rows.Append(Bytes(2, 1));
     EXPECT_THAT(CheckDatabase(database), IsEmpty());
     unit.Commit();
+}
+
+TEST_P(RowStoreTest, ARowShorterThanAPointerGrowsOnAFullPage) {
+    RowStore rows = database.Rows();
+    Model model;
+    Unit unit(*database.pager);
+    const auto append = [&](std::size_t size) {
+        const Bytes bytes = SomeBytes(size, size);
+        const RowId row = rows.Append(bytes);
+        model[row] = bytes;
+        return row;
+    };
+    const RowId tiny = append(2);
+    const auto freeBytes = [&] {
+        const PageRef ref = database.pager->Read(tiny.page);
+        return DataPage(*database.pager, ref).FreeBytes();
+    };
+    while (freeBytes() > 400) append(100);
+    append(freeBytes() - 2);  // the slot takes two
+    ASSERT_LT(freeBytes(), 2U);
+    // The tiny row cannot even become a pointer to its new place: another row has to leave first.
+    model[tiny] = SomeBytes(50, 50);
+    rows.Replace(tiny, model[tiny]);
+    unit.Commit();
+    ExpectEqual(rows, model);
 }
 
 TEST_P(RowStoreTest, RefusesDamagedPages) {
