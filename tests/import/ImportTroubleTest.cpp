@@ -194,6 +194,24 @@ TEST_F(ImportTrouble, ADatabaseThatIsMissingIsNamedByItsWindowsPath) {
     EXPECT_THAT(Message(), testing::EndsWith("  (3024,2)"));
 }
 
+TEST_F(ImportTrouble, ADatabaseFoundDamagedAfterItWasOpenedIsNamedByItsWindowsPath) {
+    Games(GamesLine("A (1985)(Softco)[cr B]", "A (1985)(Softco)[cr B].st"));
+    IntoExisting();
+    settings.TosecNames = true;
+    const fs::path file = database.HostFile();
+    constexpr std::uintmax_t kPageBytes = 4096;
+    int damaged = 0;
+    for (std::uintmax_t bytes = fs::file_size(file); bytes > 3 * kPageBytes; bytes -= kPageBytes) {
+        fs::resize_file(file, bytes - kPageBytes);
+        if (Run()) continue;
+        EXPECT_THAT(Message(), testing::Not(HasSubstr(file.parent_path().string())));
+        if (Message().find("  (3049,") == std::string::npos) continue;
+        EXPECT_THAT(Message(), HasSubstr("'" + database.Path() + "'"));
+        ++damaged;
+    }
+    EXPECT_GT(damaged, 0);
+}
+
 TEST_F(ImportTrouble, RomsThatCannotBeOpenedEndTheScanWithTheirError) {
     Games(GamesLine("A", "a"));
     Roms();
