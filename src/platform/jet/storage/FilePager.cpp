@@ -103,7 +103,7 @@ PageFrame* FilePager::FrameOf(PageNumber page) {
 /// A frame for a page that is not in the cache, making room if need be.
 PageFrame* FilePager::Obtain(PageNumber page) {
     // Not only when no clean page is left: the last few would be read and given up in turns.
-    if (cache_.IsFull() && dirtyCount_ > cache_.BudgetFrames() / 4 * 3) SpillDirtyPages();
+    if (cache_.IsFull() && dirtyCount_ > cache_.BudgetFrames() / 8 * 7) SpillDirtyPages();
     PageFrame* frame = cache_.TakeAlways(page);
     frame->version = ++versions_;
     return frame;
@@ -289,14 +289,21 @@ void FilePager::RollbackUnit() noexcept {
 
 // ---- Writing
 
+namespace {
+
+/// In the order of the file.
+void SortByNumber(std::vector<PageFrame*>& frames) {
+    std::ranges::sort(frames, {}, &PageFrame::number);
+}
+
+}  // namespace
+
 std::vector<PageFrame*> FilePager::DirtyFrames(bool withPinned) {
     std::vector<PageFrame*> frames;
     frames.reserve(dirtyCount_);
     for (PageFrame& frame : cache_.Frames()) {
         if (frame.dirty && !frame.detached && (withPinned || frame.pins == 0)) frames.push_back(&frame);
     }
-    std::sort(frames.begin(), frames.end(),
-              [](const PageFrame* a, const PageFrame* b) { return a->number < b->number; });
     return frames;
 }
 
@@ -347,12 +354,18 @@ void FilePager::WriteInPlace(const std::vector<PageFrame*>& frames) {
     }
 }
 
-/// The cache is full of changed pages: they are written before their unit ends. Pinned ones stay, their
-/// holders may still be changing them.
+/// The cache is full of changed pages: some are written before their unit ends. Those that were changed last
+/// stay, because they are likely to be changed again: in an index that is met in no order a page has its turn
+/// every now and then, while pages of rows met one after the other are done with. Pinned ones stay as well,
+/// their holders may still be changing them.
 void FilePager::SpillDirtyPages() {
-    if (dirtyCount_ == 0) return;
-    const std::vector<PageFrame*> frames = DirtyFrames(false);
+    std::vector<PageFrame*> frames = DirtyFrames(false);
     if (frames.empty()) return;
+    const std::size_t written = (frames.size() + 3) / 4;
+    std::ranges::nth_element(frames, frames.begin() + static_cast<std::ptrdiff_t>(written) - 1, {},
+                             &PageFrame::version);
+    frames.resize(written);
+    SortByNumber(frames);
     RecordBatch(frames);
     WriteInPlace(frames);
     for (PageFrame* frame : frames) frame->dirty = false;
@@ -363,7 +376,8 @@ void FilePager::SpillDirtyPages() {
 void FilePager::WriteEverything() {
     if (broken_) RaiseJet(JetError::DiskError);
     if (dirtyCount_ == 0 && !journal_->IsActive()) return;
-    const std::vector<PageFrame*> frames = DirtyFrames(true);
+    std::vector<PageFrame*> frames = DirtyFrames(true);
+    SortByNumber(frames);
     if (!frames.empty()) {
         RecordBatch(frames);
         WriteInPlace(frames);

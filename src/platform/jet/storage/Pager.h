@@ -94,8 +94,8 @@ struct PagerOptions {
 /// **Journal.** Before a flush writes over pages, what they hold goes to `<file>.mkjournal` and is made
 /// durable; when all pages are, the journal is declared void. Opening a file whose journal is not void undoes
 /// the interrupted flush, if the journal belongs to this very state of the file (see Journal.cpp); a journal
-/// that does not fit is never replayed and set aside. Memory stays bounded: a unit that changes more pages
-/// than the cache holds is written early, the same way.
+/// that does not fit is never replayed and set aside. Memory stays bounded: of a unit that changes more
+/// pages than the cache holds, those changed longest ago are written early, the same way.
 ///
 /// When a flush fails, nothing committed is lost: a later one tries again. When the host refuses to make
 /// pages durable that were written early, the pager refuses everything that follows (3043), and closing it

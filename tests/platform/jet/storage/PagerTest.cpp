@@ -209,6 +209,38 @@ TEST_P(PagerTest, KeepsTheSameContentWithTheSmallestCache) {
     EXPECT_EQ(Workload::Fingerprint(*reopened.pager), wide);
 }
 
+TEST_P(PagerTest, PagesThatChangeAgainAndAgainAreNotWrittenEarly) {
+    constexpr PageNumber kPages = 600;
+    Create();
+    PagerOptions options;
+    options.cacheBytes = 1;
+    TestDatabase database = TestDatabase::Open(storage, "Test.mdb", options);
+    Pager& pager = *database.pager;
+    std::vector<PageNumber> pages;
+    {
+        Unit unit(pager);
+        while (pages.size() < kPages) {
+            const PageEdit page = pager.Allocate();
+            page.Mutable().PutU8(0, static_cast<std::uint8_t>(PageType::Data));
+            pages.push_back(page.Number());
+        }
+        unit.Commit();
+    }
+    pager.Flush();
+    constexpr std::size_t kAt = 100;
+    const auto onDisk = [&](PageNumber page) {
+        return storage.Disk().names.at("Test.mdb")->now[page * pager.PageGeometry().pageBytes + kAt];
+    };
+    Unit unit(pager);
+    for (const PageNumber page : pages) {
+        for (const PageNumber changed : {pages.front(), page}) {
+            pager.Edit(changed).Mutable().PutU8(kAt, 1);
+        }
+    }
+    EXPECT_EQ(onDisk(pages[1]), 1);
+    EXPECT_EQ(onDisk(pages.front()), 0);
+}
+
 TEST_P(PagerTest, EncodesEveryPageButTheFirst) {
     constexpr std::uint32_t kKey = 0xA0AEEE74;
     const TestDatabase database = Create(kKey);
