@@ -20,6 +20,23 @@ std::uint64_t LoadBits(const std::uint8_t* bitmap, std::uint32_t byte) {
     return word;
 }
 
+/// Up to eight bytes as a number that sorts as they do; missing ones count as zeros. `readable` bytes may be
+/// looked at.
+std::uint64_t LeadingBytes(const std::uint8_t* bytes, std::size_t count, std::size_t readable) {
+    constexpr std::size_t kBytes = sizeof(std::uint64_t);
+    std::uint8_t b[kBytes] = {};
+    if (readable >= kBytes) {
+        std::memcpy(b, bytes, kBytes);
+    } else {
+        std::memcpy(b, bytes, std::min(count, kBytes));
+    }
+    const auto at = [&b](std::size_t i) { return std::uint64_t{b[i]} << (8 * (kBytes - 1 - i)); };
+    // One load with its bytes reversed, once compiled.
+    const std::uint64_t number = at(0) | at(1) | at(2) | at(3) | at(4) | at(5) | at(6) | at(7);
+    if (count >= kBytes) return number;
+    return count == 0 ? 0 : number & ~std::uint64_t{0} << (8 * (kBytes - count));
+}
+
 /// The end marks of a page from one place to another, taken out to be shifted as one long number.
 class EndMarks {
 public:
@@ -143,15 +160,20 @@ std::uint32_t IndexPage::FirstEndAfter(std::uint32_t position) const {
 
 /// The last end mark at or before `position`; 0 when there is none.
 std::uint32_t IndexPage::LastEndUpTo(std::uint32_t position) const {
-    const std::uint8_t* bits = bytes_.Data() + layout_->bitmap;
+    // Words that end with the position's byte and before; the header in front of the bitmap is long enough
+    // for the first word to begin there, and bits of it are no marks.
+    constexpr std::uint32_t kWordBytes = sizeof(std::uint64_t);
+    const std::uint8_t* bits = bytes_.Data() + layout_->bitmap - (kWordBytes - 1);
     std::uint32_t byte = position / 8;
-    // The bits of the byte up to and including `position`.
-    auto value = static_cast<std::uint32_t>(bits[byte] & (0xFFU >> (7 - position % 8)));
-    while (value == 0) {
-        if (byte == 0) return 0;
-        value = bits[--byte];
+    std::uint64_t word = LoadBits(bits, byte) << (7 - position % 8);
+    std::int64_t last = position;
+    while (word == 0) {
+        if (byte < kWordBytes) return 0;
+        byte -= kWordBytes;
+        word = LoadBits(bits, byte);
+        last = std::int64_t{byte} * 8 + 7;
     }
-    return byte * 8 + static_cast<std::uint32_t>(std::bit_width(value)) - 1;
+    return static_cast<std::uint32_t>(std::max<std::int64_t>(last - std::countl_zero(word), 0));
 }
 
 std::uint32_t IndexPage::After(std::uint32_t position) const {
@@ -207,7 +229,9 @@ std::uint32_t IndexPage::LowerBound(EntryView entry) const {
         if (order > 0) return used;
         entry = entry.subspan(prefix);
     }
-    // All entries before `low` are smaller, the one at `high` and those behind are not.
+    // All entries before `low` are smaller, the one at `high` and those behind are not. Where the first eight
+    // bytes differ they tell the order, and nearly always they do.
+    const std::uint64_t leading = LeadingBytes(entry.data(), entry.size(), entry.size());
     std::uint32_t low = 0;
     std::uint32_t high = used;
     while (low < high) {
@@ -216,7 +240,11 @@ std::uint32_t IndexPage::LowerBound(EntryView entry) const {
         const std::uint32_t end = FirstEndAfter(start);
         const std::uint32_t skip = start == 0 ? prefix : 0;
         const EntryView stored{data + start + skip, end - start - skip - childBytes};
-        if (CompareBytes(stored, entry) < 0) {
+        const std::uint64_t storedLeading =
+            LeadingBytes(stored.data(), stored.size(), Capacity() - start - skip);
+        const bool isLess =
+            storedLeading != leading ? storedLeading < leading : CompareBytes(stored, entry) < 0;
+        if (isLess) {
             low = end;
         } else {
             high = start;
