@@ -110,6 +110,10 @@ void SaveCounters(Pager& pager, const TableDefinition& definition) {
     }
 }
 
+void PutRowCount(JetVersion version, const PageEdit& first, std::uint32_t count) {
+    first.Mutable().PutU32(DefinitionOffsetsOf(version).rowCount, count);
+}
+
 void ReleaseDefinition(Pager& pager, PageNumber first) {
     for (const PageNumber page : DefinitionChain(pager, first)) pager.Release(page);
 }

@@ -24,6 +24,8 @@ void SaveDefinition(Pager& pager, const TableDefinition& definition);
 
 /// Writes nothing but the row count, the AutoNumber counter and the `distinct` statistics of all indexes.
 void SaveCounters(Pager& pager, const TableDefinition& definition);
+/// Writes the row count alone, on the definition's first page.
+void PutRowCount(JetVersion version, const PageEdit& first, std::uint32_t count);
 
 /// Gives all pages of the chain back.
 void ReleaseDefinition(Pager& pager, PageNumber first);

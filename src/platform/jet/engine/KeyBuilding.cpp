@@ -16,14 +16,19 @@ RowKey KeyOfStoredRow(const TableLayout& layout, const IndexStorage& index, cons
 
 void BuildKeyOfStoredRow(const TableLayout& layout, const IndexStorage& index, const RowView& row,
                          RowKey& key) {
+    key.Clear();
     Value value;
-    BuildRowKey(
-        layout.Version(), index,
-        [&](std::size_t column) -> const Value& {
-            DecodeColumn(layout, row, column, value);
-            return value;
-        },
-        key);
+    for (std::size_t i = 0; i < index.columns.size(); ++i) {
+        const ColumnDefinition& column = *index.definitions[i];
+        const bool ascending = index.order[i].ascending;
+        if (index.buildable && !row.IsNull(column) &&
+            AppendStoredKey(layout.Version(), column, ascending, row.Bytes(column), key.bytes)) {
+            key.allNull = false;
+            continue;
+        }
+        DecodeColumn(layout, row, index.columns[i], value);
+        AppendToRowKey(layout.Version(), index, i, value, key);
+    }
 }
 
 void RaiseUnknownSortOrder(const TableLayout& layout, const IndexStorage& index) {

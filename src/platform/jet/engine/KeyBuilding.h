@@ -14,26 +14,34 @@ struct RowKey {
     bool allNull = true;
     bool anyNull = false;
 
+    void Clear() {
+        bytes.clear();
+        allNull = true;
+        anyNull = false;
+    }
     /// Whether the index holds an entry for it.
     bool IsStored(const IndexStorage& index) const { return !(allNull && index.ignoresNulls); }
 };
 
-/// The key of a row whose values `valueOf(position in the layout)` gives (a `const Value&`, of the column's
-/// own type or Null). Of an index that is not buildable only the Nulls are told, the bytes stay empty.
+/// Adds a value of the index's `part`-th column (of the column's own type or Null) to a key. Of an index that
+/// is not buildable only the Nulls are told, the bytes stay empty.
+inline void AppendToRowKey(JetVersion version, const IndexStorage& index, std::size_t part,
+                           const Value& value, RowKey& key) {
+    if (IsNull(value)) {
+        key.anyNull = true;
+    } else {
+        key.allNull = false;
+    }
+    if (!index.buildable) return;
+    AppendKeyColumn(version, *index.definitions[part], index.order[part].ascending, value, key.bytes);
+}
+
+/// The key of a row whose values `valueOf(position in the layout)` gives as a `const Value&`.
 template <typename ValueOf>
 void BuildRowKey(JetVersion version, const IndexStorage& index, ValueOf&& valueOf, RowKey& key) {
-    key.bytes.clear();
-    key.allNull = true;
-    key.anyNull = false;
+    key.Clear();
     for (std::size_t i = 0; i < index.columns.size(); ++i) {
-        const Value& value = valueOf(index.columns[i]);
-        if (IsNull(value)) {
-            key.anyNull = true;
-        } else {
-            key.allNull = false;
-        }
-        if (!index.buildable) continue;
-        AppendKeyColumn(version, *index.definitions[i], index.order[i].ascending, value, key.bytes);
+        AppendToRowKey(version, index, i, valueOf(index.columns[i]), key);
     }
 }
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <deque>
 
 #include "platform/jet/engine/DefinitionPages.h"
@@ -46,6 +47,69 @@ void CollectDependents(LocalTable& table, TableLayout& layout, const RowView& vi
     }
 }
 
+/// What goes with a row in the usual case, where nothing but an entry on each index's leaf and the row on its
+/// page go. All pages are at hand and ready for the change, so once this is made nothing can fail any more.
+struct PreparedErase {
+    struct Entry {
+        BTree* tree;
+        BTree::Removal removal;
+    };
+    std::vector<Entry> entries;
+    std::optional<RowStore::Removal> row;
+    PageEdit definition;
+};
+
+bool HasValuesOutside(const TableLayout& layout, const RowView& row) {
+    return std::ranges::any_of(layout.storage, [&](const ColumnStorage& storage) {
+        return storage.longValues && !row.IsNull(*storage.definition) &&
+               !LongValueStore::IsInline(row.Bytes(*storage.definition));
+    });
+}
+
+/// nullopt for a row that takes more: a page that becomes empty, long values, a damaged index. Changes
+/// nothing.
+std::optional<PreparedErase> PrepareErase(TableLayout& layout, const RowView& view, RowId row) {
+    if (HasValuesOutside(layout, view)) return std::nullopt;
+    PreparedErase erase;
+    erase.entries.reserve(layout.realIndexes.size());
+    RowKey key;
+    for (IndexStorage& index : layout.realIndexes) {
+        BuildKeyOfStoredRow(layout, index, view, key);
+        if (!key.IsStored(index)) continue;
+        if (!index.buildable) return std::nullopt;
+        auto removal = index.tree.PrepareErase(key.bytes, row);
+        if (!removal) return std::nullopt;
+        // Only damage gives two indexes the same page; a place found on it would not outlast the other's
+        // change.
+        const bool isShared = std::ranges::any_of(erase.entries, [&](const PreparedErase::Entry& other) {
+            return other.removal.leaf.Number() == removal->leaf.Number();
+        });
+        if (isShared) return std::nullopt;
+        erase.entries.push_back({&index.tree, std::move(*removal)});
+    }
+    erase.row = layout.rows.PrepareErase(row);
+    if (!erase.row) return std::nullopt;
+    erase.definition = layout.pager->Edit(layout.definition.page);
+    return erase;
+}
+
+void Apply(const PreparedErase& erase, TableLayout& layout) noexcept {
+    for (const auto& [tree, removal] : erase.entries) tree->Erase(removal);
+    layout.rows.Erase(*erase.row);
+    if (layout.definition.rowCount > 0) --layout.definition.rowCount;
+    PutRowCount(layout.Version(), erase.definition, layout.definition.rowCount);
+}
+
+/// Erases a row in the usual case; false, and nothing changed, in all others.
+bool EraseSafely(ChangeScope& scope, LocalTable& table, TableLayout& layout, const RowView& view, RowId row) {
+    const auto erase = PrepareErase(layout, view, row);
+    if (!erase) return false;
+    scope.MarkChangingSafely();
+    table.KeysVanished();
+    Apply(*erase, layout);
+    return true;
+}
+
 void EraseStoredRow(TableLayout& layout, std::span<const std::uint8_t> bytes, RowId row) {
     const RowView view(layout.PageGeometry(), layout.definition, ByteView(bytes));
     RowKey key;
@@ -86,13 +150,15 @@ void LocalTable::DeleteRow(ChangeScope& scope, RowId first) {
             ClearReference(scope, item);
             continue;
         }
-        // A copy: the page changes while the row is taken out.
-        const std::vector<std::uint8_t> bytes(stored->bytes.All().begin(), stored->bytes.All().end());
         try {
-            const RowView view(layout.PageGeometry(), layout.definition, ByteView(bytes));
+            const RowView view(layout.PageGeometry(), layout.definition, stored->bytes);
             CollectDependents(*item.table, layout, view, item.row, cascaded, work);
+            // With rows that follow this is not the only change.
+            if (!cascaded && work.empty() && EraseSafely(scope, *item.table, layout, view, item.row)) return;
             scope.MarkChanging();
             item.table->KeysVanished();
+            // A copy: the page changes while the row is taken out.
+            const std::vector<std::uint8_t> bytes(stored->bytes.All().begin(), stored->bytes.All().end());
             EraseStoredRow(layout, bytes, item.row);
         } catch (const OutOfBounds&) {
             RaiseDamagedRow(layout, item.row);

@@ -35,6 +35,15 @@ public:
     bool Insert(KeyView key, RowId row);
     /// False when there is no such entry (the caller then reports damage, or searches by row; see EraseRow).
     bool Erase(KeyView key, RowId row);
+    /// An entry about to be removed from a leaf that keeps others: found, its page ready for the change.
+    struct Removal {
+        PageEdit leaf;
+        std::uint32_t position;
+    };
+    /// Finds an entry whose removal changes nothing but its leaf. nullopt for all others, and when there is
+    /// no such entry. Good until the tree changes.
+    std::optional<Removal> PrepareErase(KeyView key, RowId row);
+    void Erase(const Removal& removal) noexcept;
     /// Removes the entry of this row wherever it stands; walks the whole index. For entries whose key was
     /// built by other rules than ours.
     bool EraseRow(RowId row);
@@ -136,8 +145,7 @@ private:
     void LinkNodes(PageNumber left, PageNumber right);
     void ReleasePage(PageNumber page);
 
-    bool EraseNearLast(KeyView entry);
-    bool EraseEntry(KeyView entry);
+    std::optional<Removal> PrepareOn(const PageRef& leaf);
     void RemoveChild(Path& path, std::size_t depth);
     void CollapseRoot();
     void DissolveNode(Path& path, std::size_t depth);
@@ -153,6 +161,7 @@ private:
     std::vector<std::uint8_t> entry_;  ///< the entry that is being inserted or erased
     LeafHint lastInserted_;
     LeafHint lastErased_;
+    bool erasesInRuns_ = false;
 };
 
 }  // namespace marrowkit::jet

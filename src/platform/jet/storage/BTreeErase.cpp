@@ -29,52 +29,52 @@ std::vector<std::uint8_t> WithChild(std::vector<std::uint8_t> entry, PageNumber 
 }  // namespace
 
 bool BTree::Erase(KeyView key, RowId row) {
-    FormEntry(key, row);
-    return EraseEntry(entry_);
-}
-
-bool BTree::EraseEntry(KeyView entry) {
-    if (EraseNearLast(entry)) return true;
-    Path path = Descend(entry);
+    if (const auto removal = PrepareErase(key, row)) {
+        Erase(*removal);
+        return true;
+    }
+    Path path = Descend(entry_);
     const Step leaf = path.Leaf();
     {
         const PageRef ref = pager_->Read(leaf.page);
         const IndexPage index(*pager_, ref);
-        if (leaf.position >= index.UsedBytes() || index.Compare(leaf.position, entry) != 0) return false;
+        if (leaf.position >= index.UsedBytes() || index.Compare(leaf.position, entry_) != 0) return false;
     }
-    {
-        const PageEdit page = pager_->Edit(leaf.page);
-        const IndexPageEdit index(*pager_, page);
-        index.Erase(leaf.position);
-        lastErased_ = {leaf.page, pager_->LayoutEpoch()};
-        if (!index.IsEmpty() || path.Size() == 1) return true;
-    }
+    // The leaf's only entry.
     Unlink(leaf.page);
     ReleasePage(leaf.page);
     RemoveChild(path, path.Size() - 2);
     return true;
 }
 
-/// The quick way for entries on the page that lost the last one: false when this one is not there, or when
-/// nothing would be left of the page.
-bool BTree::EraseNearLast(KeyView entry) {
-    if (!IsUsable(lastErased_)) return false;
-    std::uint32_t position = 0;
-    {
-        const PageRef ref = pager_->Read(lastErased_.page);
-        if (!IsOwnLeaf(ref)) return false;
-        const IndexPage page(*pager_, ref);
-        const std::uint32_t used = page.UsedBytes();
-        if (used == 0 || page.After(0) == used || page.Compare(0, entry) > 0 ||
-            page.Compare(page.Before(used), entry) < 0) {
-            return false;
+std::optional<BTree::Removal> BTree::PrepareErase(KeyView key, RowId row) {
+    FormEntry(key, row);
+    if (erasesInRuns_ && IsUsable(lastErased_)) {
+        const PageRef last = pager_->Read(lastErased_.page);
+        if (IsOwnLeaf(last)) {
+            if (auto removal = PrepareOn(last)) return removal;
         }
-        position = page.LowerBound(entry);
-        if (page.Compare(position, entry) != 0) return false;
     }
-    const PageEdit page = pager_->Edit(lastErased_.page);
-    IndexPageEdit(*pager_, page).Erase(position);
-    return true;
+    const PageNumber leaf = FindLeaf(entry_);
+    // Looking at the last leaf first pays only where entries do go from one leaf after the other.
+    erasesInRuns_ = leaf == lastErased_.page;
+    lastErased_ = {leaf, pager_->LayoutEpoch()};
+    return PrepareOn(pager_->Read(leaf));
+}
+
+/// Makes `entry_` ready for removal when it is on this leaf and not alone there.
+std::optional<BTree::Removal> BTree::PrepareOn(const PageRef& leaf) {
+    const IndexPage index(*pager_, leaf);
+    const std::uint32_t used = index.UsedBytes();
+    const std::uint32_t position = index.LowerBound(entry_);
+    if (position >= used || index.Compare(position, entry_) != 0) return std::nullopt;
+    const bool isAlone = position == 0 && index.After(0) == used;
+    if (isAlone && leaf.Number() != root_) return std::nullopt;
+    return Removal{pager_->Edit(leaf.Number()), position};
+}
+
+void BTree::Erase(const Removal& removal) noexcept {
+    IndexPageEdit(*pager_, removal.leaf).Erase(removal.position);
 }
 
 bool BTree::EraseRow(RowId row) {

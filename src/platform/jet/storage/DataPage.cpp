@@ -52,6 +52,14 @@ bool DataPage::HasLiveRow() const {
     return false;
 }
 
+bool DataPage::HasLiveRowBeside(std::uint32_t slot) const {
+    const std::uint32_t count = SlotCount();
+    for (std::uint32_t other = 0; other < count; ++other) {
+        if (other != slot && !IsDeleted(other)) return true;
+    }
+    return false;
+}
+
 DataPageEdit DataPageEdit::Format(const Pager& pager, const PageEdit& page, std::uint32_t owner) {
     const Geometry& geometry = pager.PageGeometry();
     const MutableByteView bytes = page.Mutable();

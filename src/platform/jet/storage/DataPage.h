@@ -52,6 +52,8 @@ public:
         return SlotCount() < kMaxRowsPerPage && FreeBytes() >= rowBytes + 2;
     }
     bool HasLiveRow() const;
+    /// Whether there is another one than this.
+    bool HasLiveRowBeside(std::uint32_t slot) const;
 
 protected:
     std::uint16_t Slot(std::uint32_t slot) const {

@@ -193,10 +193,36 @@ void RowStore::MakeRoomForPointer(RowId row) {
 // ---- Removing
 
 void RowStore::Erase(RowId row) {
+    if (const auto removal = PrepareErase(row)) return Erase(*removal);
     const auto place = Resolve(row);
     if (!place) RaiseJet(JetError::RecordDeleted);
     if (*place != row) EraseSlot(*place);
     EraseSlot(row);
+}
+
+std::optional<RowStore::Removal> RowStore::PrepareErase(RowId row) {
+    const auto place = Resolve(row);
+    if (!place || *place != row) return std::nullopt;
+    Removal removal{pager_->Edit(row.page), row.slot, std::nullopt};
+    const DataPageEdit data(*pager_, removal.page);
+    if (!data.HasLiveRowBeside(row.slot)) return std::nullopt;
+    const auto freeBytes = static_cast<std::uint32_t>(data.FreeBytes() + data.Row(row.slot).Size());
+    const bool listed = free_.Contains(row.page);
+    if (IsWorthListing(*pager_, freeBytes, data.SlotCount())) {
+        if (!listed && !(removal.listing = free_.PrepareAdd(row.page))) return std::nullopt;
+    } else if (listed) {
+        return std::nullopt;
+    }
+    return removal;
+}
+
+void RowStore::Erase(const Removal& removal) noexcept {
+    const DataPageEdit data(*pager_, removal.page);
+    data.Erase(removal.slot);
+    if (removal.listing) removal.listing->Apply();
+    if (removal.page.Number() < searchFrom_ && IsWorthListing(*pager_, data.FreeBytes(), data.SlotCount())) {
+        searchFrom_ = removal.page.Number();
+    }
 }
 
 void RowStore::EraseSlot(RowId row) {

@@ -31,6 +31,16 @@ public:
     /// Marks the slot deleted and gives its bytes back; releases the page when no live row is left. Throws
     /// 3167 when the row is gone.
     void Erase(RowId row);
+    /// A row about to be erased from a page that keeps others: the pages that change are ready for it.
+    struct Removal {
+        PageEdit page;
+        std::uint8_t slot;
+        std::optional<UsageMap::Addition> listing;  ///< when the page gets into the free-space map by it
+    };
+    /// nullopt for a row that has moved, is the last one of its page or needs a larger map, and when there is
+    /// no such row. Good until the table changes.
+    std::optional<Removal> PrepareErase(RowId row);
+    void Erase(const Removal& removal) noexcept;
 
     /// Walks all live rows by their original slots, ascending by page, then slot. Rows that are appended
     /// behind the current position are met; erasing the current row is allowed.

@@ -108,6 +108,32 @@ void UsageMap::Add(PageNumber page) {
     bitmap::Put(row.Sub(kInlineBits, row.Size() - kInlineBits), page - row.View().U32(1), true);
 }
 
+std::optional<UsageMap::Addition> UsageMap::PrepareAdd(PageNumber page) {
+    PageNumber bitmapPage = 0;
+    const std::uint32_t stretch = pager_->PageGeometry().PagesPerBitmap();
+    {
+        const MapRow map = Open();
+        if (!map.IsReference() && !map.ReachesInline(page)) return std::nullopt;
+        if (map.IsReference()) {
+            bitmapPage = map.Entry(page / stretch);
+            if (bitmapPage == 0) return std::nullopt;
+            ReadBitmap(bitmapPage);
+        }
+    }
+    Addition addition;
+    if (bitmapPage != 0) {
+        addition.page = pager_->Edit(bitmapPage);
+        const MutableByteView bytes = addition.page.Mutable();
+        addition.bits = bytes.Sub(kBitmapPageBits, bytes.Size() - kBitmapPageBits);
+        addition.bit = page % stretch;
+    } else {
+        const MutableByteView row = EditRow(addition.page);
+        addition.bits = row.Sub(kInlineBits, row.Size() - kInlineBits);
+        addition.bit = page - row.View().U32(1);
+    }
+    return addition;
+}
+
 /// Lets an inline map begin elsewhere so that it covers `page` and all members; false when they lie too far
 /// apart.
 bool UsageMap::MoveInlineStart(PageNumber page) {

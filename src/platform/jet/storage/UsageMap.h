@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/jet/storage/Bitmap.h"
 #include "platform/jet/storage/MapRow.h"
 #include "platform/jet/storage/Pager.h"
 
@@ -30,6 +31,15 @@ public:
     // REQUIRES: a unit is open. Adding may turn an inline map into a reference map (which allocates pages).
     void Add(PageNumber page);
     void Remove(PageNumber page);
+    /// A page about to be added to a map that has a bit for it: the bit's page ready for the change.
+    struct Addition {
+        PageEdit page;
+        MutableByteView bits;
+        std::size_t bit;
+        void Apply() const noexcept { bitmap::Put(bits, bit, true); }
+    };
+    /// nullopt when the map would have to be laid out anew.
+    std::optional<Addition> PrepareAdd(PageNumber page);
     /// Makes the set empty and releases its bitmap pages.
     void Clear();
 

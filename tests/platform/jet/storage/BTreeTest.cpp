@@ -290,6 +290,38 @@ TEST_P(BTreeTest, BuildsFromSortedEntriesWhatInsertsWouldHold) {
     }
 }
 
+TEST_P(BTreeTest, PreparesRemovalsThatLeaveTheLeafItsPlace) {
+    constexpr std::uint32_t kEntries = 3000;
+    Unit unit(*database.pager);
+    BTree tree = database.Index();
+    Model model;
+    for (std::uint32_t i = 0; i < kEntries; ++i) {
+        tree.Insert(NumberKey(i), {i + 1, 0});
+        model.emplace(NumberKey(i), RowId{i + 1, 0});
+    }
+    EXPECT_FALSE(tree.PrepareErase(NumberKey(kEntries), {1, 0}));
+    EXPECT_FALSE(tree.PrepareErase(NumberKey(7), {1, 0}));
+    EXPECT_TRUE(tree.PrepareErase(NumberKey(7), {8, 0}));
+    ExpectEqual(model);
+    std::uint32_t alone = 0;
+    for (std::uint32_t i = 0; i < kEntries; ++i) {
+        const std::size_t pages = UsageMap(*database.pager, database.layout.indexMap).Members().size();
+        if (const auto removal = tree.PrepareErase(NumberKey(i), {i + 1, 0})) {
+            tree.Erase(*removal);
+            ASSERT_EQ(UsageMap(*database.pager, database.layout.indexMap).Members().size(), pages);
+        } else {
+            ++alone;
+            ASSERT_TRUE(tree.Erase(NumberKey(i), {i + 1, 0}));
+            ASSERT_LT(UsageMap(*database.pager, database.layout.indexMap).Members().size(), pages);
+        }
+        model.erase({NumberKey(i), {i + 1, 0}});
+        if (i % 500 == 0) ExpectEqual(model);
+    }
+    EXPECT_GT(alone, 1U);
+    ExpectEqual({});
+    unit.Commit();
+}
+
 TEST_P(BTreeTest, FindsKeysOfOtherRows) {
     BTree tree = database.Index();
     Unit unit(*database.pager);
