@@ -83,7 +83,9 @@ PageFrame* FilePager::FrameOf(PageNumber page) {
         RaiseCorrupt(path_, "page " + std::to_string(page) + " is asked for, but the file ends at page " +
                                 std::to_string(pageCount_));
     }
-    const bool sequential = page == lastMiss_ + 1;
+    // What everything begins with, the catalog's rows and the first definitions, lies behind the catalog's
+    // page.
+    const bool sequential = page == lastMiss_ + 1 || page == kCatalogPage;
     lastMiss_ = page;
     PageFrame* frame = Obtain(page);
     try {

@@ -1,6 +1,8 @@
 #include "platform/jet/storage/PageCache.h"
 
 #include <algorithm>
+#include <new>
+#include <utility>
 
 namespace marrowkit::jet {
 
@@ -72,10 +74,20 @@ PageFrame* PageCache::FindVictim() {
     return nullptr;
 }
 
+/// The host hands out zeroed memory when it is touched: in a large file of which a few pages are read, nearly
+/// nothing of the table ever is.
+void PageCache::ReachTo(PageNumber page) {
+    const std::size_t numbers = std::max<std::size_t>(page + std::size_t{1}, numbers_ * 2);
+    std::unique_ptr<PageFrame*[], FreeMemory> grown(
+        static_cast<PageFrame**>(std::calloc(numbers, sizeof(PageFrame*))));
+    if (!grown) throw std::bad_alloc();
+    std::copy_n(byNumber_.get(), numbers_, grown.get());
+    byNumber_ = std::move(grown);
+    numbers_ = numbers;
+}
+
 PageFrame* PageCache::Assign(PageFrame* frame, PageNumber page) {
-    if (page >= byNumber_.size()) {
-        byNumber_.resize(std::max<std::size_t>(page + std::size_t{1}, byNumber_.size() * 2), nullptr);
-    }
+    if (page >= numbers_) ReachTo(page);
     frame->number = page;
     frame->referenced = true;
     frame->dirty = false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
 #include <deque>
 #include <memory>
 #include <vector>
@@ -15,7 +16,7 @@ class PageCache {
 public:
     PageCache(std::uint32_t pageBytes, std::size_t budgetBytes);
 
-    PageFrame* Find(PageNumber page) const { return page < byNumber_.size() ? byNumber_[page] : nullptr; }
+    PageFrame* Find(PageNumber page) const { return page < numbers_ ? byNumber_[page] : nullptr; }
 
     /// A frame for a page that is not cached; its bytes are undefined. nullptr when the budget is used up and
     /// every page is dirty or pinned.
@@ -33,6 +34,11 @@ public:
 private:
     static constexpr std::size_t kSlabFrames = 64;
 
+    struct FreeMemory {
+        void operator()(PageFrame** table) const { std::free(table); }
+    };
+
+    void ReachTo(PageNumber page);
     PageFrame* NewFrame();
     PageFrame* FindVictim();
     PageFrame* Assign(PageFrame* frame, PageNumber page);
@@ -42,7 +48,8 @@ private:
     std::deque<PageFrame> frames_;  ///< all frames there are; addresses never change
     std::vector<std::unique_ptr<std::uint8_t[]>> slabs_;
     std::vector<PageFrame*> free_;
-    std::vector<PageFrame*> byNumber_;
+    std::unique_ptr<PageFrame*[], FreeMemory> byNumber_;
+    std::size_t numbers_ = 0;  ///< of page numbers that byNumber_ has places for
     std::size_t hand_ = 0;
 };
 
