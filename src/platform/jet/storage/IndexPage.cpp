@@ -37,6 +37,20 @@ std::uint64_t LeadingBytes(const std::uint8_t* bytes, std::size_t count, std::si
     return count == 0 ? 0 : number & ~std::uint64_t{0} << (8 * (kBytes - count));
 }
 
+/// Asks the memory for what a search is likely to look at: all end marks, and the entries that its first
+/// steps compare. One after the other they would make the processor wait a dozen times on a page that was not
+/// met for a while.
+void PrefetchForSearch(const std::uint8_t* bitmap, const std::uint8_t* entries, std::uint32_t used) {
+#if defined(__GNUC__)
+    constexpr std::uint32_t kLineBytes = 64;
+    const std::uint32_t eighth = used / 8 + 1;
+    for (std::uint32_t at = 0; at < used / 8; at += kLineBytes) __builtin_prefetch(bitmap + at);
+    for (std::uint32_t at = eighth; at < used; at += eighth) __builtin_prefetch(entries + at);
+#else
+    static_cast<void>(bitmap), static_cast<void>(entries), static_cast<void>(used);
+#endif
+}
+
 /// The end marks of a page from one place to another, taken out to be shifted as one long number.
 class EndMarks {
 public:
@@ -221,6 +235,7 @@ std::uint32_t IndexPage::LowerBound(EntryView entry) const {
     const std::uint32_t prefix = PrefixBytes();
     const std::uint32_t childBytes = IsLeaf() ? 0 : kChildBytes;
     const std::uint8_t* data = bytes_.Data() + geometry_->indexEntriesStart;
+    PrefetchForSearch(bytes_.Data() + layout_->bitmap, data, used);
     if (prefix != 0) {
         // An entry that is not within the common prefix stands before all entries or behind all.
         const int order =
