@@ -24,17 +24,15 @@ std::uint64_t LoadBits(const std::uint8_t* bitmap, std::uint32_t byte) {
 /// looked at.
 std::uint64_t LeadingBytes(const std::uint8_t* bytes, std::size_t count, std::size_t readable) {
     constexpr std::size_t kBytes = sizeof(std::uint64_t);
+    if (count == 0) return 0;
     std::uint8_t b[kBytes] = {};
     if (readable >= kBytes) {
         std::memcpy(b, bytes, kBytes);
     } else {
         std::memcpy(b, bytes, std::min(count, kBytes));
     }
-    const auto at = [&b](std::size_t i) { return std::uint64_t{b[i]} << (8 * (kBytes - 1 - i)); };
-    // One load with its bytes reversed, once compiled.
-    const std::uint64_t number = at(0) | at(1) | at(2) | at(3) | at(4) | at(5) | at(6) | at(7);
-    if (count >= kBytes) return number;
-    return count == 0 ? 0 : number & ~std::uint64_t{0} << (8 * (kBytes - count));
+    const std::uint64_t number = LoadBigEndian64(b);
+    return count >= kBytes ? number : number & ~std::uint64_t{0} << (8 * (kBytes - count));
 }
 
 /// Asks the memory for what a search is likely to look at: all end marks, and the entries that its first
