@@ -2,9 +2,9 @@
 // row by its key, scans it, adds rows to it and checks it, each in a process of its own, so that the most
 // memory that each of them had can be told. SQLite does the same beside it.
 //
-//   jet_large_file [MEGABYTES]        250; up to 2,000, of which it writes about twice as much to the
-//   temporary
-//                                     folder
+//   jet_large_file [MEGABYTES]        250; up to 2,000
+//
+// Twice as much goes to the temporary folder.
 //
 // "cold" has the host forget the file before it is opened, as after a restart.
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <ostream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,6 +28,10 @@ struct Sample {
     bool asks = false;         // before it destroys anything
     bool usesLibrary = false;  // for the name of a database
 };
+
+void PrintTo(const Sample& one, std::ostream* out) {
+    *out << one.command;
+}
 
 const Sample kSamples[] = {
     {.command = "list", .arguments = {}, .hasResult = true, .usesLibrary = true},

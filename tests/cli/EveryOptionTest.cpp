@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <ostream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,6 +25,10 @@ struct OptionCase {
     const char* option;
     void (*look)(const CommandWorld&);
 };
+
+void PrintTo(const OptionCase& one, std::ostream* out) {
+    *out << one.option;
+}
 
 /// The games of "Arcade" that an import with these options added.
 std::vector<std::string> Imported(const CommandWorld& world, const std::string& datafile,

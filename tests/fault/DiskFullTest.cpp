@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <numeric>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -108,6 +109,10 @@ struct Operation {
     void (*run)(jet::Database& database);
     std::size_t cacheBytes = std::size_t{4} << 20;
 };
+
+void PrintTo(const Operation& one, std::ostream* out) {
+    *out << one.name;
+}
 
 void InUnit(jet::Database& database, const std::function<void()>& changes) {
     jet::Unit unit(database.GetPager());

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <functional>
+#include <ostream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -88,6 +89,10 @@ struct BadFile {
     Bytes (*make)();
     int expected;  ///< error of opening
 };
+
+void PrintTo(const BadFile& one, std::ostream* out) {
+    *out << one.name;
+}
 
 Bytes FromText(const std::string& text) {
     return {text.begin(), text.end()};

@@ -6,6 +6,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <filesystem>
+#include <ostream>
 #include <set>
 
 #include <gtest/gtest.h>
@@ -151,6 +152,7 @@ public:
     struct Entry {
         const char* name;
         void (EveryMenuEntry::*look)();
+        friend void PrintTo(const Entry& one, std::ostream* out) { *out << one.name; }
     };
     static const std::vector<Entry>& Entries() {
         static const std::vector<Entry> entries = {

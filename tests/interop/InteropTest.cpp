@@ -2,6 +2,7 @@
 // and databases of our own making. Every table of every file is compared cell by cell.
 
 #include <algorithm>
+#include <ostream>
 
 #include <gtest/gtest.h>
 
@@ -142,6 +143,10 @@ struct Source {
     bool needsSamples;
     std::vector<fs::path> (*prepare)(const TemporaryFolder& folder);
 };
+
+void PrintTo(const Source& one, std::ostream* out) {
+    *out << one.name;
+}
 
 std::vector<fs::path> AsAccessWroteThem(const TemporaryFolder&) {
     return GenuineFiles();

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <ostream>
 #include <random>
 #include <set>
 
@@ -84,6 +85,10 @@ struct Damage {
     void (*apply)(DatabaseBytes& file);
     const char* expected;  ///< in one of the findings
 };
+
+void PrintTo(const Damage& one, std::ostream* out) {
+    *out << one.name;
+}
 
 const Damage kDamages[] = {
     {"FreeWordOfADataPage",

@@ -1,4 +1,5 @@
 #include <memory>
+#include <ostream>
 #include <set>
 #include <vector>
 
@@ -30,6 +31,10 @@ struct Case {
     int changes;
     std::uint32_t seed;
 };
+
+void PrintTo(const Case& one, std::ostream* out) {
+    *out << one.name;
+}
 
 /// The states that the database went through, by fingerprint, and the last one that was promised to be
 /// durable.
