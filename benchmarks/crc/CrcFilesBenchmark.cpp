@@ -56,7 +56,8 @@ void JustRead(const std::vector<std::string>& files) {
 void Checksum(const std::vector<std::string>& files) {
     marrowkit::clsCRC crc;
     for (const std::string& file : files) {
-        if (!crc.CalculateHostFile(file.c_str())) std::abort();
+        marrowkit::WholeFileReader reader(file.c_str());
+        if (!crc.CalculateOpenFile(reader)) std::abort();
     }
 }
 

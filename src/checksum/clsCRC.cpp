@@ -59,11 +59,7 @@ std::int32_t clsCRC::CalculateString(std::string_view text) {
 }
 
 std::optional<std::int32_t> clsCRC::CalculateFile(std::string_view path) {
-    return CalculateHostFile(HostPath(path).c_str());
-}
-
-std::optional<std::int32_t> clsCRC::CalculateHostFile(const char* hostPath) {
-    WholeFileReader file(hostPath);
+    WholeFileReader file(HostPath(path).c_str());
     return CalculateOpenFile(file);
 }
 

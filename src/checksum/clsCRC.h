@@ -45,9 +45,8 @@ public:
     /// missing file (76 when its folder is missing), 70 or 75 for one that cannot be read, 57 when reading
     /// fails.
     std::optional<std::int32_t> CalculateFile(std::string_view path);
-    /// The same by the host's own, zero-terminated path, for callers that walk the disk themselves.
-    std::optional<std::int32_t> CalculateHostFile(const char* hostPath);
-    /// The same for a file that is open, none of which was read yet.
+    /// The same for a file that is open, none of which was read yet: for callers that walk the disk
+    /// themselves.
     std::optional<std::int32_t> CalculateOpenFile(WholeFileReader& file);
     /// `goOn` is asked between the blocks (256 KiB) of a file. Once it says no the file is left where it is,
     /// with nothing at all for its checksum, as for an empty one.

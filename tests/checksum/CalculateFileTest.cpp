@@ -1,3 +1,5 @@
+#include <cstdint>
+#include <optional>
 #include <random>
 #include <string>
 
@@ -31,10 +33,15 @@ std::span<const std::uint8_t> BytesOf(const std::string& text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
+std::optional<std::int32_t> CalculateHostFile(clsCRC& crc, const char* hostPath) {
+    WholeFileReader file(hostPath);
+    return crc.CalculateOpenFile(file);
+}
+
 int ErrorOf(const fs::path& file) {
     clsCRC crc;
     try {
-        crc.CalculateHostFile(file.c_str());
+        CalculateHostFile(crc, file.c_str());
     } catch (const RuntimeError& error) {
         return error.number;
     }
@@ -46,14 +53,14 @@ TEST(CalculateFile, GivesNothingForAnEmptyFileAndKeepsTheRunningValues) {
     test::WriteFile(folder / "empty.bin", "");
     clsCRC crc;
     crc.AddString("123456789");
-    EXPECT_EQ(crc.CalculateHostFile((folder / "empty.bin").c_str()), std::nullopt);
+    EXPECT_EQ(CalculateHostFile(crc, (folder / "empty.bin").c_str()), std::nullopt);
     EXPECT_EQ(crc.Value(), -873187034);
 }
 
 TEST(CalculateFile, GivesNothingForAFolder) {
     const test::TemporaryFolder folder;
     clsCRC crc;
-    EXPECT_EQ(crc.CalculateHostFile(folder.Path().c_str()), std::nullopt);
+    EXPECT_EQ(CalculateHostFile(crc, folder.Path().c_str()), std::nullopt);
 }
 
 TEST(CalculateFile, SumsTheWholeFileWhateverItsLength) {
@@ -69,7 +76,7 @@ TEST(CalculateFile, SumsTheWholeFileWhateverItsLength) {
             crc.SetAlgorithm(algorithm);
             expected.SetAlgorithm(algorithm);
             crc.AddString("left over from before");
-            EXPECT_EQ(crc.CalculateHostFile((folder / "rom.bin").c_str()),
+            EXPECT_EQ(CalculateHostFile(crc, (folder / "rom.bin").c_str()),
                       expected.CalculateBytes(BytesOf(content)))
                 << bytes << " bytes, algorithm " << algorithm;
             EXPECT_EQ(crc.Value(), expected.Value());
@@ -116,14 +123,14 @@ TEST(CalculateFile, AsksBetweenBlocksAndStopsAtANo) {
     crc.AddString("123456789");
     int asked = 0;
     crc.AskBetweenBlocks([&asked] { return ++asked < 3; });
-    EXPECT_EQ(crc.CalculateHostFile((folder / "large").c_str()), std::nullopt);
+    EXPECT_EQ(CalculateHostFile(crc, (folder / "large").c_str()), std::nullopt);
     EXPECT_EQ(asked, 3);
     EXPECT_EQ(crc.Value(), -873187034) << "the running values are those of before";
     crc.AskBetweenBlocks([&asked] { return ++asked > 0; });
-    const auto whole = crc.CalculateHostFile((folder / "large").c_str());
+    const auto whole = CalculateHostFile(crc, (folder / "large").c_str());
     EXPECT_EQ(asked, 6) << "not behind the last block";
     crc.AskBetweenBlocks({});
-    EXPECT_EQ(crc.CalculateHostFile((folder / "large").c_str()), whole);
+    EXPECT_EQ(CalculateHostFile(crc, (folder / "large").c_str()), whole);
 }
 
 TEST(CalculateFile, RaisesFileNotFoundForAMissingFile) {
@@ -143,7 +150,7 @@ TEST(CalculateFile, KeepsTheRunningValuesWhenItFails) {
     const test::TemporaryFolder folder;
     clsCRC crc;
     crc.AddString("123456789");
-    EXPECT_THROW(crc.CalculateHostFile((folder / "nothing.bin").c_str()), RuntimeError);
+    EXPECT_THROW(CalculateHostFile(crc, (folder / "nothing.bin").c_str()), RuntimeError);
     EXPECT_EQ(crc.Value(), -873187034);
 }
 
@@ -168,7 +175,7 @@ TEST(CalculateFile, DoesNotWaitForAPipe) {
     const test::TemporaryFolder folder;
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     clsCRC crc;
-    EXPECT_EQ(crc.CalculateHostFile((folder / "pipe").c_str()), std::nullopt);
+    EXPECT_EQ(CalculateHostFile(crc, (folder / "pipe").c_str()), std::nullopt);
 }
 
 #ifdef __linux__
@@ -176,7 +183,7 @@ TEST(CalculateFile, DoesNotWaitForAPipe) {
 TEST(CalculateFile, GivesNothingForAFileThatTellsNoLength) {
     EXPECT_FALSE(test::ReadFile("/proc/self/status").empty());
     clsCRC crc;
-    EXPECT_EQ(crc.CalculateHostFile("/proc/self/status"), std::nullopt);
+    EXPECT_EQ(CalculateHostFile(crc, "/proc/self/status"), std::nullopt);
 }
 #endif
 #endif
