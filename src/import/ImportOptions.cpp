@@ -20,12 +20,8 @@ bool IsAsciiLetter(char c) {
 void StoreRomPath(const std::string& typed, ImportSettings& settings) {
     constexpr std::size_t kDriveRootCharacters = 3;
     settings.RomPath = typed;
-    settings.RomPathSlash = typed;
-    if (!typed.ends_with('\\')) {
-        settings.RomPathSlash += '\\';
-    } else if (CharacterCount(typed) > kDriveRootCharacters) {
-        settings.RomPath.pop_back();
-    }
+    settings.RomPathSlash = WithTrailingBackslash(typed);
+    if (typed.ends_with('\\') && CharacterCount(typed) > kDriveRootCharacters) settings.RomPath.pop_back();
 }
 
 }  // namespace
@@ -77,8 +73,7 @@ std::optional<ImportRefusal> StoreImportOptions(const ImportOptions& options, co
     settings.NameColumn = options.nameColumn;
     settings.DatabaseName = options.name;
     settings.NewFolderPath = newFolder;
-    settings.NewFolderPathSlash = newFolder;
-    if (!newFolder.empty() && !newFolder.ends_with('\\')) settings.NewFolderPathSlash += '\\';
+    settings.NewFolderPathSlash = newFolder.empty() ? newFolder : WithTrailingBackslash(newFolder);
     return std::nullopt;
 }
 

@@ -37,6 +37,10 @@ struct ImportSettings {
     std::string BrowseFolderPath;  ///< into and out of the folder picker
 };
 
+/// The form of an import's path that has a "\" at its end. Only a "\" counts as one that is there: what
+/// follows this form is the rest of a path below it, and a "/" that was typed belongs to the name.
+std::string WithTrailingBackslash(std::string path);
+
 /// The record of the running program. Windows set it before a modal window opens and read it after it has
 /// closed; the stages take theirs as a parameter.
 ImportSettings& GlobalImportSettings();

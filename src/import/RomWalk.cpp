@@ -26,8 +26,7 @@ public:
     }
 
     void Folder(const std::string& path) {
-        // As RomPathSlash has it, of which matches are the rest: a "/" is no end of a path.
-        const std::string folder = path.ends_with('\\') ? path : path + '\\';
+        const std::string folder = WithTrailingBackslash(path);
         std::vector<std::string> subfolders;
         {
             // Read once for the subfolders and for every pattern.
