@@ -16,8 +16,6 @@ using Key = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t kNullAscending = 0x00;
 constexpr std::uint8_t kNullDescending = 0xFF;
-constexpr std::uint8_t kValueAscending = 0x7F;
-constexpr std::uint8_t kValueDescending = 0x80;
 
 constexpr std::size_t kSegmentBytes = 8;
 constexpr std::uint8_t kSegmentContinues = 9;
@@ -144,7 +142,7 @@ void AppendKeyColumn(JetVersion version, const ColumnDefinition& column, bool as
         key.push_back(ascending ? kNullAscending : kNullDescending);
         return;
     }
-    key.push_back(ascending ? kValueAscending : kValueDescending);
+    key.push_back(ValueFlag(ascending));
     static const Value kFalse = false;  // with a name, so that the other value is not copied
     AppendValue(version, column, ascending, IsNull(value) ? kFalse : value, key);
 }
@@ -161,7 +159,7 @@ bool AppendStoredKey(JetVersion version, const ColumnDefinition& column, bool as
             return true;
         case ColumnType::Text:
             if (!ascending) return false;
-            key.push_back(kValueAscending);
+            key.push_back(ValueFlag(ascending));
             if (AppendStoredTextKey(version, stored, key)) return true;
             key.resize(start);
             return false;

@@ -20,6 +20,11 @@ void AppendKeyColumn(JetVersion version, const ColumnDefinition& column, bool as
 bool AppendStoredKey(JetVersion version, const ColumnDefinition& column, bool ascending, ByteView stored,
                      std::vector<std::uint8_t>& key);
 
+/// The first byte of the key of a value that is not Null.
+constexpr std::uint8_t ValueFlag(bool ascending) {
+    return ascending ? 0x7F : 0x80;
+}
+
 /// Bytes of the key of a whole number that is stored in this many; see PutWholeNumberKey.
 constexpr std::size_t WholeNumberKeyBytes(std::size_t storedBytes) {
     return 1 + storedBytes;
@@ -30,7 +35,7 @@ inline void PutWholeNumberKey(ByteView stored, bool ascending, std::uint8_t* key
     const std::uint8_t flip = ascending ? 0x00 : 0xFF;
     const std::uint8_t* const bytes = stored.Data();
     const bool isLong = stored.Size() == sizeof(std::int32_t);
-    *key++ = static_cast<std::uint8_t>(0x7F ^ flip);
+    *key++ = ValueFlag(ascending);
     *key++ = static_cast<std::uint8_t>(bytes[isLong ? 3 : 1] ^ flip ^ kSign);
     if (isLong) {
         *key++ = static_cast<std::uint8_t>(bytes[2] ^ flip);
