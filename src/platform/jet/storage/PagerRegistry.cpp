@@ -1,6 +1,7 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
+#include <exception>
 #include <map>
 #include <mutex>
 #include <string>
@@ -90,6 +91,18 @@ void JoinUsers(OpenedDatabase& opened) {
     opened.file->Unlock(FilePager::kGateLock, 1);
 }
 
+/// Goes again, when the file cannot be opened after all. Raises nothing: what made that so is what counts.
+void LeaveUsers(OpenedDatabase& opened) noexcept {
+    if (!opened.lockFile) return;
+    try {
+        const bool gate = opened.file->TryLock(FilePager::kGateLock, 1, true);
+        opened.lockFile->Leave();
+        if (gate) opened.file->Unlock(FilePager::kGateLock, 1);
+    } catch (const RuntimeError&) {
+        return;  // a lock file that stays behind is harmless
+    }
+}
+
 /// Undoes what a process that died left half-written.
 void RecoverIfNeeded(OpenedDatabase& opened) {
     using Clock = std::chrono::steady_clock;
@@ -153,10 +166,15 @@ std::shared_ptr<Pager> Pager::Open(Storage& storage, const std::string& path, co
     if (!opened.header.password.empty()) RaiseJet(JetError::WrongPassword);
     TakePresence(opened);
     JoinUsers(opened);
-    opened.journal = std::make_unique<Journal>(storage, path);
-    RecoverIfNeeded(opened);
-    opened.header = ReadHeader(opened);
-    CheckSize(opened);
+    try {
+        opened.journal = std::make_unique<Journal>(storage, path);
+        RecoverIfNeeded(opened);
+        opened.header = ReadHeader(opened);
+        CheckSize(opened);
+    } catch (const std::exception&) {
+        LeaveUsers(opened);
+        throw;
+    }
     const auto pager = std::make_shared<FilePager>(std::move(opened));
     registry.pagers[key] = pager;
     return pager;

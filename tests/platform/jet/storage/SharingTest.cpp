@@ -217,6 +217,15 @@ TEST_F(SharingTest, ALeftOverLockFileIsHarmless) {
     EXPECT_FALSE(one.Exists("Test.ldb"));
 }
 
+TEST_F(SharingTest, AFileThatCannotBeOpenedKeepsNoLockFileBesideIt) {
+    const std::uint64_t whole = one.Open(kPath, OpenMode::ReadOnly)->Size();
+    for (const std::uint64_t size : {whole - 1, std::uint64_t{4096}}) {
+        one.Open(kPath, OpenMode::ReadWrite)->Truncate(size);
+        ExpectError(3049, [&] { Pager::Open(one, kPath); });
+        EXPECT_FALSE(one.Exists("Test.ldb")) << size;
+    }
+}
+
 /// A program that knows Jet's locks but not ours.
 class Stranger {
 public:
