@@ -75,7 +75,8 @@ int RunDeleteRecord(Session& session, const RecordOptions& options) {
     const auto replacements =
         ListLookupRecords(database, ReplacementStatement(table, options.id), dao::RecordsetType::Snapshot);
     const LookupRecord* replacement = FindRecord(replacements, options.replacementId);
-    if (replacement == nullptr) {
+    // A key that is not positive means "none chosen" to the window, so no record of such a key can be.
+    if (replacement == nullptr || options.replacementId <= 0) {
         return session.Fail("There is no other record " + std::to_string(options.replacementId) + " in " +
                             std::string(table.table) + " that could take its place.");
     }

@@ -147,6 +147,21 @@ TEST_F(MaintenanceCommands, DeleteRecordRefusesProtectedAndUnknownRecords) {
     EXPECT_EQ(database_.One("SELECT COUNT(*) FROM Languages"), "2");
 }
 
+// The window takes such a key for no choice at all.
+TEST_F(MaintenanceCommands, ARecordWhoseKeyIsNotPositiveIsNoReplacement) {
+    for (const std::string id : {"0", "-7"}) {
+        database_.Execute("INSERT INTO Languages (LA_Id, Language) VALUES (" + id + ", \"Odd\")");
+        const CommandLineRun run =
+            Run({"--yes", "delete-record", "Arcade", "Languages", "2", "--replace-with", id});
+        EXPECT_EQ(run.exitCode, 1) << id;
+        EXPECT_EQ(run.err, "There is no other record " + id + " in Languages that could take its place.\n");
+    }
+    EXPECT_EQ(database_.One("SELECT COUNT(*) FROM Languages WHERE LA_Id = 2"), "1");
+    EXPECT_EQ(Run({"--yes", "delete-record", "Arcade", "Languages", "-7", "--replace-with", "1"}).exitCode,
+              0);
+    EXPECT_EQ(database_.One("SELECT COUNT(*) FROM Languages WHERE LA_Id = -7"), "0");
+}
+
 TEST_F(MaintenanceCommands, DeleteRemovesADatabasesFolderAndNothingElse) {
     WriteFile(database_.LibraryFolder() / "Other/file", "x");
     for (const std::string& name : {std::string("Other"), std::string(".."), std::string("Arcade\\Gfx"),
