@@ -98,7 +98,13 @@ void RemoveHostTree(const std::string& hostPath) {
         if (errno == ENOENT || errno == ENOTDIR) return;
         RaiseNotRemoved(errno, false);
     }
-    const Descriptor parent(OpenRetrying(ParentOf(hostPath).c_str(), O_RDONLY | O_DIRECTORY));
+    const std::string parentPath = ParentOf(hostPath);
+    // What goes may be made writable first; the folder around it stays, and so do its permissions. Asked
+    // before anything is removed: a folder that cannot go must not lose what is in it.
+    if (faccessat(AT_FDCWD, parentPath.c_str(), W_OK | X_OK, AT_EACCESS) != 0) {
+        RaiseNotRemoved(errno, S_ISDIR(info.st_mode));
+    }
+    const Descriptor parent(OpenRetrying(parentPath.c_str(), O_RDONLY | O_DIRECTORY));
     const std::size_t slash = hostPath.find_last_of('/');
     if (parent.Get() < 0) {
         // A folder that may be searched but not read still lets its entries go.

@@ -104,6 +104,24 @@ TEST_F(DeletePathTest, WhatCannotBeDeletedIsAnError) {
     EXPECT_TRUE(fs::exists(Host("locked/folder")));
 }
 
+TEST_F(DeletePathTest, AFolderThatMayNotBeChangedKeepsItsEntriesWholeAndItsPermissions) {
+    Write("library/Arcade/sub/x", "x");
+    Write("library/file", "x");
+    for (const unsigned mode : {0555U, 0111U}) {
+        fs::permissions(Host("library"), fs::perms(mode));
+        {
+            const test::OrdinaryUser user(Root());
+            EXPECT_EQ(RaisedBy([] { DeletePath("C:\\library\\Arcade"); }), 75);
+            EXPECT_EQ(RaisedBy([] { DeletePath("C:\\library\\file"); }), 70);
+            DeletePath("C:\\library\\none");
+        }
+        EXPECT_EQ(fs::status(Host("library")).permissions(), fs::perms(mode));
+        fs::permissions(Host("library"), fs::perms::owner_all);
+        EXPECT_EQ(Read("library/Arcade/sub/x"), "x");
+        EXPECT_EQ(Read("library/file"), "x");
+    }
+}
+
 TEST_F(DeletePathTest, AFolderThatMayBeSearchedButNotReadLetsItsEntriesGo) {
     Write("hidden/file", "x");
     Write("hidden/folder/sub/x", "x");
