@@ -5,6 +5,7 @@
 
 #include "cli/Commands.h"
 #include "cli/DatabaseArgument.h"
+#include "cli/OpenForReading.h"
 #include "maintenance/ClearGameExtras.h"
 #include "maintenance/CompactDatabase.h"
 #include "maintenance/FixNullData.h"
@@ -62,7 +63,13 @@ void AddMaintenanceCommands(CLI::App& app, Session& session) {
         command->footer(operation.footer);
         command->callback([&session, database, run = operation.run] {
             session.run = Session::Changing([database, run](Session& current) -> int {
-                return run(current.Ui(), DatabaseNode(*database)) ? kDone : kFailed;
+                SelectedNode node;
+                const int understood = FailOnError(current, [&] {
+                    node = DatabaseNode(*database);
+                    return kDone;
+                });
+                if (understood != kDone) return understood;
+                return run(current.Ui(), node) ? kDone : kFailed;
             });
         });
     }

@@ -62,7 +62,12 @@ int RunRecords(Session& session, const RecordOptions& options) {
 }
 
 int RunDeleteRecord(Session& session, const RecordOptions& options) {
-    const std::string path = DatabaseOf(options.database);
+    std::string path;
+    const int understood = FailOnError(session, [&] {
+        path = DatabaseOf(options.database);
+        return kDone;
+    });
+    if (understood != kDone) return understood;
     if (!FileTools().FileExists(path, 0, "")) return FailForMissing(session, path);
     const LookupTable& table = *FindLookupTable(options.table);
     dao::Database database = dao::DBEngine().OpenDatabase(path);

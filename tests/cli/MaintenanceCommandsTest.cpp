@@ -124,6 +124,18 @@ TEST_F(MaintenanceCommands, RecordsListsWhatMayBeDeleted) {
     EXPECT_EQ(Run({"records", "Arcade", "Games"}).exitCode, 2);
 }
 
+// A mistyped argument is nothing unexpected.
+TEST_F(MaintenanceCommands, ADatabaseThatCannotBeAFileIsRefusedWithAMessage) {
+    for (const std::string command : {"fix", "compact", "clear-extras", "remove-views", "show"}) {
+        for (const std::string argument : {"", "Arc*", "a\"b", "\\\\server\\share\\x.mdb", "Q:"}) {
+            const CommandLineRun run = Run({"--yes", command, argument});
+            EXPECT_EQ(run.exitCode, 1) << command << " " << argument << ": " << run.err;
+            EXPECT_THAT(run.err, testing::Not(HasSubstr("Run-time error"))) << command << " " << argument;
+        }
+    }
+    EXPECT_EQ(Run({"delete-record", "Arc*", "Languages", "2", "--replace-with", "1"}).exitCode, 1);
+}
+
 TEST_F(MaintenanceCommands, DeleteRecordMovesGames) {
     database_.Execute("INSERT INTO Games (Name, LA_Id) VALUES (\"A\", 2)");
     const CommandLineRun run =
