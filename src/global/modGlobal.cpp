@@ -1,9 +1,8 @@
 #include "global/modGlobal.h"
 
-#include <cstdlib>
-
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/DriveMap.h"
+#include "platform/files/HostFiles.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
 #include "platform/installation/LibraryChoice.h"
@@ -27,9 +26,7 @@ std::string StartFolder() {
 
 void Start(const std::string& library) {
     std::string chosen = library;
-    if (const char* named = std::getenv("MARROWKIT_LIBRARY"); chosen.empty() && named != nullptr) {
-        chosen = named;
-    }
+    if (chosen.empty()) chosen = EnvironmentText("MARROWKIT_LIBRARY");
     if (chosen.empty() && IsInstalled()) chosen = RememberedLibrary();
     if (chosen.empty()) {
         LibraryRoot = WithFinalBackslash(ProgramFolder());

@@ -97,12 +97,18 @@ constexpr std::array kSystemCodes = {
     SystemCode{38, RuntimeErrorNumber::InputPastEnd},        // ERROR_HANDLE_EOF
     SystemCode{39, RuntimeErrorNumber::DiskFull},            // ERROR_HANDLE_DISK_FULL
     SystemCode{53, RuntimeErrorNumber::PathNotFound},        // ERROR_BAD_NETPATH
+    SystemCode{55, RuntimeErrorNumber::DeviceUnavailable},   // ERROR_DEV_NOT_EXIST
+    SystemCode{67, RuntimeErrorNumber::PathNotFound},        // ERROR_BAD_NET_NAME
     SystemCode{80, RuntimeErrorNumber::FileAlreadyExists},   // ERROR_FILE_EXISTS
     SystemCode{112, RuntimeErrorNumber::DiskFull},           // ERROR_DISK_FULL
     SystemCode{123, RuntimeErrorNumber::BadFileName},        // ERROR_INVALID_NAME
     SystemCode{145, RuntimeErrorNumber::PathFileAccess},     // ERROR_DIR_NOT_EMPTY
+    SystemCode{161, RuntimeErrorNumber::BadFileName},        // ERROR_BAD_PATHNAME
     SystemCode{183, RuntimeErrorNumber::FileAlreadyExists},  // ERROR_ALREADY_EXISTS
     SystemCode{206, RuntimeErrorNumber::BadFileName},        // ERROR_FILENAME_EXCED_RANGE
+    SystemCode{267, RuntimeErrorNumber::PathNotFound},       // ERROR_DIRECTORY
+    SystemCode{1224, RuntimeErrorNumber::PermissionDenied},  // ERROR_USER_MAPPED_FILE
+    SystemCode{1295, RuntimeErrorNumber::DiskFull},          // ERROR_DISK_QUOTA_EXCEEDED
     SystemCode{1392, RuntimeErrorNumber::DeviceIoError},     // ERROR_FILE_CORRUPT
 };
 #else

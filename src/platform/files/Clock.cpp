@@ -1,18 +1,12 @@
 #include "platform/files/Clock.h"
 
+#include <array>
 #include <chrono>
-#include <cstdio>
+#include <cstddef>
 #include <ctime>
 #include <optional>
 
-#ifndef _WIN32
-#include <clocale>
-#include <langinfo.h>
-#endif
-
-#include <array>
-#include <cstddef>
-
+#include "platform/files/DateNames.h"
 #include "platform/text/CodePage1252.h"
 #include "platform/text/Utf8.h"
 
@@ -28,11 +22,6 @@ constexpr std::array<const char*, 12> kMonthNames = {"January",   "February", "M
                                                      "May",       "June",     "July",     "August",
                                                      "September", "October",  "November", "December"};
 
-struct DateNames {
-    std::string day;
-    std::string month;
-};
-
 /// 0 is Sunday.
 std::size_t WeekdayOf(const CalendarDate& date) {
     const std::chrono::year_month_day day{std::chrono::year{date.year},
@@ -41,29 +30,9 @@ std::size_t WeekdayOf(const CalendarDate& date) {
     return std::chrono::weekday{std::chrono::sys_days{day}}.c_encoding();
 }
 
-#ifndef _WIN32
 bool IsUsable(const std::string& name) {
     return !name.empty() && IsValidUtf8(name, Surrogates::Refused) && FitsCp1252(name);
 }
-
-std::optional<DateNames> NamesOfLocale(const CalendarDate& date, const char* localeName) {
-    // The names come in the locale's own encoding; those that are not UTF-8 are not used.
-    locale_t locale = newlocale(LC_TIME_MASK | LC_CTYPE_MASK, localeName, nullptr);
-    if (locale == nullptr) return std::nullopt;
-    constexpr std::array<nl_item, 7> kDays = {DAY_1, DAY_2, DAY_3, DAY_4, DAY_5, DAY_6, DAY_7};
-    constexpr std::array<nl_item, 12> kMonths = {MON_1, MON_2, MON_3, MON_4,  MON_5,  MON_6,
-                                                 MON_7, MON_8, MON_9, MON_10, MON_11, MON_12};
-    DateNames names{nl_langinfo_l(kDays.at(WeekdayOf(date)), locale),
-                    nl_langinfo_l(kMonths.at(static_cast<std::size_t>(date.month) - 1), locale)};
-    freelocale(locale);
-    if (!IsUsable(names.day) || !IsUsable(names.month)) return std::nullopt;
-    return names;
-}
-#else
-std::optional<DateNames> NamesOfLocale(const CalendarDate&, const char*) {
-    return std::nullopt;
-}
-#endif
 
 }  // namespace
 
@@ -96,9 +65,11 @@ std::string LongDateText(const CalendarDate& date) {
 }
 
 std::string LongDateText(const CalendarDate& date, const std::string& localeName) {
-    const DateNames english{kDayNames.at(WeekdayOf(date)),
-                            kMonthNames.at(static_cast<std::size_t>(date.month) - 1)};
-    const DateNames names = NamesOfLocale(date, localeName.c_str()).value_or(english);
+    const std::size_t weekday = WeekdayOf(date);
+    const auto month = static_cast<std::size_t>(date.month) - 1;
+    DateNames names = NamesOfLocale(weekday, month, localeName.c_str()).value_or(DateNames{});
+    if (!IsUsable(names.day) || !IsUsable(names.month))
+        names = {kDayNames.at(weekday), kMonthNames.at(month)};
     const std::string day = std::to_string(date.day);
     const std::string year = std::to_string(date.year);
     return names.day + (day.size() < 2 ? " 0" : " ") + day + " " + names.month + " " + year;

@@ -8,7 +8,9 @@
 namespace marrowkit {
 
 /// Where the drive letters lie among the host's folders, as a Windows program in a Wine prefix sees them.
-/// (On Windows paths pass through, and nothing of this is used.)
+///
+/// On Windows host paths are Windows paths, and a letter that has no entry here is the system's own drive:
+/// the map of a program is empty there, and paths pass through it. Only tests put something in.
 class DriveMap {
 public:
     struct Drive {
@@ -20,7 +22,7 @@ public:
     /// lies in, that is of the nearest folder above it that has a folder `dosdevices`; without one Z: is "/".
     static DriveMap ForProgramIn(const std::string& hostFolder);
 
-    /// Z: is "/".
+    /// Z: is "/"; on Windows empty.
     DriveMap();
     explicit DriveMap(std::vector<Drive> drives, std::string winePrefix = "");
 
@@ -33,7 +35,8 @@ public:
     /// first; from the first missing one on, the rest is taken as written. "." and ".." are worked out on the
     /// text; dots and blanks at the end of a name do not count, as Windows has it.
     /// Raises 68 for a letter without a drive, 52 for characters that no name may have, 76 for a share
-    /// ("\\server\...").
+    /// ("\\server\..."), which only Windows can reach. "C:file" is "C:\file"; on Windows it lies in the
+    /// folder that is current on that drive.
     std::string ToHost(std::string_view windowsPath) const;
 
     /// The Windows path of an absolute host path, by the deepest drive above it (folders are compared as the
@@ -48,7 +51,8 @@ private:
     std::string winePrefix_;
 };
 
-/// Finds `components` below a host folder as ToHost does.
+/// Finds `components` below a host folder as ToHost does. On Windows the file system itself ignores case, and
+/// they are taken as written.
 std::string ResolveBelow(const std::string& hostFolder, const std::vector<std::string>& components);
 
 /// The components of a Windows path behind its drive: both separators, "." and ".." worked out, dots and

@@ -1,6 +1,5 @@
 #include "platform/files/FileSystem.h"
 
-#include <cerrno>
 #include <optional>
 
 #include "platform/errors/RuntimeError.h"
@@ -21,6 +20,7 @@ std::optional<HostStatus> StatusOfPath(std::string_view path) {
 }
 
 bool IsHostRoot(const std::string& hostPath) {
+    if (HostParentOf(hostPath) == hostPath) return true;
     const auto status = StatusOf(hostPath);
     if (!status) return false;
     if (const auto root = StatusOf("/"); root && root->SameFileAs(*status)) return true;
@@ -31,13 +31,9 @@ bool IsHostRoot(const std::string& hostPath) {
     return false;
 }
 
-std::string HostFolderOf(const std::string& hostPath) {
-    return hostPath.substr(0, hostPath.find_last_of('/') + 1);
-}
-
 /// The new name as it was typed, in the folder that was found: HostPath gives the existing spelling.
 std::string AsTyped(const std::string& hostPath, std::string_view path) {
-    return HostFolderOf(hostPath) + FileNameOf(path);
+    return HostPathBelow(HostParentOf(hostPath), FileNameOf(path));
 }
 
 }  // namespace
@@ -62,8 +58,8 @@ bool IsFolder(std::string_view path) {
 std::int64_t FileLength(std::string_view path) {
     const std::string host = HostPath(path);
     const auto status = StatusOf(host);
-    if (!status) RaiseForHostPath(ENOENT, host);
-    if (status->kind == HostKind::Folder) RaiseSystemError(EISDIR);
+    if (!status) RaiseMissingHostFile(host);
+    if (status->kind == HostKind::Folder) RaiseHostFolderIsNoFile();
     return static_cast<std::int64_t>(status->size);
 }
 
@@ -86,7 +82,7 @@ void RenameFile(std::string_view from, std::string_view to) {
     const std::string source = HostPath(from);
     const std::string target = HostPath(to);
     if (source != target) return RenameHostEntry(source, target);
-    if (!LinkStatusOf(source)) RaiseForHostPath(ENOENT, source);
+    if (!LinkStatusOf(source)) RaiseMissingHostFile(source);
     const std::string typed = AsTyped(target, WithoutFinalBackslash(to));
     if (typed == source) Raise(RuntimeErrorNumber::FileAlreadyExists);
     RenameHostEntry(source, typed);

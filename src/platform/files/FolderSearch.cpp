@@ -16,16 +16,17 @@ namespace {
 std::uint32_t ToAttributes(std::string_view name, const HostStatus& status) {
     std::uint32_t attributes = status.kind == HostKind::Folder ? kAttributeDirectory : kAttributeArchive;
     if (!status.writable) attributes |= kAttributeReadOnly;
-    if (name.starts_with('.')) attributes |= kAttributeHidden;
+    if (IsHiddenEntry(name, status)) attributes |= kAttributeHidden;
     return attributes;
 }
 
 /// The folder and all above it, the way its path goes.
 std::vector<HostStatus> FoldersUpwards(const std::string& hostFolder) {
     std::vector<HostStatus> folders;
-    for (std::size_t end = hostFolder.size(); end != std::string::npos && end > 0;
-         end = hostFolder.find_last_of('/', end - 1)) {
-        if (const auto status = StatusOf(hostFolder.substr(0, end))) folders.push_back(*status);
+    std::string above = hostFolder;
+    for (std::string folder; folder != above; above = HostParentOf(folder)) {
+        folder = above;
+        if (const auto status = StatusOf(folder)) folders.push_back(*status);
     }
     if (const auto root = StatusOf("/")) folders.push_back(*root);
     return folders;

@@ -13,12 +13,21 @@ namespace marrowkit {
 // The operating system's files, by host path. Everything above speaks Windows paths and comes here through
 // HostPath(). Failures raise RuntimeError with the runtime's number (platform/errors/RuntimeError.h).
 
+#ifdef _WIN32
+/// A HANDLE; INVALID_HANDLE_VALUE is -1.
+using HostHandle = std::intptr_t;
+#else
+/// A file descriptor.
+using HostHandle = int;
+#endif
+
 enum class HostKind { File, Folder, Other };
 
 struct HostStatus {
     HostKind kind = HostKind::Other;
     bool isLink = false;    // only LinkStatusOf: the entry itself is a symbolic link
     bool writable = false;  // somebody has write permission
+    bool hidden = false;    // marked so on Windows; elsewhere only a name can say it
     std::uint64_t size = 0;
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
@@ -32,8 +41,20 @@ std::optional<HostStatus> StatusOf(const std::string& hostPath);
 /// The same for the entry itself, a link as a link.
 std::optional<HostStatus> LinkStatusOf(const std::string& hostPath);
 
+/// Whether listings for people leave the entry out: its name begins with a dot, on Windows it is marked.
+bool IsHiddenEntry(std::string_view name, const HostStatus& status);
+
 /// Raises what a failed call on a path means; "not found" becomes 76 when even the folder is missing.
 [[noreturn]] void RaiseForHostPath(int systemCode, const std::string& hostPath);
+/// Raises what opening a missing file does: 53, or 76.
+[[noreturn]] void RaiseMissingHostFile(const std::string& hostPath);
+/// Raises what opening a folder as a file does: 75.
+[[noreturn]] void RaiseHostFolderIsNoFile();
+
+/// The folder that a path's last component lies in; of a root the root itself.
+std::string HostParentOf(const std::string& hostPath);
+/// An entry of a folder.
+std::string HostPathBelow(const std::string& hostFolder, std::string_view name);
 
 /// An open file, closed at the end.
 class HostFile {
@@ -55,7 +76,7 @@ public:
 
 private:
     std::string path_;
-    int handle_ = -1;
+    HostHandle handle_ = -1;
 };
 
 /// The whole file. Raises 7 for one that does not fit into memory.
@@ -103,11 +124,12 @@ public:
     std::optional<HostKind> ListedKind() const { return listedKind_; }
     /// Whether entries can be looked at, which takes another right than listing them.
     bool CanLookAtEntries() const;
-    /// Status of the entry that NextName gave last, links followed; nullopt for a dangling link.
+    /// Status of the entry that NextName gave last, links followed; nullopt for a dangling link. On Windows
+    /// it comes with the listing, without device and inode unless the entry is a link.
     std::optional<HostStatus> Status() const;
 
 private:
-    void* stream_;
+    void* stream_;  ///< the system's listing
     const char* name_ = nullptr;
     std::optional<HostKind> listedKind_;
 };
@@ -122,12 +144,12 @@ public:
     ~OpenHostFolder();
 
     /// A descriptor of the system, only for openat and its like; negative when the folder could not be
-    /// opened.
+    /// opened, and always on Windows, which has no such calls.
     int Descriptor() const { return descriptor_; }
     std::string PathOf(std::string_view name) const;
 
 private:
-    std::string path_;  ///< ends in "/"
+    std::string path_;  ///< with a separator at its end
     int descriptor_ = -1;
 };
 
@@ -137,8 +159,9 @@ std::string CurrentHostFolder();
 /// The folder that holds the running program's file.
 std::string ProgramHostFolder();
 /// Where our settings go, which need not exist: $XDG_CONFIG_HOME/marrowkit (a relative one is to be ignored)
-/// or
-/// ~/.config/marrowkit. Empty when the environment names neither.
+/// or ~/.config/marrowkit; on Windows %APPDATA%\Marrowkit. Empty when the environment names neither.
 std::string SettingsHostFolder();
+/// A variable of the environment, in UTF-8; empty when it is not set.
+std::string EnvironmentText(const char* name);
 
 }  // namespace marrowkit

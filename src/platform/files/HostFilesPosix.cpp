@@ -1,6 +1,4 @@
 #include <cerrno>
-#include <new>
-#include <stdexcept>
 #include <utility>
 
 #include <sys/stat.h>
@@ -43,15 +41,27 @@ std::optional<HostStatus> LinkStatusOf(const std::string& hostPath) {
     return ToStatus(info);
 }
 
+bool IsHiddenEntry(std::string_view name, const HostStatus&) {
+    return name.starts_with('.');
+}
+
 void RaiseForHostPath(int systemCode, const std::string& hostPath) {
     if (systemCode == ENOENT) {
-        const auto parent = StatusOf(ParentOf(hostPath));
+        const auto parent = StatusOf(HostParentOf(hostPath));
         if (!parent || parent->kind != HostKind::Folder) {
             SetLastPlatformErrorCode(systemCode);
             Raise(RuntimeErrorNumber::PathNotFound);
         }
     }
     RaiseSystemError(systemCode);
+}
+
+void RaiseMissingHostFile(const std::string& hostPath) {
+    RaiseForHostPath(ENOENT, hostPath);
+}
+
+void RaiseHostFolderIsNoFile() {
+    RaiseSystemError(EISDIR);
 }
 
 HostFile::HostFile(std::string hostPath, Mode mode) : path_(std::move(hostPath)) {
@@ -90,29 +100,6 @@ void HostFile::Write(std::string_view bytes) {
 void HostFile::Close() {
     const int handle = std::exchange(handle_, -1);
     if (handle >= 0 && close(handle) != 0) RaiseSystemError(errno);
-}
-
-std::string ReadHostFile(const std::string& hostPath) try {
-    HostFile file(hostPath, HostFile::Mode::Read);
-    std::string bytes;
-    std::size_t filled = 0;
-    bytes.resize(static_cast<std::size_t>(file.Size()) + 1);  // one more shows the end without growing
-    while (const std::size_t count = file.Read({bytes.data() + filled, bytes.size() - filled})) {
-        filled += count;
-        if (filled == bytes.size()) bytes.resize(bytes.size() + bytes.size() / 2 + 4096);
-    }
-    bytes.resize(filled);
-    return bytes;
-} catch (const std::bad_alloc&) {
-    Raise(RuntimeErrorNumber::OutOfMemory);
-} catch (const std::length_error&) {
-    Raise(RuntimeErrorNumber::OutOfMemory);
-}
-
-void WriteHostFile(const std::string& hostPath, std::string_view bytes) {
-    HostFile file(hostPath, HostFile::Mode::Write);
-    file.Write(bytes);
-    file.Close();
 }
 
 }  // namespace marrowkit

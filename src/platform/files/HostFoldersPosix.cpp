@@ -55,15 +55,6 @@ void MakeHostFolder(const std::string& hostPath) {
     RaiseSystemError(code);
 }
 
-bool ForEachHostName(const std::string& hostFolder, const std::function<bool(const char*)>& visit) {
-    HostFolderReader reader(hostFolder);
-    if (!reader.IsOpen()) return false;
-    while (const char* name = reader.NextName()) {
-        if (!visit(name)) break;
-    }
-    return true;
-}
-
 HostFolderReader::HostFolderReader(const std::string& hostFolder) : stream_(opendir(hostFolder.c_str())) {}
 
 HostFolderReader::~HostFolderReader() {
@@ -108,6 +99,18 @@ std::string OpenHostFolder::PathOf(std::string_view name) const {
     return std::string(path_).append(name);
 }
 
+std::string HostParentOf(const std::string& hostPath) {
+    const std::size_t slash = hostPath.find_last_of('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : hostPath.substr(0, slash);
+}
+
+std::string HostPathBelow(const std::string& hostFolder, std::string_view name) {
+    std::string path = hostFolder;
+    if (path.empty() || path.back() != '/') path.push_back('/');
+    return path.append(name);
+}
+
 std::string CanonicalHostPath(const std::string& hostPath) {
     std::error_code error;
     fs::path path = fs::weakly_canonical(hostPath, error);
@@ -128,11 +131,16 @@ std::string ProgramHostFolder() {
 }
 
 std::string SettingsHostFolder() {
-    const char* config = std::getenv("XDG_CONFIG_HOME");
-    if (config != nullptr && config[0] == '/') return std::string(config) + "/marrowkit";
-    const char* home = std::getenv("HOME");
-    if (home != nullptr && home[0] == '/') return std::string(home) + "/.config/marrowkit";
+    const std::string config = EnvironmentText("XDG_CONFIG_HOME");
+    if (config.starts_with('/')) return config + "/marrowkit";
+    const std::string home = EnvironmentText("HOME");
+    if (home.starts_with('/')) return home + "/.config/marrowkit";
     return "";
+}
+
+std::string EnvironmentText(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? "" : value;
 }
 
 }  // namespace marrowkit

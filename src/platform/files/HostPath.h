@@ -17,7 +17,9 @@ void UseDrives(DriveMap drives);
 
 /// The host path of a path in either form: with a drive letter (any case, either separator), absolute on the
 /// host ("/srv/a.mdb"), or relative to the current folder. What does not exist (yet) is taken as written.
-/// Raises 52 for an empty path or characters that no name may have, 68 for an unknown drive, 76 for a share.
+/// Raises 52 for an empty path or characters that no name may have, 68 for an unknown drive, and (but on
+/// Windows) 76 for a share.
+/// On Windows both forms are one: an absolute path with backslashes and without "." and "..".
 std::string HostPath(std::string_view path);
 /// The same, nullopt in place of an error.
 std::optional<std::string> TryHostPath(std::string_view path);

@@ -98,7 +98,7 @@ void RemoveHostTree(const std::string& hostPath) {
         if (errno == ENOENT || errno == ENOTDIR) return;
         RaiseNotRemoved(errno, false);
     }
-    const std::string parentPath = ParentOf(hostPath);
+    const std::string parentPath = HostParentOf(hostPath);
     // What goes may be made writable first; the folder around it stays, and so do its permissions. Asked
     // before anything is removed: a folder that cannot go must not lose what is in it.
     if (faccessat(AT_FDCWD, parentPath.c_str(), W_OK | X_OK, AT_EACCESS) != 0) {

@@ -24,7 +24,7 @@ constexpr std::size_t kCopyBufferBytes = std::size_t{256} * 1024;
 
 /// Makes a new name last. Some file systems refuse it; the data is safe all the same.
 void SyncFolderOf(const std::string& hostPath) {
-    const Descriptor folder(OpenRetrying(ParentOf(hostPath).c_str(), O_RDONLY | O_DIRECTORY));
+    const Descriptor folder(OpenRetrying(HostParentOf(hostPath).c_str(), O_RDONLY | O_DIRECTORY));
     if (folder.Get() >= 0) static_cast<void>(fsync(folder.Get()));
 }
 

@@ -36,12 +36,6 @@ ssize_t ReadSome(int handle, std::span<char> buffer) {
     return count;
 }
 
-std::string ParentOf(const std::string& hostPath) {
-    const std::size_t slash = hostPath.find_last_of('/');
-    if (slash == std::string::npos) return ".";
-    return slash == 0 ? "/" : hostPath.substr(0, slash);
-}
-
 bool IsDotOrDotDot(const char* name) {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
 }

@@ -41,7 +41,6 @@ int WriteAll(int handle, std::string_view bytes);
 /// Number of bytes, -1 with errno.
 ssize_t ReadSome(int handle, std::span<char> buffer);
 
-std::string ParentOf(const std::string& hostPath);
 bool IsDotOrDotDot(const char* name);
 
 }  // namespace marrowkit::posix
