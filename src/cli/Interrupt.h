@@ -13,9 +13,6 @@ public:
 
     /// Whether Ctrl-C was pressed since.
     bool Pressed() const;
-
-private:
-    void (*before_)(int);
 };
 
 }  // namespace marrowkit::cli

@@ -3,18 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <iostream>
-#include <string_view>
 
-#ifdef _WIN32
-#include <io.h>
-#else
-#include <unistd.h>
-
-#include <sys/ioctl.h>
-#endif
-
+#include "cli/Terminal.h"
 #include "platform/process/StopRequest.h"
 #include "platform/text/Utf8.h"
 
@@ -27,38 +18,18 @@ constexpr std::uint32_t kEventRunsBetweenClockReadings = 64;
 constexpr int kBarCharacters = 30;
 constexpr int kFewestBarCharacters = 8;
 constexpr int kFewestPromptCharacters = 12;
-constexpr int kUsualColumns = 80;
 /// Before it, a rate would be a guess.
 constexpr double kSecondsBeforeRate = 1;
 
-/// Of the terminal; a line that is wider cannot be drawn over.
-int Columns() {
-#ifndef _WIN32
-    winsize size{};
-    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
-#endif
-    return kUsualColumns;
-}
-
 double SecondsBetween(std::chrono::steady_clock::time_point from, std::chrono::steady_clock::time_point to) {
     return std::chrono::duration<double>(to - from).count();
-}
-
-bool StandardErrorIsTerminalToDrawOn() {
-#ifdef _WIN32
-    return _isatty(2) != 0;
-#else
-    // A dumb one cannot go back to the beginning of a line.
-    const char* kind = std::getenv("TERM");
-    return isatty(STDERR_FILENO) != 0 && (kind == nullptr || std::string_view(kind) != "dumb");
-#endif
 }
 
 }  // namespace
 
 TerminalProgress::Style TerminalProgress::StyleFor(const std::ostream& err, bool quiet) {
     if (quiet) return Style::Silent;
-    const bool terminal = err.rdbuf() == std::cerr.rdbuf() && StandardErrorIsTerminalToDrawOn();
+    const bool terminal = err.rdbuf() == std::cerr.rdbuf() && IsStandardErrorDrawable();
     return terminal ? Style::Bar : Style::Lines;
 }
 
@@ -114,7 +85,7 @@ std::string TerminalProgress::Pace() const {
 std::string TerminalProgress::Line() const {
     std::string line = prompt_;
     if (!status_.empty()) line += " " + status_;
-    const int columns = Columns() - 1;
+    const int columns = TerminalColumns() - 1;
     if (maximum_ > minimum_) {
         const double share =
             (static_cast<double>(value_) - minimum_) / (static_cast<double>(maximum_) - minimum_);

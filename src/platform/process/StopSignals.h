@@ -1,12 +1,13 @@
 #pragma once
 
-#include <array>
-
 namespace marrowkit {
 
 /// While it lives, the signals that end a program (the system's SIGTERM, Ctrl-C, a terminal that closes)
 /// become a StopRequest: a database that is being changed would otherwise be left in the middle, with only
 /// the journal beside it to tell, and programs that know nothing of the journal would take it as it is.
+///
+/// On Windows these are Ctrl-C, Ctrl-Break, the closing of the console, and the end of the session. Of the
+/// last two the system lets nobody do more than delay them by some seconds, enough to undo what was begun.
 ///
 /// Signals about output that cannot go on (a pipe whose reader left, a limit of file sizes) are ignored
 /// meanwhile; the write fails then, and is handled like every other.
@@ -19,7 +20,8 @@ public:
     StopSignals& operator=(const StopSignals&) = delete;
     ~StopSignals();
 
-    /// The signal that came last since the program began; 0 when none did.
+    /// The signal that came last since the program began (SIGINT for Ctrl-C and Ctrl-Break, SIGTERM for the
+    /// other events of a console); 0 when none did.
     static int Received();
     /// Also writes a byte to this descriptor at every signal, to wake up whoever waits at a pipe's other end.
     static void WakeBy(int descriptor);
@@ -34,10 +36,6 @@ public:
         Idle& operator=(const Idle&) = delete;
         ~Idle();
     };
-
-private:
-    using Handler = void (*)(int);
-    std::array<Handler, 5> before_{};
 };
 
 }  // namespace marrowkit

@@ -1,19 +1,10 @@
-#include "platform/process/StandardStreams.h"
-
-#ifndef _WIN32
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
-#endif
+
+#include "platform/process/StandardStreams.h"
 
 namespace marrowkit {
-
-#ifdef _WIN32
-
-// Handles of the standard streams are no numbers that an opened file could be given.
-void OccupyStandardStreams() {}
-
-#else
 
 void OccupyStandardStreams() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
@@ -24,6 +15,7 @@ void OccupyStandardStreams() {
     }
 }
 
-#endif
+Utf8Console::Utf8Console() = default;
+Utf8Console::~Utf8Console() = default;
 
 }  // namespace marrowkit

@@ -1,12 +1,13 @@
-#include "cli/Interrupt.h"
-
 #include <csignal>
+
+#include "cli/Interrupt.h"
 
 namespace marrowkit::cli {
 
 namespace {
 
 volatile std::sig_atomic_t pressed = 0;
+void (*before)(int) = SIG_DFL;
 
 extern "C" void RememberInterrupt(int) {
     pressed = 1;
@@ -16,11 +17,11 @@ extern "C" void RememberInterrupt(int) {
 
 InterruptWatch::InterruptWatch() {
     pressed = 0;
-    before_ = std::signal(SIGINT, RememberInterrupt);
+    before = std::signal(SIGINT, RememberInterrupt);
 }
 
 InterruptWatch::~InterruptWatch() {
-    std::signal(SIGINT, before_ == SIG_ERR ? SIG_DFL : before_);
+    std::signal(SIGINT, before == SIG_ERR ? SIG_DFL : before);
 }
 
 bool InterruptWatch::Pressed() const {

@@ -1,28 +1,23 @@
-#include "platform/process/StopSignals.h"
-
-#include <atomic>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
-
-#ifndef _WIN32
 #include <unistd.h>
-#endif
 
 #include "platform/process/StopRequest.h"
+#include "platform/process/StopSignals.h"
 
 namespace marrowkit {
 
 namespace {
 
-#ifdef _WIN32
-constexpr std::array kStopping = {SIGTERM, SIGINT};
-constexpr std::array<int, 0> kIgnored = {};
-#else
 constexpr std::array kStopping = {SIGTERM, SIGINT, SIGHUP};
 constexpr std::array kIgnored = {SIGPIPE, SIGXFSZ};
-#endif
+
+using Handler = void (*)(int);
+/// Who had the signals before, in the order of the two lists.
+std::array<Handler, kStopping.size() + kIgnored.size()> before{};
 
 volatile std::sig_atomic_t received = 0;
 volatile std::sig_atomic_t idle = 0;
@@ -36,32 +31,30 @@ extern "C" void TakeSignal(int signal) {
         return;
     }
     RequestStop();
-#ifndef _WIN32
     if (wakeDescriptor < 0) return;
     const int code = errno;
     static_cast<void>(!write(static_cast<int>(wakeDescriptor), "", 1));
     errno = code;
-#endif
 }
 
 }  // namespace
 
 StopSignals::StopSignals() {
     std::size_t next = 0;
-    for (const int signal : kStopping) before_.at(next++) = std::signal(signal, TakeSignal);
-    for (const int signal : kIgnored) before_.at(next++) = std::signal(signal, SIG_IGN);
+    for (const int signal : kStopping) before.at(next++) = std::signal(signal, TakeSignal);
+    for (const int signal : kIgnored) before.at(next++) = std::signal(signal, SIG_IGN);
     // A program that was started to ignore one of them (nohup) goes on doing so.
     next = 0;
     for (const int signal : kStopping) {
-        if (before_.at(next++) == SIG_IGN) std::signal(signal, SIG_IGN);
+        if (before.at(next++) == SIG_IGN) std::signal(signal, SIG_IGN);
     }
 }
 
 StopSignals::~StopSignals() {
     std::size_t next = 0;
     const auto putBack = [&](int signal) {
-        const Handler before = before_.at(next++);
-        std::signal(signal, before == SIG_ERR ? SIG_DFL : before);
+        const Handler previous = before.at(next++);
+        std::signal(signal, previous == SIG_ERR ? SIG_DFL : previous);
     };
     for (const int signal : kStopping) putBack(signal);
     for (const int signal : kIgnored) putBack(signal);
