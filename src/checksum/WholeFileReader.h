@@ -28,12 +28,8 @@ public:
     std::size_t Read(std::span<std::uint8_t> into);
 
 private:
-    /// `path` gives the path of the file for the text of an error.
-    template <typename Path>
-    void Open(int folder, const char* name, const Path& path);
-
-    int descriptor_ = -1;
     std::uint64_t length_ = 0;
+    HostHandle handle_ = -1;  ///< behind the length, which opening finds out
 };
 
 }  // namespace marrowkit

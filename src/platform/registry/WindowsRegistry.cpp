@@ -6,15 +6,13 @@
 #include "platform/errors/RuntimeError.h"
 #include "platform/registry/RegistryBackend.h"
 #include "platform/text/Utf16.h"
+#include "platform/windows/WideText.h"
 
 namespace marrowkit {
 
-namespace {
+using windows::ToWide;
 
-std::wstring Wide(std::string_view text) {
-    const std::u16string units = Utf8ToUtf16(text);
-    return {units.begin(), units.end()};
-}
+namespace {
 
 /// An open key; the 32-bit view, because the frontend is a 32-bit program.
 class Key {
@@ -59,23 +57,23 @@ class WindowsRegistry : public RegistryBackend {
 public:
     std::optional<RegistryData> Read(std::string_view keyPath, std::string_view valueName) override {
         HKEY handle = nullptr;
-        const LSTATUS result = RegOpenKeyExW(HKEY_LOCAL_MACHINE, Wide(keyPath).c_str(), 0,
+        const LSTATUS result = RegOpenKeyExW(HKEY_LOCAL_MACHINE, ToWide(keyPath).c_str(), 0,
                                              KEY_QUERY_VALUE | KEY_WOW64_32KEY, &handle);
         if (result == ERROR_FILE_NOT_FOUND) return std::nullopt;
         if (result != ERROR_SUCCESS) RaiseSystemError(static_cast<int>(result));
         const Key key(handle);
-        return ReadFrom(key.Get(), Wide(valueName));
+        return ReadFrom(key.Get(), ToWide(valueName));
     }
 
     void Write(std::string_view keyPath, std::string_view valueName, const RegistryVariant& value,
                Choose choose) override {
         HKEY handle = nullptr;
         const LSTATUS opened =
-            RegCreateKeyExW(HKEY_LOCAL_MACHINE, Wide(keyPath).c_str(), 0, nullptr, 0,
+            RegCreateKeyExW(HKEY_LOCAL_MACHINE, ToWide(keyPath).c_str(), 0, nullptr, 0,
                             KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_WOW64_32KEY, nullptr, &handle, nullptr);
         if (opened != ERROR_SUCCESS) RaiseSystemError(static_cast<int>(opened));
         const Key key(handle);
-        const std::wstring name = Wide(valueName);
+        const std::wstring name = ToWide(valueName);
         const RegistryData data = choose(value, ReadFrom(key.Get(), name));
 
         LSTATUS result = ERROR_SUCCESS;
@@ -84,7 +82,7 @@ public:
             result = RegSetValueExW(key.Get(), name.c_str(), 0, REG_DWORD,
                                     reinterpret_cast<const BYTE*>(&number), sizeof number);
         } else {
-            const std::wstring text = Wide(data.text);
+            const std::wstring text = ToWide(data.text);
             const DWORD type = data.type == RegistryData::Type::Text ? REG_SZ : REG_EXPAND_SZ;
             result =
                 RegSetValueExW(key.Get(), name.c_str(), 0, type, reinterpret_cast<const BYTE*>(text.c_str()),

@@ -1,5 +1,3 @@
-#ifndef _WIN32
-
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -245,5 +243,3 @@ Storage& HostStorage() {
 }
 
 }  // namespace marrowkit::jet
-
-#endif

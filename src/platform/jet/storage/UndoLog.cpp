@@ -97,9 +97,9 @@ std::uint8_t* UndoLog::InMemory(std::size_t index) const {
 
 /// Writes images into the temporary file, from the one with this number on.
 void UndoLog::Write(std::size_t index, std::span<const std::uint8_t> images) {
-    if (!file_) file_.reset(std::tmpfile());
+    if (!file_) file_ = OpenTemporaryFile();
     if (!file_) RaiseFileError();
-    if (std::fseek(file_.get(), static_cast<long>(index * pageBytes_), SEEK_SET) != 0 ||
+    if (!SeekTo(file_, std::uint64_t{index} * pageBytes_) ||
         std::fwrite(images.data(), 1, images.size(), file_.get()) != images.size()) {
         RaiseFileError();
     }
@@ -110,7 +110,7 @@ void UndoLog::Load(std::size_t index, std::span<std::uint8_t> image) const {
         std::memcpy(image.data(), InMemory(index), pageBytes_);
         return;
     }
-    if (std::fseek(file_.get(), static_cast<long>(index * pageBytes_), SEEK_SET) != 0 ||
+    if (!SeekTo(file_, std::uint64_t{index} * pageBytes_) ||
         std::fread(image.data(), 1, pageBytes_, file_.get()) != pageBytes_) {
         RaiseFileError();
     }

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <deque>
 #include <memory>
 #include <span>
@@ -10,6 +9,7 @@
 
 #include "platform/jet/format/Format.h"
 #include "platform/jet/storage/PageTable.h"
+#include "platform/jet/storage/TemporaryFile.h"
 
 namespace marrowkit::jet {
 
@@ -52,10 +52,6 @@ private:
         std::size_t firstImage = 0;
         PageNumber pageCount = 0;
     };
-    struct CloseFile {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-
     Level& Innermost() { return levels_[depth_ - 1]; }
     const Level& Innermost() const { return levels_[depth_ - 1]; }
     void Store(std::size_t index, std::span<const std::uint8_t> image);
@@ -70,7 +66,7 @@ private:
     std::size_t imageCount_ = 0;
     std::deque<std::unique_ptr<std::uint8_t[]>> blocks_;  ///< images in memory, in order
     std::size_t writtenBlocks_ = 0;                       ///< before them, in the file
-    std::unique_ptr<std::FILE, CloseFile> file_;
+    TemporaryFile file_;
 };
 
 }  // namespace marrowkit::jet
