@@ -1,0 +1,12 @@
+# For cross-compiling: GoogleTest is built from the sources that Debian's libgtest-dev and libgmock-dev bring.
+if(NOT TARGET GTest::gtest)
+  set(sources /usr/src/googletest)
+  if(NOT EXISTS ${sources}/CMakeLists.txt)
+    message(FATAL_ERROR "GoogleTest's sources are not in ${sources}; scripts/setup.sh windows installs them")
+  endif()
+  set(BUILD_GMOCK ON)
+  set(INSTALL_GTEST OFF)
+  add_subdirectory(${sources} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+endif()
+set(GTest_FOUND TRUE)
+set(GTEST_FOUND TRUE)

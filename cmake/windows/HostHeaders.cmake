@@ -1,0 +1,16 @@
+# mk_host_headers(TARGET FOLDER): an interface library of the headers in /usr/include/FOLDER, and of no others.
+include_guard(GLOBAL)
+
+function(mk_host_headers target folder)
+  if(TARGET ${target})
+    return()
+  endif()
+  if(NOT IS_DIRECTORY /usr/include/${folder})
+    message(FATAL_ERROR "The headers /usr/include/${folder} are missing; scripts/setup.sh windows installs them")
+  endif()
+  set(tree ${PROJECT_BINARY_DIR}/include/${folder})
+  file(MAKE_DIRECTORY ${tree})
+  file(CREATE_LINK /usr/include/${folder} ${tree}/${folder} SYMBOLIC)
+  add_library(${target} INTERFACE IMPORTED GLOBAL)
+  target_include_directories(${target} SYSTEM INTERFACE ${tree})
+endfunction()
