@@ -1,5 +1,7 @@
 #include "creation/CreateDatabase.h"
 
+#include <algorithm>
+
 #include "creation/TemplateResources.h"
 #include "global/modGlobal.h"
 #include "platform/errors/RuntimeError.h"
@@ -65,6 +67,13 @@ void BuildNewDatabase(const std::string& folder, const std::string& name) {
     WriteTextFile(folder + "\\Splash\\Splash.txt", kSplashText);
 }
 
+/// A datafile's line may hold line feeds, and so may the extensions in it; the line of an INI file may not.
+std::string InOneLine(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+    return text;
+}
+
 // An imported database has neither help.htm nor Credits.ini: its author is the datafile's.
 void BuildImportDatabase(const ImportDatabaseRequest& request, const std::string& databasePath) {
     const std::string& folder = request.folderPath;
@@ -78,7 +87,7 @@ void BuildImportDatabase(const ImportDatabaseRequest& request, const std::string
     WriteTextFile(folder + "\\Splash\\Splash.txt", kSplashText);
     if (request.romPath.empty() || !request.scanForRoms) return;
     FileTools().WriteIniValue("Games", "1", request.romPath, folder + "\\Paths.ini");
-    FileTools().WriteIniValue("File Types", "SupportTypes", request.extensionList,
+    FileTools().WriteIniValue("File Types", "SupportTypes", InOneLine(request.extensionList),
                               folder + "\\Emulators.ini");
 }
 

@@ -208,6 +208,18 @@ TEST_F(CreateDatabase, ForAnImportWithARomScanSaysWhereTheRomsAre) {
     EXPECT_EQ(ReadFile(library_ / "Nimbus/Emulators.ini"), "[File Types]\r\nSupportTypes=.ZIP;.D64;\r\n");
 }
 
+// A lone line feed does not end a datafile's line, so a file name, and its extension, can hold one.
+TEST_F(CreateDatabase, ForAnImportKeepsAnExtensionListWithALineEndInOneLine) {
+    ImportDatabaseRequest request = Request("Nimbus");
+    request.romPath = "C:\\Roms";
+    request.scanForRoms = true;
+    request.extensionList = "zi\np;\r\n[Games]\n1=X;d64;";
+    Import(request);
+    EXPECT_EQ(errorText_, "");
+    EXPECT_EQ(ReadFile(library_ / "Nimbus/Emulators.ini"),
+              "[File Types]\r\nSupportTypes=zi p;  [Games] 1=X;d64;\r\n");
+}
+
 TEST_F(CreateDatabase, ForAnImportWithoutARomScanOrFolderDoesNot) {
     ImportDatabaseRequest noScan = Request("NoScan");
     noScan.romPath = "C:\\Roms";
