@@ -25,10 +25,12 @@ std::int32_t LeadingNumber(std::string_view text) {
     if (at == kNone) return 0;
     const bool negative = text[at] == '-';
     if (negative || text[at] == '+') ++at;
+    // There is one more negative number than positive ones.
+    const std::int64_t largest = std::int64_t{std::numeric_limits<std::int32_t>::max()} + (negative ? 1 : 0);
     std::int64_t number = 0;
     for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
         number = number * 10 + (text[at] - '0');
-        if (number > std::numeric_limits<std::int32_t>::max()) Raise(RuntimeErrorNumber::Overflow);
+        if (number > largest) Raise(RuntimeErrorNumber::Overflow);
     }
     return static_cast<std::int32_t>(negative ? -number : number);
 }

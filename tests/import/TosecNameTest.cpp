@@ -186,14 +186,22 @@ TEST(TosecName, ReplacesWhatAnEarlierRunFound) {
     EXPECT_EQ(entry, fresh);
 }
 
+TEST(TosecName, TakesEveryTrainerCountThatAFieldHolds) {
+    EXPECT_EQ(Parsed("A (1985)(S)[t +2147483647]").Trainers, 2147483647);
+    EXPECT_EQ(Parsed("A (1985)(S)[t +-2147483647]").Trainers, -1);
+    EXPECT_EQ(Parsed("A (1985)(S)[t +-2147483648]").Trainers, -1);
+}
+
 TEST(TosecName, RaisesOverflowForATrainerCountThatNoFieldHolds) {
-    DatafileEntry entry;
-    entry.Name = entry.FileName = "A (1985)(S)[t +2147483648]";
-    try {
-        ParseTosecName(entry);
-        FAIL() << "no error";
-    } catch (const RuntimeError& error) {
-        EXPECT_EQ(error.number, 6);
+    for (const char* name : {"A (1985)(S)[t +2147483648]", "A (1985)(S)[t +-2147483649]"}) {
+        DatafileEntry entry;
+        entry.Name = entry.FileName = name;
+        try {
+            ParseTosecName(entry);
+            ADD_FAILURE() << "no error: " << name;
+        } catch (const RuntimeError& error) {
+            EXPECT_EQ(error.number, 6) << name;
+        }
     }
 }
 
