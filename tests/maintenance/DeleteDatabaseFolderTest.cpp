@@ -5,6 +5,8 @@
 
 #include "global/modGlobal.h"
 #include "maintenance/DeleteDatabaseFolder.h"
+#include "platform/dao/Dao.h"
+#include "platform/errors/RuntimeError.h"
 #include "platform/files/HostPath.h"
 #include "support/RecordingUserInterface.h"
 #include "support/TemporaryFolder.h"
@@ -68,6 +70,21 @@ TEST_F(DeleteFolder, ReportsAFolderThatHasVanishedAndRebuildsTheTree) {
     EXPECT_THAT(ui.messages,
                 ElementsAre(Message{"Huh? This folder doesn't exist!", MessageIcon::None, "Marrowkit"}));
     EXPECT_EQ(ui.treeRefreshes, 1);
+}
+
+TEST_F(DeleteFolder, OfADatabaseThatSomebodyHasOpenStaysWhole) {
+    const std::string file = path + "\\Games.mdb";
+    dao::Database open = dao::DBEngine().CreateDatabase(file);
+    open.Close();
+    dao::Database user = dao::DBEngine().OpenDatabase(file);
+    ui.answers = {MessageAnswer::Yes, MessageAnswer::Yes};
+    EXPECT_THROW(DeleteDatabaseFolder(ui, node), RuntimeError);
+    EXPECT_TRUE(fs::exists(folder / "Arcade" / "Arcade.mdb"));
+    EXPECT_TRUE(fs::exists(folder / "Arcade" / "Games.mdb"));
+    EXPECT_TRUE(fs::exists(folder / "Arcade" / "Gfx" / "Deep" / "a.gif"));
+    user.Close();
+    EXPECT_TRUE(DeleteDatabaseFolder(ui, node));
+    EXPECT_FALSE(fs::exists(folder / "Arcade"));
 }
 
 TEST_F(DeleteFolder, TakesNamesWithBlanksUmlautsAndDots) {

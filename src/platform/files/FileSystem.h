@@ -33,7 +33,8 @@ void RenameFile(std::string_view from, std::string_view to);
 
 /// Deletes a file, or a folder with everything in it, read-only entries too. Links are deleted, never
 /// followed. Nothing there is no error. Raises 70 (75 for a folder) when something cannot be deleted; what
-/// is gone by then stays gone. A drive's root and an empty path are refused with 75.
+/// is gone by then stays gone. Somebody's lock on one of the files, and a folder around that may not be
+/// changed, are seen before anything is gone. A drive's root and an empty path are refused with 75.
 void DeletePath(std::string_view path);
 
 }  // namespace marrowkit

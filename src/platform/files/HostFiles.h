@@ -100,8 +100,8 @@ void MakeHostFolder(const std::string& hostPath);
 void RenameHostEntry(const std::string& from, const std::string& to);
 
 /// Removes a file, a link (never what it leads to) or a folder with everything in it. Nothing there is fine.
-/// Raises 70 for an entry that cannot be removed, 75 for a folder; then nothing is gone when it is the folder
-/// around it that may not be changed.
+/// Raises 70 for an entry that cannot be removed, 75 for a folder. Nothing at all is gone when the folder
+/// around it may not be changed, and when somebody has a lock on it or on a file in it (70).
 void RemoveHostTree(const std::string& hostPath);
 
 /// Calls `visit` with each name in a folder, "." and ".." left out, in the file system's order, until it

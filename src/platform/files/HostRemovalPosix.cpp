@@ -66,6 +66,36 @@ std::vector<NamedEntry> EntriesOf(int folder) {
     return entries;
 }
 
+/// Whether anybody has a lock on a byte of the file; programs of Windows lock bytes of what they have open.
+bool IsLocked(int file) {
+    struct flock wholeFile {};
+    wholeFile.l_type = F_WRLCK;
+    wholeFile.l_whence = SEEK_SET;
+#ifdef F_OFD_GETLK
+    constexpr int kGetLock = F_OFD_GETLK;
+#else
+    constexpr int kGetLock = F_GETLK;
+#endif
+    return fcntl(file, kGetLock, &wholeFile) == 0 && wholeFile.l_type != F_UNLCK;
+}
+
+/// Raises 70 when somebody has a lock on the file, or on one anywhere in the folder: the system would let it
+/// go all the same, and whoever works on it would write to nowhere. What cannot be read cannot be asked.
+void RaiseWhenInUse(int parent, const NamedEntry& entry) {
+    struct stat info {};
+    if (fstatat(parent, entry.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) return;
+    const bool folder = S_ISDIR(info.st_mode);
+    if (!folder && !S_ISREG(info.st_mode)) return;
+    const int flags = folder ? O_DIRECTORY : O_NONBLOCK;
+    const Descriptor handle(openat(parent, entry.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | flags));
+    if (handle.Get() < 0) return;
+    if (folder) {
+        for (const NamedEntry& inside : EntriesOf(handle.Get())) RaiseWhenInUse(handle.Get(), inside);
+    } else if (IsLocked(handle.Get())) {
+        RaiseNotRemoved(EACCES, false);
+    }
+}
+
 void RemoveFolderIn(int parent, const char* name);
 
 void RemoveEntryIn(int parent, const NamedEntry& entry) {
@@ -104,6 +134,7 @@ void RemoveHostTree(const std::string& hostPath) {
     if (faccessat(AT_FDCWD, parentPath.c_str(), W_OK | X_OK, AT_EACCESS) != 0) {
         RaiseNotRemoved(errno, S_ISDIR(info.st_mode));
     }
+    RaiseWhenInUse(AT_FDCWD, {hostPath, S_ISDIR(info.st_mode)});
     const Descriptor parent(OpenRetrying(parentPath.c_str(), O_RDONLY | O_DIRECTORY));
     const std::size_t slash = hostPath.find_last_of('/');
     if (parent.Get() < 0) {

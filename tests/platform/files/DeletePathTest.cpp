@@ -3,12 +3,14 @@
 #include <unistd.h>
 
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include "platform/files/DriveFixture.h"
 #include "platform/files/FileSystem.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/Raised.h"
+#include "platform/files/WhileLocked.h"
 #include "support/OrdinaryUser.h"
 
 namespace marrowkit {
@@ -16,6 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::RaisedBy;
+using test::WhileLocked;
 
 class DeletePathTest : public test::DriveFixture {};
 
@@ -132,6 +135,38 @@ TEST_F(DeletePathTest, AFolderThatMayBeSearchedButNotReadLetsItsEntriesGo) {
     EXPECT_FALSE(fs::exists(Host("hidden/file")));
     EXPECT_FALSE(fs::exists(Host("hidden/folder")));
     EXPECT_TRUE(fs::exists(Host("hidden")));
+}
+
+TEST_F(DeletePathTest, AFileThatSomebodyHasLockedKeepsItselfAndItsWholeFolder) {
+    Write("Arcade/Arcade.mdb", "games");
+    Write("Arcade/Arcade.ldb", "users");
+    Write("Arcade/Gfx/a.gif", "x");
+    Write("Other/x", "x");
+    // Where the database engine notes a user, and of the file's content.
+    for (const off_t byte : {off_t{0x10000001}, off_t{0}}) {
+        for (const short type : {short{F_WRLCK}, short{F_RDLCK}}) {
+            WhileLocked(Host("Arcade/Arcade.ldb"), type, byte, [] {
+                EXPECT_EQ(RaisedBy([] { DeletePath("C:\\Arcade"); }), 70);
+                EXPECT_EQ(RaisedBy([] { DeletePath("C:\\Arcade\\Arcade.ldb"); }), 70);
+                EXPECT_EQ(RaisedBy([] { DeletePath("C:\\Other"); }), 0);
+            });
+            EXPECT_EQ(Read("Arcade/Arcade.mdb") + Read("Arcade/Arcade.ldb") + Read("Arcade/Gfx/a.gif"),
+                      "gamesusersx");
+        }
+    }
+    DeletePath("C:\\Arcade");
+    EXPECT_FALSE(fs::exists(Host("Arcade")));
+}
+
+TEST_F(DeletePathTest, WhatALinkLeadsToMayBeLocked) {
+    Write("outside/a.mdb", "x");
+    fs::create_directory(Host("Arcade"));
+    fs::create_symlink(Host("outside/a.mdb"), Host("Arcade/Arcade.mdb"));
+    fs::create_directory_symlink(Host("outside"), Host("Arcade/Gfx"));
+    ASSERT_EQ(mkfifo(Host("Arcade/pipe").c_str(), 0600), 0);
+    WhileLocked(Host("outside/a.mdb"), F_WRLCK, 0, [] { DeletePath("C:\\Arcade"); });
+    EXPECT_FALSE(fs::exists(Host("Arcade")));
+    EXPECT_EQ(Read("outside/a.mdb"), "x");
 }
 
 TEST_F(DeletePathTest, VeryDeepFoldersEndWithAnErrorOrAreGone) {
