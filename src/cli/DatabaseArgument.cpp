@@ -27,7 +27,7 @@ bool IsDeviceName(std::string_view name) {
 // where it was looked for. Only a name that ends in ".mdb" may be a file of the current folder as well.
 std::string DatabaseOf(const std::string& argument) {
     if (argument.empty() || !IsWindowsFileName(argument)) return WindowsPath(argument);
-    const std::string inLibrary = DatabasePathOf(argument);
+    std::string inLibrary = DatabasePathOf(argument);
     if (!EqualNoCase(Right(argument, 4), ".mdb")) return inLibrary;
     return FileTools().FileExists(inLibrary, 0, "") ? inLibrary : WindowsPath(argument);
 }

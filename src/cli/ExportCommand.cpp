@@ -24,8 +24,8 @@ int RunExport(Session& session, const ExportOptions& options) {
     for (const jet::Column& column : table->Columns()) names.push_back(column.name);
     std::vector<std::size_t> columns(names.size());
     std::iota(columns.begin(), columns.end(), std::size_t{0});
-    const auto rows = session.Rows(std::move(names));
-    const auto scan = table->OpenScan(std::move(columns));
+    const auto rows = session.Rows(names);
+    const auto scan = table->OpenScan(columns);
     while (scan->Next()) rows->Write(scan->Values());
     rows->Finish();
     return kDone;

@@ -68,7 +68,7 @@ public:
     std::string make_option_opts(const CLI::Option* option) const override {
         if (option->get_positional()) return option->get_expected_max() > 1 ? "..." : "";
         if (option->get_type_size() == 0) return "";
-        const std::string what = option->get_option_text();
+        const std::string& what = option->get_option_text();
         // A type's name goes on with the values that are allowed.
         return " " +
                (what.empty() ? option->get_type_name().substr(0, option->get_type_name().find(':')) : what);
@@ -128,7 +128,7 @@ void StyleHelp(CLI::App& app) {
 
 std::string WrongUsageText(const CLI::App& app, const CLI::ParseError& error) {
     const std::vector<CLI::App*> chosen = app.get_subcommands();
-    const std::string program = app.get_name();
+    const std::string& program = app.get_name();
     if (chosen.empty() && error.get_name() == "RequiredError") {
         // The parser calls a mistyped command a missing one.
         const std::vector<std::string> rest = app.remaining();

@@ -185,6 +185,7 @@ private:
 template <std::size_t count>
 std::vector<std::int32_t> ColumnsOf(const std::array<ColumnItem, count>& items) {
     std::vector<std::int32_t> columns;
+    columns.reserve(count);
     for (const ColumnItem& item : items) columns.push_back(item.column);
     return columns;
 }

@@ -148,7 +148,7 @@ private:
 }  // namespace
 
 std::unique_ptr<RowWriter> MakeRowWriter(RowFormat format, std::ostream& out,
-                                         std::vector<std::string> columns) {
+                                         const std::vector<std::string>& columns) {
     if (format == RowFormat::Json) return std::make_unique<JsonRowWriter>(out, columns);
     return std::make_unique<CsvRowWriter>(out, columns);
 }

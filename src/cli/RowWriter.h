@@ -33,6 +33,6 @@ public:
 };
 
 std::unique_ptr<RowWriter> MakeRowWriter(RowFormat format, std::ostream& out,
-                                         std::vector<std::string> columns);
+                                         const std::vector<std::string>& columns);
 
 }  // namespace marrowkit::cli

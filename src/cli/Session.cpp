@@ -14,8 +14,8 @@ std::function<int(Session&)> Session::Changing(std::function<int(Session&)> work
     };
 }
 
-std::unique_ptr<RowWriter> Session::Rows(std::vector<std::string> columns) {
-    return MakeRowWriter(json ? RowFormat::Json : RowFormat::Csv, streams_.out, std::move(columns));
+std::unique_ptr<RowWriter> Session::Rows(const std::vector<std::string>& columns) {
+    return MakeRowWriter(json ? RowFormat::Json : RowFormat::Csv, streams_.out, columns);
 }
 
 int Session::Fail(const std::string& text) {

@@ -49,7 +49,7 @@ public:
     static std::function<int(Session&)> Changing(std::function<int(Session&)> work);
 
     /// Rows of results, as CSV or JSON, on standard output. Finish() it at the end.
-    std::unique_ptr<RowWriter> Rows(std::vector<std::string> columns);
+    std::unique_ptr<RowWriter> Rows(const std::vector<std::string>& columns);
     /// Standard output, for results that are no rows: JSON documents, SQL text.
     std::ostream& Out() { return streams_.out; }
     /// Standard error.

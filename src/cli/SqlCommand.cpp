@@ -28,7 +28,7 @@ int PrintRecords(Session& session, const std::string& file, const dao::sql::Sele
     std::vector<std::string> names;
     for (const dao::sql::OutputColumn& column : result->Columns()) names.push_back(column.name);
     jet::Row row(names.size());
-    const auto rows = session.Rows(std::move(names));
+    const auto rows = session.Rows(names);
     for (std::size_t record = 0; result->Reach(record); ++record) {
         for (std::size_t i = 0; i < row.size(); ++i) row[i] = result->Read(record, i);
         rows->Write(row);

@@ -120,7 +120,7 @@ void frmBrowseFolder::OpenFolder(const std::string& path) {
     DirBox->clear();
     const QIcon open = style()->standardIcon(QStyle::SP_DirOpenIcon);
     const QIcon closed = style()->standardIcon(QStyle::SP_DirIcon);
-    int level = 0;
+    qsizetype level = 0;
     const auto add = [&](const std::string& name, const std::string& fullPath, const QIcon& icon) {
         auto* entry = new QListWidgetItem(icon, QString(level * 2, QChar::Nbsp) + ToQt(name), DirBox);
         entry->setData(kPathRole, ToQt(fullPath));

@@ -27,9 +27,10 @@ LibraryNode FolderNode(const std::string& name, std::string_view keyEnd) {
 }
 
 void AddFiles(LibraryNode& parent, const std::string& folder, std::string_view pattern, TreeImage image) {
+    const std::string start = folder + '\\';
     for (std::string& file : ListFilesByPattern(folder, pattern)) {
         LibraryNode node;
-        node.key = folder + '\\' + file;
+        node.key = start + file;
         node.text = std::move(file);
         node.image = image;
         parent.children.push_back(std::move(node));

@@ -46,8 +46,7 @@ std::string ShowOpenFileDialog(QWidget* owner, const std::string& initialFolder,
     dialog.setNameFilters(QtFilters(ToQt(filter)));
     dialog.setFileMode(QFileDialog::ExistingFile);
     while (dialog.exec() == QDialog::Accepted) {
-        const std::string path =
-            WindowsPath(QFile::encodeName(dialog.selectedFiles().value(0)).toStdString());
+        std::string path = WindowsPath(QFile::encodeName(dialog.selectedFiles().value(0)).toStdString());
         if (!IsReadOnly(path)) return path;
         ShowMessageBox(owner,
                        path + "\r\nThis file is set to read-only.\r\nTry again with a different file name.",

@@ -10,9 +10,10 @@
 namespace marrowkit::cli {
 namespace {
 
-std::string Written(RowFormat format, std::vector<std::string> columns, const std::vector<jet::Row>& rows) {
+std::string Written(RowFormat format, const std::vector<std::string>& columns,
+                    const std::vector<jet::Row>& rows) {
     std::ostringstream out;
-    const auto writer = MakeRowWriter(format, out, std::move(columns));
+    const auto writer = MakeRowWriter(format, out, columns);
     for (const jet::Row& row : rows) writer->Write(std::span<const jet::Value>(row));
     writer->Finish();
     return out.str();

@@ -91,7 +91,7 @@ std::unique_ptr<sql::Result> OpenSource(jet::Database& engine, std::string_view 
         std::shared_ptr<jet::Table> table = engine.FindTable(source);
         const bool bracketed = tokens.Peek().kind == expression::TokenKind::BracketedName;
         if (!table && bracketed) table = engine.FindTable(tokens.Peek().text);
-        if (table) return sql::OpenTableResult(std::move(table));
+        if (table) return sql::OpenTableResult(table);
         if (type == RecordsetType::Table) RaiseJet(JetError::ObjectNotFound, {std::string(source)});
         for (const std::string_view word : {"INSERT", "UPDATE", "DELETE", "CREATE", "ALTER", "DROP"})
             if (tokens.IsKeyword(word)) RaiseJet(JetError::InvalidOperation);

@@ -12,15 +12,14 @@ bool AllTrue(const std::vector<Condition>& conditions, const jet::Row& row) {
                        [&](const Condition& condition) { return condition.expression.IsTrue(row); });
 }
 
-SourceStream::SourceStream(const Scope& scope, std::size_t source, AccessPath path,
+SourceStream::SourceStream(const Scope& scope, std::size_t source, const AccessPath& path,
                            std::vector<Condition> conditions)
     : source_(scope.Sources()[source]), conditions_(std::move(conditions)), empty_(path.empty) {
     direct_ = scope.Sources().size() == 1 && source_.table;
     if (!direct_) row_.resize(scope.SlotCount());
     if (empty_ || !source_.table) return;
     if (path.index)
-        scan_ =
-            source_.table->OpenIndexScan(*path.index, std::move(path.range), source_.columns, path.backwards);
+        scan_ = source_.table->OpenIndexScan(*path.index, path.range, source_.columns, path.backwards);
     else
         scan_ = source_.table->OpenScan(source_.columns);
 }

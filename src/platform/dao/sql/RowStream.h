@@ -22,7 +22,8 @@ public:
 /// The rows of one source that satisfy its conditions. Costs what the path costs.
 class SourceStream : public RowStream {
 public:
-    SourceStream(const Scope& scope, std::size_t source, AccessPath path, std::vector<Condition> conditions);
+    SourceStream(const Scope& scope, std::size_t source, const AccessPath& path,
+                 std::vector<Condition> conditions);
     const jet::Row* Next() override;
     jet::RowId Id() const override { return scan_->Id(); }
 

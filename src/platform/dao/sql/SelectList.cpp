@@ -25,8 +25,7 @@ NodePtr MakeName(std::string qualifier, std::string name) {
 }  // namespace
 
 void SelectList::Make() {
-    for (std::size_t i = 0; i < select_.items.size(); ++i) {
-        const SelectItem& item = select_.items[i];
+    for (const SelectItem& item : select_.items) {
         if (!item.value) {
             AddStar(item);
             continue;

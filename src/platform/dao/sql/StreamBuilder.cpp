@@ -135,8 +135,7 @@ StreamBuilder::Built StreamBuilder::BuildSource(const Place& place, std::vector<
         path = ChoosePath(scope_, place.source, own);
     else
         path.expectedRows = static_cast<double>(scope_.Sources()[place.source].rows->CountAll());
-    const double rows = path.expectedRows;
-    return {std::make_unique<SourceStream>(scope_, place.source, std::move(path), std::move(own)), rows};
+    return {std::make_unique<SourceStream>(scope_, place.source, path, std::move(own)), path.expectedRows};
 }
 
 /// Takes a condition "left side = right side" for the join's key.

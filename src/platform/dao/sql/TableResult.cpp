@@ -146,7 +146,7 @@ void TableResult::Freeze() {
     frozen_ = std::move(frozen);
 }
 
-std::unique_ptr<Result> OpenTableResult(std::shared_ptr<jet::Table> table) {
+std::unique_ptr<Result> OpenTableResult(const std::shared_ptr<jet::Table>& table) {
     auto scope = std::make_shared<Scope>();
     scope->AddOpenTable(table);
     TableResult::Plan plan{std::move(scope), {}, {}, {}, RowReader(table)};

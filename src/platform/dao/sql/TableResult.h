@@ -81,6 +81,6 @@ private:
 };
 
 /// All rows and columns of a table.
-std::unique_ptr<Result> OpenTableResult(std::shared_ptr<jet::Table> table);
+std::unique_ptr<Result> OpenTableResult(const std::shared_ptr<jet::Table>& table);
 
 }  // namespace marrowkit::dao::sql

@@ -65,7 +65,8 @@ private:
         visitor.enter = [this](PageNumber page) { return Enter(page); };
         visitor.entry = [this](PageNumber leaf, const IndexEntry& entry) { TakeEntry(leaf, entry); };
         visitor.problem = [this](const Damage& damage) { Say(damage.page, damage.description); };
-        TreeWalk(context_->file, table_->definition.page, std::move(visitor)).Run(index_->rootPage);
+        TreeWalk walk(context_->file, table_->definition.page, std::move(visitor));
+        walk.Run(index_->rootPage);
     }
 
     void TakeEntry(PageNumber leaf, const IndexEntry& entry) {

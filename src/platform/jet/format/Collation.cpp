@@ -164,7 +164,8 @@ using AsciiKeys = std::array<std::uint32_t, 128>;
 constexpr std::uint32_t kOtherSections = 0xFF000000;
 
 constexpr AsciiKeys MakeAsciiKeys() {
-    static_assert(kPrimaryPage[0] == 0 && kKindPage[0] == 0);
+    static_assert(kPrimaryPage[0] == 0);
+    static_assert(kKindPage[0] == 0);
     constexpr std::uint8_t kNoAccent = 2;
     AsciiKeys keys{};
     for (std::size_t c = 0; c < keys.size(); ++c) {
@@ -296,7 +297,8 @@ constexpr AsciiWeights MakeJet3Ascii() {
 constexpr AsciiWeights kJet3Ascii = MakeJet3Ascii();
 
 constexpr AsciiWeights MakeJet4Ascii() {
-    static_assert(kPrimaryPage[0] == 0 && kKindPage[0] == 0);
+    static_assert(kPrimaryPage[0] == 0);
+    static_assert(kKindPage[0] == 0);
     AsciiWeights weights{};
     for (std::size_t c = 0; c < weights.size(); ++c) {
         const std::uint16_t primary = kPrimary[c];

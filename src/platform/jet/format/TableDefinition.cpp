@@ -36,8 +36,10 @@ const Layout& LayoutOf(JetVersion version) {
 class Parser {
 public:
     Parser(const Geometry& geometry, PageNumber page, ByteView logical)
-        : version_(geometry.version), jet4_(version_ == JetVersion::Jet4), layout_(LayoutOf(version_)) {
-        bytes_ = logical.Sub(0, logical.U32(kFramingBytes));
+        : version_(geometry.version),
+          jet4_(version_ == JetVersion::Jet4),
+          layout_(LayoutOf(version_)),
+          bytes_(logical.Sub(0, logical.U32(kFramingBytes))) {
         table_.page = page;
     }
 

@@ -21,6 +21,7 @@ constexpr PageNumber kPagesForGlobalMap = 40;
 
 }  // namespace
 
+// cppcheck-suppress passedByValue ; its parts are moved from
 FilePager::FilePager(OpenedDatabase opened)
     : Pager(opened.header.PageGeometry()),
       storage_(opened.storage),

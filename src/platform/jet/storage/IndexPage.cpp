@@ -38,14 +38,13 @@ std::uint64_t LeadingBytes(const std::uint8_t* bytes, std::size_t count, std::si
 /// Asks the memory for what a search is likely to look at: all end marks, and the entries that its first
 /// steps compare. One after the other they would make the processor wait a dozen times on a page that was not
 /// met for a while.
-void PrefetchForSearch(const std::uint8_t* bitmap, const std::uint8_t* entries, std::uint32_t used) {
+void PrefetchForSearch([[maybe_unused]] const std::uint8_t* bitmap,
+                       [[maybe_unused]] const std::uint8_t* entries, [[maybe_unused]] std::uint32_t used) {
 #if defined(__GNUC__)
     constexpr std::uint32_t kLineBytes = 64;
     const std::uint32_t eighth = used / 8 + 1;
     for (std::uint32_t at = 0; at < used / 8; at += kLineBytes) __builtin_prefetch(bitmap + at);
     for (std::uint32_t at = eighth; at < used; at += eighth) __builtin_prefetch(entries + at);
-#else
-    static_cast<void>(bitmap), static_cast<void>(entries), static_cast<void>(used);
 #endif
 }
 

@@ -403,21 +403,22 @@ void Journal::RollBack(StorageFile& database) {
 
 // ---- Seen by others
 
+Journal::State Journal::StateOf(StorageFile& file) {
+    const std::optional<Header> header = ReadHeader(file);
+    return header ? State{header->state == kWriting, header->counter} : State{};
+}
+
 Journal::State Journal::Peek(bool reopen) {
     if (reopen && !active_) file_.reset();
-    if (!file_) {
-        if (!storage_->Exists(path_)) return {};
-        try {
-            file_ = storage_->Open(path_, OpenMode::ReadWrite);
-        } catch (const RuntimeError&) {
-            // Where nothing can be written, looking is still allowed.
-            const auto readable = storage_->Open(path_, OpenMode::ReadOnly);
-            const std::optional<Header> header = ReadHeader(*readable);
-            return header ? State{header->state == kWriting, header->counter} : State{};
-        }
+    if (file_) return StateOf(*file_);
+    if (!storage_->Exists(path_)) return {};
+    try {
+        file_ = storage_->Open(path_, OpenMode::ReadWrite);
+    } catch (const RuntimeError&) {
+        // Where nothing can be written, looking is still allowed.
+        return StateOf(*storage_->Open(path_, OpenMode::ReadOnly));
     }
-    const std::optional<Header> header = ReadHeader(*file_);
-    return header ? State{header->state == kWriting, header->counter} : State{};
+    return StateOf(*file_);
 }
 
 void Journal::Remove() noexcept {

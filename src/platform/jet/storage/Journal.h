@@ -68,6 +68,7 @@ public:
 private:
     struct Header;
     static std::optional<Header> ReadHeader(StorageFile& file);
+    static State StateOf(StorageFile& file);
     void WriteWritingHeader();
     StorageFile& File();
     void AddRecord(std::uint32_t kind, PageNumber page, std::span<const std::uint8_t> payload);

@@ -79,6 +79,7 @@ PageFrame* PageCache::FindVictim() {
 void PageCache::ReachTo(PageNumber page) {
     const std::size_t numbers = std::max<std::size_t>(page + std::size_t{1}, numbers_ * 2);
     std::unique_ptr<PageFrame*[], FreeMemory> grown(
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): the table holds pointers
         static_cast<PageFrame**>(std::calloc(numbers, sizeof(PageFrame*))));
     if (!grown) throw std::bad_alloc();
     std::copy_n(byNumber_.get(), numbers_, grown.get());

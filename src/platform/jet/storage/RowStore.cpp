@@ -203,12 +203,13 @@ void RowStore::Erase(RowId row) {
 std::optional<RowStore::Removal> RowStore::PrepareErase(RowId row) {
     const auto place = Resolve(row);
     if (!place || *place != row) return std::nullopt;
-    Removal removal{pager_->Edit(row.page), row.slot, std::nullopt};
+    Removal removal{pager_->Edit(row.page), row.slot, false, std::nullopt};
     const DataPageEdit data(*pager_, removal.page);
     if (!data.HasLiveRowBeside(row.slot)) return std::nullopt;
     const auto freeBytes = static_cast<std::uint32_t>(data.FreeBytes() + data.Row(row.slot).Size());
     const bool listed = free_.Contains(row.page);
-    if (IsWorthListing(*pager_, freeBytes, data.SlotCount())) {
+    removal.hasRoom = IsWorthListing(*pager_, freeBytes, data.SlotCount());
+    if (removal.hasRoom) {
         if (!listed && !(removal.listing = free_.PrepareAdd(row.page))) return std::nullopt;
     } else if (listed) {
         return std::nullopt;
@@ -216,13 +217,11 @@ std::optional<RowStore::Removal> RowStore::PrepareErase(RowId row) {
     return removal;
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): see the declaration
 void RowStore::Erase(const Removal& removal) noexcept {
-    const DataPageEdit data(*pager_, removal.page);
-    data.Erase(removal.slot);
+    DataPageEdit(*pager_, removal.page).Erase(removal.slot);
     if (removal.listing) removal.listing->Apply();
-    if (removal.page.Number() < searchFrom_ && IsWorthListing(*pager_, data.FreeBytes(), data.SlotCount())) {
-        searchFrom_ = removal.page.Number();
-    }
+    if (removal.hasRoom) searchFrom_ = std::min(searchFrom_, removal.page.Number());
 }
 
 void RowStore::EraseSlot(RowId row) {

@@ -35,11 +35,13 @@ public:
     struct Removal {
         PageEdit page;
         std::uint8_t slot;
+        bool hasRoom;  ///< whether the page is worth looking at for new rows then
         std::optional<UsageMap::Addition> listing;  ///< when the page gets into the free-space map by it
     };
     /// nullopt for a row that has moved, is the last one of its page or needs a larger map, and when there is
     /// no such row. Good until the table changes.
     std::optional<Removal> PrepareErase(RowId row);
+    // NOLINTNEXTLINE(bugprone-exception-escape): what it reads and writes was checked when it was prepared
     void Erase(const Removal& removal) noexcept;
 
     /// Walks all live rows by their original slots, ascending by page, then slot. Rows that are appended

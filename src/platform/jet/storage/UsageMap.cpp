@@ -121,16 +121,20 @@ std::optional<UsageMap::Addition> UsageMap::PrepareAdd(PageNumber page) {
         }
     }
     Addition addition;
+    MutableByteView bits;
+    PageNumber bit = 0;
     if (bitmapPage != 0) {
         addition.page = pager_->Edit(bitmapPage);
         const MutableByteView bytes = addition.page.Mutable();
-        addition.bits = bytes.Sub(kBitmapPageBits, bytes.Size() - kBitmapPageBits);
-        addition.bit = page % stretch;
+        bits = bytes.Sub(kBitmapPageBits, bytes.Size() - kBitmapPageBits);
+        bit = page % stretch;
     } else {
         const MutableByteView row = EditRow(addition.page);
-        addition.bits = row.Sub(kInlineBits, row.Size() - kInlineBits);
-        addition.bit = page - row.View().U32(1);
+        bits = row.Sub(kInlineBits, row.Size() - kInlineBits);
+        bit = page - row.View().U32(1);
     }
+    addition.byte = bits.Sub(bit / 8, 1).Data();
+    addition.bit = static_cast<std::uint8_t>(1U << (bit % 8));
     return addition;
 }
 

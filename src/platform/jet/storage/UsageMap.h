@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -31,12 +32,12 @@ public:
     // REQUIRES: a unit is open. Adding may turn an inline map into a reference map (which allocates pages).
     void Add(PageNumber page);
     void Remove(PageNumber page);
-    /// A page about to be added to a map that has a bit for it: the bit's page ready for the change.
+    /// A page about to be added to a map that has a bit for it: all that can fail is done.
     struct Addition {
         PageEdit page;
-        MutableByteView bits;
-        std::size_t bit;
-        void Apply() const noexcept { bitmap::Put(bits, bit, true); }
+        std::uint8_t* byte;
+        std::uint8_t bit;
+        void Apply() const noexcept { *byte |= bit; }
     };
     /// nullopt when the map would have to be laid out anew.
     std::optional<Addition> PrepareAdd(PageNumber page);
