@@ -47,6 +47,7 @@ public:
 
     CopiedTable Run() {
         CopyRows();
+        RefuseMissingRows();
         rows_.Finish();
         for (LongColumn& column : longColumns_) column.writer.Finish();
         BuildIndexes();
@@ -131,6 +132,28 @@ private:
                 if (copied.Mark(id)) CopyRow(id, bytes);
             },
             Rethrow);
+    }
+
+    /// The number of rows may be wrong, as a crash leaves it. But when an index knows more rows than were
+    /// found, pages were lost, and the copy would seal the loss.
+    void RefuseMissingRows() const {
+        const TableDefinition& source = table_->definition;
+        if (digest_.count >= source.rowCount) return;
+        std::uint64_t known = source.rowCount;
+        for (const RealIndex& index : source.realIndexes) {
+            if (index.IgnoresNulls()) continue;
+            known = CountEntries(index);
+            break;
+        }
+        if (known <= digest_.count) return;
+        throw Damage(source.page, std::to_string(known - digest_.count) + " of " + std::to_string(known) +
+                                      " rows cannot be found");
+    }
+
+    std::uint64_t CountEntries(const RealIndex& index) const {
+        std::uint64_t entries = 0;
+        for (check::LeafReader reader(context_->source, index.rootPage); reader.Next();) ++entries;
+        return entries;
     }
 
     std::optional<std::size_t> PrimaryKey() const {
@@ -310,7 +333,9 @@ SourceTable ReadSourceTable(const check::CheckFile& source, const std::string& n
     table.name = name;
     const check::StoredDefinition stored = check::ReadDefinition(source, page);
     table.definition = ParseTableDefinition(source.PageGeometry(), page, ByteView(stored.logical));
-    table.ownedPages = check::ReadMap(source, table.definition.ownedMap).members;
+    check::StoredMap owned = check::ReadMap(source, table.definition.ownedMap);
+    if (owned.beyondEnd != 0) throw Damage(page, "its usage map names pages beyond the file's end");
+    table.ownedPages = std::move(owned.members);
     return table;
 }
 

@@ -81,6 +81,7 @@ PageFrame* FilePager::FrameOf(PageNumber page) {
     if (PageFrame* frame = cache_.Find(page)) return frame;
     LeaveIfStopRequested();
     if (page >= pageCount_) {
+        if (!exclusive_ && !holdsWriteLock_) RequireUnchanged();
         RaiseCorrupt(path_, "page " + std::to_string(page) + " is asked for, but the file ends at page " +
                                 std::to_string(pageCount_));
     }

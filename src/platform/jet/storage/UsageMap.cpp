@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <string>
 
 #include "platform/jet/format/JetErrors.h"
@@ -55,7 +56,8 @@ bool UsageMap::Contains(PageNumber page) const {
 }
 
 std::optional<PageNumber> UsageMap::Next(PageNumber from) const {
-    return Open().Next(from, pager_->PageCount(), pager_->PageGeometry().PagesPerBitmap(),
+    constexpr PageNumber kNoEnd = std::numeric_limits<PageNumber>::max();
+    return Open().Next(from, kNoEnd, pager_->PageGeometry().PagesPerBitmap(),
                        [this](PageNumber bitmap) { return ReadBitmap(bitmap); });
 }
 

@@ -22,11 +22,12 @@ public:
     RowId Where() const { return where_; }
 
     bool Contains(PageNumber page) const;
-    /// The smallest member >= `from`. Bits beyond the end of the file are left out, here and below.
+    /// The smallest member >= `from`. May lie beyond the end of a file that was cut off: reading it is an
+    /// error then, so that what is left of an object is not taken for the whole of it.
     std::optional<PageNumber> Next(PageNumber from) const;
-    /// The greatest member < `before`.
+    /// The greatest member < `before` that the file has.
     std::optional<PageNumber> Previous(PageNumber before) const;
-    /// All members, ascending.
+    /// All members, ascending; see Next.
     std::vector<PageNumber> Members() const;
 
     // REQUIRES: a unit is open. Adding may turn an inline map into a reference map (which allocates pages).

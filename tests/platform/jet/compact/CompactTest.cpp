@@ -273,6 +273,18 @@ TEST(CompactTest, DamageThatWouldLoseRowsIsAnError) {
          [](DatabaseBytes& file) {
              file.bytes[file.RowOffset(file.Table("Things").definition.ownedMap)] = 7;
          }},
+        {"a page behind the end, as in a copy that was cut off",
+         [](DatabaseBytes& file) {
+             const TableParts things = file.Table("Things");
+             file.bytes[file.RowOffset(things.definition.ownedMap) + 5 + 60] |= 0x80U;
+         }},
+        {"a page that the map no longer names",
+         [](DatabaseBytes& file) {
+             const TableParts things = file.Table("Things");
+             const jet::PageNumber page = things.dataPages[1];
+             file.bytes[file.RowOffset(things.definition.ownedMap) + 5 + page / 8] &=
+                 static_cast<std::uint8_t>(~(1U << (page % 8)));
+         }},
     };
     for (const JetVersion version : kVersions) {
         const Bytes pristine = MakeCheckDatabase(version);

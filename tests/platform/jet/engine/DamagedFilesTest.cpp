@@ -211,5 +211,30 @@ TEST_P(DamagedFilesTest, CutFilesAreRefused) {
     }
 }
 
+/// A copy that was cut off: what is left of a table is not taken for the whole of it.
+TEST_P(DamagedFilesTest, ATableWithPagesBehindTheEndOfTheFileIsNoShorterTable) {
+    const std::string path = (folder_ / "cut.mdb").string();
+    {
+        const auto database = Database::Create(path, GetParam());
+        database->CreateTable({"T", {TextColumn("Name")}, {}, "", ""});
+        for (int i = 0; i < 1000; ++i) Insert(*database->OpenTable("T"), {{"Name", std::string(50, 'n')}});
+    }
+    const std::string whole = marrowkit::test::ReadFile(path);
+    const std::size_t pageBytes = GeometryOf(GetParam()).pageBytes;
+    for (const std::size_t pages : {1, 3}) {
+        SCOPED_TRACE(pages);
+        marrowkit::test::WriteFile(path, whole.substr(0, whole.size() - pages * pageBytes));
+        const auto database = Database::Open(path);
+        const auto table = database->OpenTable("T");
+        EXPECT_EQ(ErrorOf([&] { RowsOf(*table); }), 3049);
+        EXPECT_EQ(ErrorOf([&] {
+                      const auto scan = table->OpenScan({0});
+                      for (int row = 0; row < 700; ++row) ASSERT_TRUE(scan->Next()) << row;
+                  }),
+                  0)
+            << "what is there can be read";
+    }
+}
+
 }  // namespace
 }  // namespace marrowkit::jet::test
