@@ -8,7 +8,6 @@
 #include "import/DatafileLines.h"
 #include "import/DatafileLoader.h"
 #include "platform/errors/RuntimeError.h"
-#include "platform/files/FolderSearch.h"
 #include "platform/files/TextFiles.h"
 #include "platform/text/CodePage1252.h"
 #include "platform/text/Utf8.h"
@@ -141,9 +140,7 @@ public:
     FilesByCrc(const ImportSettings& settings, const ImportTables& tables)
         : romPathCharacters_(CharacterCount(settings.RomPathSlash)) {
         for (const ScannedFile& file : tables.Files) {
-            // A checksum of 0 is that of a folder, or of a file that is empty.
-            if (file.Crc == "0" && (AttributesOf(file.Path) & kAttributeDirectory) != 0) continue;
-            if (file.Crc.empty()) continue;
+            if (IsFolder(file) || file.Crc.empty()) continue;
             files_.push_back(&file);
             byCrc_[file.Crc].push_back(&file);
         }

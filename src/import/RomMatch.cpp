@@ -38,7 +38,9 @@ using FileMap = std::unordered_map<FileKey, const ScannedFile*, FileKeyHash>;
 FileMap MapFiles(const std::vector<ScannedFile>& files) {
     FileMap map;
     map.reserve(files.size());
-    for (const ScannedFile& file : files) map.try_emplace({file.Crc, file.Size}, &file);
+    for (const ScannedFile& file : files) {
+        if (!IsFolder(file)) map.try_emplace({file.Crc, file.Size}, &file);
+    }
     return map;
 }
 

@@ -3,8 +3,13 @@
 #include <limits>
 
 #include "platform/errors/RuntimeError.h"
+#include "platform/files/FolderSearch.h"
 
 namespace marrowkit {
+
+bool IsFolder(const ScannedFile& file) {
+    return file.Crc == "0" && (AttributesOf(file.Path) & kAttributeDirectory) != 0;
+}
 
 std::int32_t SizeInList(std::uint64_t bytes) {
     const auto low = static_cast<std::int32_t>(static_cast<std::uint32_t>(bytes));

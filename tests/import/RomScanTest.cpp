@@ -289,7 +289,25 @@ TEST_F(RomScan, GivesEmptyFilesAndFoldersTheChecksumTextZero) {
     EXPECT_FALSE(tables.Entries[2].Matched);
 }
 
-// do.
+// A folder stands in the list with the checksum text and the size of an empty file, and before what is in it.
+TEST_F(RomScan, NeverMatchesAFolder) {
+    std::filesystem::create_directory(folder / "Folder");
+    ASSERT_EQ(Walk(), "");
+    ASSERT_EQ(tables.Files.size(), 1u);
+    tables.Entries = {Entry("x", "0", 0)};
+    ASSERT_EQ(Match(), "");
+    EXPECT_FALSE(tables.Entries[0].Matched);
+    EXPECT_EQ(tables.Entries[0].MatchedFile, "");
+
+    Put("Folder/empty", "");
+    tables.Files.clear();
+    ASSERT_EQ(Walk(), "");
+    ASSERT_EQ(Match(), "");
+    EXPECT_TRUE(tables.Entries[0].Matched);
+    EXPECT_EQ(tables.Entries[0].MatchedFile, "Folder\\empty");
+}
+
+// Checksums have no leading zeros where they come from a file, and stay as they are written in a datafile.
 TEST_F(RomScan, NeverMatchesADatafileChecksumWithLeadingZeros) {
     std::string bytes;
     clsCRC crc;
