@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "import/DatafileChoice.h"
 #include "import/DatafileLines.h"
@@ -222,7 +223,10 @@ std::vector<ReportRow> ExplainMatches(const ImportSettings& settings, const Impo
         }
         rows.push_back(std::move(row));
     }
+    // A file is listed again by each extension with a wildcard that fits it.
+    std::unordered_set<std::string_view> told;
     for (const ScannedFile* file : files.All()) {
+        if (!told.insert(file->Path).second) continue;
         const ScannedFile* first = files.First(file->Crc, file->Size);
         if (first != file) {
             rows.push_back(FileRow("duplicate file", files, *file));

@@ -115,6 +115,29 @@ TEST_F(Explain, TellsOfEveryEntryAndFile) {
                             "unused file|||Sub\\stray|"));
 }
 
+// Extensions are search patterns: one with a wildcard lists a file again that another one lists.
+TEST_F(Explain, NamesAFileOnceThatSeveralExtensionsFind) {
+    const std::string roms = WindowsPath((folder / "roms").string());
+    settings.MatchExtensionsOnly = true;
+    settings.RomPath = roms;
+    settings.RomPathSlash = roms + "\\";
+    test::WriteFile(folder / "roms" / "a.zip", "123456789");
+    test::WriteFile(folder / "roms" / "copy.zip", "123456789");
+    test::WriteFile(folder / "roms" / "stray.zip", "stray");
+    ImportTables tables;
+    tables.FileTypes = {".ZIP", ".Z?P"};
+    test::RecordingProgress progress;
+    ASSERT_EQ(PrepareFileList(settings, tables, progress), "");
+    ASSERT_EQ(tables.Files.size(), 6u);
+    ASSERT_EQ(MatchByCrcAndSize(settings, tables, progress), "");
+    std::vector<std::string> texts = Texts(ExplainMatches(settings, tables));
+    std::sort(texts.begin(), texts.end());
+    ASSERT_EQ(texts.size(), 3u);
+    EXPECT_THAT(texts[0], testing::StartsWith("duplicate file|||"));
+    EXPECT_THAT(texts[1], testing::StartsWith("unused file|||"));
+    EXPECT_EQ(texts[2], "unused file|||stray.zip|");
+}
+
 TEST_F(Explain, AgreesWithTheLoaderOnPublishedDatafiles) {
     MARROWKIT_NEED_TEST_DATA();
     for (const auto& file : test::SampleFiles("datafiles", ".dat")) {
