@@ -13,10 +13,14 @@ namespace marrowkit::cli {
 
 namespace {
 
-/// Collects small pieces into large writes.
+/// Collects small pieces into large writes. When an error ends the rows, those before it are written: of a
+/// damaged table they are what there is to save.
 class Output {
 public:
     explicit Output(std::ostream& out) : out_(out) {}
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+    ~Output() { Flush(); }
     std::string& Text() { return text_; }
     void RowDone() {
         if (text_.size() >= kBlockBytes) Flush();

@@ -1,5 +1,8 @@
 // tables, schema and export.
 
+#include <algorithm>
+#include <filesystem>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -149,6 +152,24 @@ TEST_F(InspectCommands, FailuresAreTold) {
     WriteFile(folder_ / "text.mdb", "This is no database.");
     EXPECT_EQ(RunCli({"schema", (folder_ / "text.mdb").string()}).exitCode, 1);
     EXPECT_EQ(RunCli({"export", path_}).exitCode, 2);
+}
+
+/// What is left of a table can be saved: its rows are written, then the error says that there were more.
+TEST_F(InspectCommands, RowsInFrontOfDamageAreWritten) {
+    {
+        const auto database = jet::Database::Open(path_);
+        database->CreateTable({"Long", {MakeColumn("Name", jet::ColumnType::Text, 50)}, {}, "", ""});
+        const auto table = database->OpenTable("Long");
+        const jet::Assignment row[] = {{0, std::string(50, 'n')}};
+        for (int i = 0; i < 500; ++i) table->Insert(row);
+        database->GetPager().Flush();
+    }
+    const auto bytes = std::filesystem::file_size(path_);
+    std::filesystem::resize_file(path_, bytes - jet::GeometryOf(jet::JetVersion::Jet4).pageBytes);
+    const CommandLineRun run = RunCli({"export", path_, "Long"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.err, HasSubstr("the file may be corrupt"));
+    EXPECT_GT(std::count(run.out.begin(), run.out.end(), '\n'), 300);
 }
 
 }  // namespace
