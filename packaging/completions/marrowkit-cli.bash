@@ -92,7 +92,8 @@ _marrowkit_cli() {
             esac
             ;;
         import | create-template) ((arguments == 0)) && _marrowkit_cli_offer_files ;;
-        check | crc) _marrowkit_cli_offer_files ;;
+        check) _marrowkit_cli_offer_databases ;;
+        crc) _marrowkit_cli_offer_files ;;
     esac
     return 0
 }

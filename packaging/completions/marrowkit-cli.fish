@@ -71,7 +71,7 @@ complete -c marrowkit-cli -n '__fish_seen_subcommand_from schema' -F -a '(__marr
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from export' -F -a '(__marrowkit_cli_databases)'
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from sql' -F -a '(__marrowkit_cli_databases)'
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from import' -F
-complete -c marrowkit-cli -n '__fish_seen_subcommand_from check' -F
+complete -c marrowkit-cli -n '__fish_seen_subcommand_from check' -F -a '(__marrowkit_cli_databases)'
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from create-template' -F
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from crc' -F
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from records delete-record' -a 'Publishers Musicians Programmers Languages Crackers'

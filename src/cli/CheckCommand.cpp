@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/Commands.h"
+#include "cli/DatabaseArgument.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/HostPath.h"
 #include "platform/jet/check/Check.h"
@@ -26,7 +27,7 @@ int RunCheck(Session& session, const CheckOptions& options) {
     for (const std::string& file : options.files) {
         std::vector<jet::Problem> problems;
         try {
-            problems = jet::Check(HostPath(file), options.maxProblems);
+            problems = jet::Check(HostPath(DatabaseOf(file)), options.maxProblems);
         } catch (const RuntimeError& error) {
             exitCode = session.Fail(file + ": " + error.description);
             continue;
@@ -53,7 +54,8 @@ int RunCheck(Session& session, const CheckOptions& options) {
 void AddCheckCommand(CLI::App& app, Session& session) {
     const auto options = std::make_shared<CheckOptions>();
     CLI::App* command = app.add_subcommand("check", "Looks for damage in databases");
-    command->add_option("FILE", options->files, "Databases (.mdb)")->required();
+    command->add_option("FILE", options->files, "Database files, or names of databases in the library")
+        ->required();
     command->add_option("--max", options->maxProblems, "The most problems to list for a file")
         ->check(CLI::Range(1, 1'000'000))
         ->capture_default_str();

@@ -250,6 +250,7 @@ const OptionCase kCases[] = {
          EXPECT_EQ(run.err, good + ": no problems found\n" + good + ": no problems found\n");
          EXPECT_EQ(run.out, world.File("bad.mdb") + ": Unrecognized database format '" +
                                 world.File("bad.mdb") + "'.\n");
+         EXPECT_EQ(world.Run({"check", "Arcade"}).err, "Arcade: no problems found\n");
      }},
     {"check --max",
      [](const CommandWorld& world) {
