@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -22,6 +23,7 @@
 #include "platform/files/FileTools.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
+#include "platform/text/Text.h"
 
 namespace marrowkit::cli {
 
@@ -29,15 +31,34 @@ namespace {
 
 struct Arguments {
     std::string datafile;
-    std::string name;
-    std::string into;
-    std::string romFolder;
+    // Given and empty is not the same as not given: an empty variable of a script is refused.
+    std::optional<std::string> name;
+    std::optional<std::string> into;
+    std::optional<std::string> romFolder;
     std::string reportFile;
     ImportOptions options;
     bool tosec = false;
     bool noTosec = false;
     bool dryRun = false;
 };
+
+/// The Windows path of a path that was typed; as it was typed where there is none (a share, an empty text).
+std::string WindowsPathIfAny(const std::string& typed) {
+    try {
+        return WindowsPath(typed);
+    } catch (const RuntimeError&) {
+        return typed;
+    }
+}
+
+/// The same for a database; empty where there is none.
+std::string DatabaseIfAny(const std::string& argument) {
+    try {
+        return DatabaseOf(argument);
+    } catch (const RuntimeError&) {
+        return {};
+    }
+}
 
 /// One import by the arguments of the command line.
 class ImportCommand {
@@ -63,30 +84,32 @@ public:
 private:
     /// Which database and which names; what the dialog would not let pass.
     std::string Prepare() {
-        const std::string datafile = WindowsPath(arguments_.datafile);
+        const std::string datafile = WindowsPathIfAny(arguments_.datafile);
         if (!FileTools().FileExists(datafile, 0, "")) return "Could not find file: " + datafile;
-        settings_.ImportIntoExisting = !arguments_.into.empty();
+        settings_.ImportIntoExisting = arguments_.into.has_value();
         if (settings_.ImportIntoExisting) {
-            settings_.ExistingDatabasePath = DatabaseOf(arguments_.into);
-            const std::string file = FileNameOf(settings_.ExistingDatabasePath);
-            settings_.ExistingDatabaseName = file.substr(0, file.size() - 4);
-            options_.name = settings_.ExistingDatabaseName;
+            settings_.ExistingDatabasePath = DatabaseIfAny(*arguments_.into);
             if (!FileTools().FileExists(settings_.ExistingDatabasePath, 0, "")) {
                 return "Huh? This database doesn't exist!";
             }
+            const std::string file = FileNameOf(settings_.ExistingDatabasePath);
+            settings_.ExistingDatabaseName = Left(file, std::max(0, Len(file) - 4));
+            options_.name = settings_.ExistingDatabaseName;
         } else {
             options_.name =
-                arguments_.name.empty() ? MakeDefaultDatabaseName(FileNameOf(datafile)) : arguments_.name;
-            if (std::string objection = ObjectionToDatabaseName(options_.name); !objection.empty()) {
+                arguments_.name ? *arguments_.name : MakeDefaultDatabaseName(FileNameOf(datafile));
+            // The dialog's own refusal of an empty name comes later.
+            if (std::string objection = ObjectionToDatabaseName(options_.name);
+                !options_.name.empty() && !objection.empty()) {
                 return objection;
             }
         }
         options_.tosecNames = arguments_.tosec || (!arguments_.noTosec && NamesTosec(FileNameOf(datafile)));
-        options_.scanForRoms = !arguments_.romFolder.empty();
+        options_.scanForRoms = arguments_.romFolder.has_value();
         // A path with a drive letter is checked as it was typed.
         if (options_.scanForRoms) {
-            options_.romPath = HasDriveLetter(arguments_.romFolder) ? arguments_.romFolder
-                                                                    : WindowsPath(arguments_.romFolder);
+            const std::string& typed = *arguments_.romFolder;
+            options_.romPath = HasDriveLetter(typed) ? typed : WindowsPathIfAny(typed);
         }
         return {};
     }
@@ -182,6 +205,13 @@ private:
     std::vector<TerminalProgress::Stage> stages_;
 };
 
+/// An option with a text, which may be empty.
+CLI::Option* AddText(CLI::App& command, const std::string& name, std::optional<std::string>& text,
+                     const std::string& help) {
+    return command.add_option_function<std::string>(
+        name, [&text](const std::string& value) { text = value; }, help);
+}
+
 template <std::size_t count>
 std::vector<std::int32_t> ColumnsOf(const std::array<ColumnItem, count>& items) {
     std::vector<std::int32_t> columns;
@@ -193,9 +223,9 @@ std::vector<std::int32_t> ColumnsOf(const std::array<ColumnItem, count>& items) 
 void AddOptions(CLI::App& command, Arguments& arguments) {
     ImportOptions& options = arguments.options;
     command.add_option("DATAFILE", arguments.datafile, "A RomCenter 2.00 datafile (.dat)")->required();
-    CLI::Option* name = command.add_option("--name", arguments.name,
-                                           "Name of the new database (default: from the datafile's name)");
-    command.add_option("--into", arguments.into, "Adds the games to this database instead")
+    CLI::Option* name = AddText(command, "--name", arguments.name,
+                                "Name of the new database (default: from the datafile's name)");
+    AddText(command, "--into", arguments.into, "Adds the games to this database instead")
         ->option_text("DB")
         ->excludes(name);
     command
@@ -218,7 +248,7 @@ void AddOptions(CLI::App& command, Arguments& arguments) {
     command.add_flag("--no-tosec", arguments.noTosec, "They do not")->excludes(tosec);
     command.add_flag("--add-zip", options.addZipExtension, "Appends .zip to the file names");
     CLI::Option* roms =
-        command.add_option("--roms", arguments.romFolder, "Looks for the games' files in this folder")
+        AddText(command, "--roms", arguments.romFolder, "Looks for the games' files in this folder")
             ->option_text("DIR");
     command
         .add_flag("--match-extensions", options.matchExtensionsOnly,
