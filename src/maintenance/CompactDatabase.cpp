@@ -1,9 +1,14 @@
 #include "maintenance/CompactDatabase.h"
 
+#include <optional>
+
 #include "platform/dao/Dao.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/FileSystem.h"
 #include "platform/files/FileTools.h"
+#include "platform/files/HostFiles.h"
+#include "platform/files/HostPath.h"
+#include "platform/jet/format/JetErrors.h"
 #include "platform/process/StopRequest.h"
 #include "platform/text/Numbers.h"
 
@@ -21,6 +26,13 @@ std::string Kilobytes(std::int64_t bytes) {
     return Format0(static_cast<double>(bytes) / kBytesPerKilobyte);
 }
 
+/// Somebody wrote to the file between two looks at it, or put another in its place.
+bool HasChanged(const std::optional<HostStatus>& before, const std::optional<HostStatus>& now) {
+    return before && now &&
+           (!before->SameFileAs(*now) || before->size != now->size ||
+            before->modifiedNanoseconds != now->modifiedNanoseconds);
+}
+
 bool Compact(UserInterface& ui, const std::string& databasePath, const std::string& temporaryPath,
              CompactionDisk& disk) {
     ui.SetHourglass(true);
@@ -28,6 +40,7 @@ bool Compact(UserInterface& ui, const std::string& databasePath, const std::stri
     const std::int32_t gamesBefore = disk.CountGames(databasePath);
     const std::int64_t bytesBefore = disk.Length(databasePath);
     disk.Delete(temporaryPath);
+    const auto copied = StatusOf(HostPath(databasePath));
     disk.Compact(databasePath, temporaryPath);
     if (disk.CountGames(temporaryPath) != gamesBefore) {
         // The pointer stays an hourglass and the temporary file stays where it is.
@@ -38,6 +51,8 @@ bool Compact(UserInterface& ui, const std::string& databasePath, const std::stri
                        MessageIcon::Information, kTitle);
         return false;
     }
+    // A change that is not in the copy would go with the old file.
+    if (HasChanged(copied, StatusOf(HostPath(databasePath)))) jet::RaiseJet(jet::JetError::ChangedByOther);
     disk.Delete(databasePath);
     disk.Rename(temporaryPath, databasePath);
     const std::int64_t bytesAfter = disk.Length(databasePath);

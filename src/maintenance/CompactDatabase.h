@@ -27,7 +27,8 @@ public:
 /// was lost, and puts the result in the file's place. A leftover temporary file is deleted first.
 ///
 /// All errors are trapped and reported, as are a missing file, a different number of games (the database
-/// stays as it was) and success with the sizes before and after. True for the last.
+/// stays as it was) and success with the sizes before and after. True for the last. A database that somebody
+/// changes after it was copied stays, too: error 3197.
 ///
 /// Nothing is undone after an error. The games are in the database file at all times, except between its
 /// deletion and the renaming of the temporary file: there that one holds them.

@@ -260,6 +260,41 @@ TEST_P(CompactionFaults, ADatabaseThatSomebodyHasOpenIsLeftAlone) {
     EXPECT_EQ(database_.One("SELECT COUNT(*) FROM Games"), std::to_string(kGames + 1));
 }
 
+TEST_P(CompactionFaults, WhatSomebodyWritesMeanwhileIsNotThrownAway) {
+    /// Somebody changes a game, with the database open for a moment only, while the copy is looked at.
+    class BusyDisk : public CompactionDisk {
+    public:
+        std::int32_t CountGames(const std::string& database) override {
+            const std::int32_t games = CompactionDisk::CountGames(database);
+            if (database == temporary_) {
+                dao::Database frontend = dao::DBEngine().OpenDatabase(source_);
+                frontend.Execute("UPDATE Games SET Name = \"Late\" WHERE Name = \"Game 7\"");
+                frontend.Close();
+            }
+            return games;
+        }
+        void Compact(const std::string& from, const std::string& to) override {
+            CompactionDisk::Compact(from, to);
+            source_ = from;
+            temporary_ = to;
+        }
+
+    private:
+        std::string source_;
+        std::string temporary_;
+    };
+    BusyDisk disk;
+    EXPECT_FALSE(Compact(disk));
+    ASSERT_EQ(ui_.messages.size(), 1U);
+    EXPECT_THAT(ui_.messages[0].text,
+                testing::AllOf(HasSubstr("Unable to compact database"), HasSubstr(" (3197,0)")));
+    EXPECT_EQ(database_.One("SELECT COUNT(*) FROM Games WHERE Name = \"Late\""), "1");
+    CompactionDisk sound;
+    EXPECT_TRUE(Compact(sound));
+    EXPECT_EQ(database_.One("SELECT COUNT(*) FROM Games WHERE Name = \"Late\""), "1");
+    EXPECT_FALSE(fs::exists(Temporary()));
+}
+
 TEST_P(CompactionFaults, AFolderThatMayNotBeChangedKeepsItsDatabase) {
     const fs::path folder = database_.HostFile().parent_path();
     if (geteuid() == 0) {
