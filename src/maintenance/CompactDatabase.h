@@ -19,6 +19,7 @@ public:
     virtual std::int64_t Length(const std::string& file);
     /// Nothing there is no error.
     virtual void Delete(const std::string& file);
+    /// The copy gets the original's permissions, too.
     virtual void Compact(const std::string& from, const std::string& to);
     virtual void Rename(const std::string& from, const std::string& to);
 };

@@ -71,6 +71,16 @@ TEST_P(Compaction, ReplacesALeftoverTemporaryFileWithoutAQuestion) {
     EXPECT_FALSE(fs::exists(leftover));
 }
 
+TEST_P(Compaction, LeavesTheFilesPermissionsAsTheyWere) {
+    const FrontendDatabase database(2, 5, GetParam());
+    for (const unsigned mode : {0600U, 0660U, 0444U, 0644U}) {
+        fs::permissions(database.HostFile(), fs::perms(mode));
+        test::RecordingUserInterface ui;
+        EXPECT_TRUE(Compact(ui, database));
+        EXPECT_EQ(fs::status(database.HostFile()).permissions(), fs::perms(mode)) << std::oct << mode;
+    }
+}
+
 TEST_P(Compaction, ReportsAMissingFile) {
     const FrontendDatabase database(2, 5, GetParam());
     fs::remove(database.HostFile());
