@@ -199,8 +199,11 @@ std::string Hex(std::int32_t value) {
 
 std::string Format0(double value) {
     if (!std::isfinite(value)) Raise(RuntimeErrorNumber::Overflow);
-    const double whole = std::round(value) + 0.0;  // + 0.0: no "-0"
-    std::array<char, 320> digits{};                // a double has at most 309 digits before the point
+    // Not std::round(): mingw-w64's makes 1 of 0.49999999999999994. The difference is exact.
+    double whole = std::trunc(value);
+    if (std::abs(value - whole) >= 0.5) whole += std::copysign(1.0, value);
+    whole += 0.0;                    // no "-0"
+    std::array<char, 320> digits{};  // a double has at most 309 digits before the point
     const auto end =
         std::to_chars(digits.data(), digits.data() + digits.size(), whole, std::chars_format::fixed, 0);
     return {digits.data(), end.ptr};
