@@ -1,6 +1,5 @@
 #include "platform/files/HostPath.h"
 
-#include <filesystem>
 #include <utility>
 
 #include "platform/errors/RuntimeError.h"
@@ -34,8 +33,9 @@ std::string WindowsPath(std::string_view path) {
         }
         return text;
     }
-    const auto host = std::filesystem::path(CurrentHostFolder()) / HostPath(path);  // which may be absolute
-    const auto windows = Drives().ToWindows(host.string());
+    const std::string host = HostPath(path);
+    const bool isAbsolute = host.starts_with('/') || IsAbsolutePath(host);
+    const auto windows = Drives().ToWindows(isAbsolute ? host : HostPathBelow(CurrentHostFolder(), host));
     if (!windows) Raise(RuntimeErrorNumber::BadFileName);
     return *windows;
 }
