@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -13,6 +12,7 @@
 #include "import/GamesLine.h"
 #include "maintenance/FrontendDatabase.h"
 #include "platform/files/HostPath.h"
+#include "support/Environment.h"
 #include "support/TemporaryFolder.h"
 
 namespace marrowkit::test {
@@ -24,8 +24,8 @@ class CommandWorld {
 public:
     CommandWorld() {
         std::filesystem::create_directory(folder / "elsewhere");
-        setenv("MARROWKIT_LIBRARY", (folder / "elsewhere").c_str(), 1);
-        setenv("XDG_CONFIG_HOME", (folder / "settings").c_str(), 1);
+        SetVariable("MARROWKIT_LIBRARY", (folder / "elsewhere").string());
+        SetVariable("XDG_CONFIG_HOME", (folder / "settings").string());
         std::filesystem::copy_file(arcade.HostFile(), arcade.LibraryFolder() / "Empty.mdb");
         WriteFile(folder / "roms/Sub/found.zip", "123456789");
         WriteFile(folder / "roms/stray.bin", "stray");
@@ -36,8 +36,8 @@ public:
     CommandWorld(const CommandWorld&) = delete;
     CommandWorld& operator=(const CommandWorld&) = delete;
     ~CommandWorld() {
-        unsetenv("MARROWKIT_LIBRARY");
-        unsetenv("XDG_CONFIG_HOME");
+        UnsetVariable("MARROWKIT_LIBRARY");
+        UnsetVariable("XDG_CONFIG_HOME");
     }
 
     CommandLineRun Run(std::vector<std::string> arguments, const std::string& input = "") const {

@@ -8,6 +8,7 @@
 #include "cli/CommandLineTester.h"
 #include "maintenance/FrontendDatabase.h"
 #include "platform/registry/RegistryStore.h"
+#include "support/Environment.h"
 #include "support/TemporaryFolder.h"
 
 namespace marrowkit::test {
@@ -19,7 +20,7 @@ using testing::StartsWith;
 
 class MaintenanceCommands : public testing::Test {
 protected:
-    MaintenanceCommands() { setenv("XDG_CONFIG_HOME", settings_.Path().c_str(), 1); }
+    MaintenanceCommands() { SetVariable("XDG_CONFIG_HOME", settings_.Path().string()); }
 
     CommandLineRun Run(std::vector<std::string> arguments, const std::string& input = "") {
         arguments.insert(arguments.begin(), {"--library", database_.LibraryFolder().string()});

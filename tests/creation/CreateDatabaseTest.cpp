@@ -29,7 +29,8 @@ constexpr const char* kNoTemplate =
 std::vector<std::string> Tree(const fs::path& folder) {
     std::vector<std::string> names;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        names.push_back(fs::relative(entry.path(), folder).string() + (entry.is_directory() ? "/" : ""));
+        names.push_back(fs::relative(entry.path(), folder).generic_string() +
+                        (entry.is_directory() ? "/" : ""));
     }
     std::sort(names.begin(), names.end());
     return names;

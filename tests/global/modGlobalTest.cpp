@@ -8,6 +8,7 @@
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/DriveMap.h"
 #include "platform/files/HostPath.h"
+#include "support/Environment.h"
 #include "support/TemporaryFolder.h"
 
 namespace marrowkit {
@@ -17,9 +18,9 @@ namespace fs = std::filesystem;
 
 class ModGlobal : public testing::Test {
 protected:
-    ModGlobal() { ::unsetenv("MARROWKIT_LIBRARY"); }
+    ModGlobal() { test::UnsetVariable("MARROWKIT_LIBRARY"); }
     ~ModGlobal() override {
-        ::unsetenv("MARROWKIT_LIBRARY");
+        test::UnsetVariable("MARROWKIT_LIBRARY");
         UseDrives(DriveMap());
     }
     test::TemporaryFolder folder_;
@@ -32,22 +33,30 @@ TEST_F(ModGlobal, TellsTheVersionWithoutPadding) {
 TEST_F(ModGlobal, TakesTheProgramsFolderAndEndsItWithABackslash) {
     modGlobal::Start();
     EXPECT_THAT(modGlobal::LibraryRoot, testing::EndsWith("\\"));
-    EXPECT_TRUE(fs::exists(fs::path(HostPath(modGlobal::LibraryRoot)) / "global_test"));
+#ifdef _WIN32
+    constexpr const char* kProgram = "global_test.exe";
+#else
+    constexpr const char* kProgram = "global_test";
+#endif
+    EXPECT_TRUE(fs::exists(fs::path(HostPath(modGlobal::LibraryRoot)) / kProgram));
 }
 
 TEST_F(ModGlobal, TakesTheFolderOfTheEnvironment) {
-    ::setenv("MARROWKIT_LIBRARY", folder_.Path().c_str(), 1);
+    test::SetVariable("MARROWKIT_LIBRARY", folder_.Path().string());
     modGlobal::Start();
     EXPECT_TRUE(fs::equivalent(HostPath(modGlobal::LibraryRoot), folder_.Path()));
+#ifndef _WIN32
     EXPECT_THAT(modGlobal::LibraryRoot, testing::MatchesRegex("Z:\\\\.*[^\\]\\\\"));
+#endif
 }
 
 TEST_F(ModGlobal, PrefersTheFolderItIsGiven) {
-    ::setenv("MARROWKIT_LIBRARY", "/nowhere", 1);
+    test::SetVariable("MARROWKIT_LIBRARY", "/nowhere");
     modGlobal::Start(folder_.Path().string() + "/");
     EXPECT_TRUE(fs::equivalent(HostPath(modGlobal::LibraryRoot), folder_.Path()));
 }
 
+#ifndef _WIN32
 TEST_F(ModGlobal, NamesALibraryInAWinePrefixByThePrefixsDrives) {
     fs::create_directories(folder_ / "dosdevices");
     fs::create_directories(folder_ / "drive_c/Vellora");
@@ -58,6 +67,7 @@ TEST_F(ModGlobal, NamesALibraryInAWinePrefixByThePrefixsDrives) {
     modGlobal::Start("c:\\vellora");
     EXPECT_EQ(modGlobal::LibraryRoot, "C:\\Vellora\\");
 }
+#endif
 
 TEST_F(ModGlobal, RefusesADriveThatDoesNotExist) {
     EXPECT_THROW(modGlobal::Start("Q:\\Vellora"), RuntimeError);

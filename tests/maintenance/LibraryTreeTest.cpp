@@ -114,7 +114,8 @@ TEST_F(LibraryTree, KeepsTheFileSystemsOrderOfDatabases) {
         Put(name + "/" + name + ".mdb");
     }
     std::vector<std::string> order;
-    for (const auto& entry : fs::directory_iterator(folder.Path())) order.push_back(entry.path().filename());
+    for (const auto& entry : fs::directory_iterator(folder.Path()))
+        order.push_back(entry.path().filename().string());
     EXPECT_EQ(Texts(Read().children), order);
 }
 

@@ -9,6 +9,7 @@
 #include "platform/errors/RuntimeError.h"
 #include "platform/registry/RegistryStore.h"
 #include "support/BothFormats.h"
+#include "support/Environment.h"
 #include "support/RecordingUserInterface.h"
 
 namespace marrowkit {
@@ -27,7 +28,7 @@ const Message kDone{"Removed All Custom Views!", MessageIcon::Information, "Marr
 class RemoveViews : public test::BothFormats {
 protected:
     /// The registry of this program alone, in a folder of the test.
-    RemoveViews() { setenv("XDG_CONFIG_HOME", settings.Path().c_str(), 1); }
+    RemoveViews() { test::SetVariable("XDG_CONFIG_HOME", settings.Path().string()); }
 
     static std::string Key(const std::string& database) {
         return "Software\\Quillon\\Vellora\\Vellora\\" + database + "\\QuickFilter";

@@ -23,7 +23,7 @@ using Model = std::set<std::pair<Bytes, RowId>>;
 
 class BTreeTest : public ::testing::TestWithParam<JetVersion> {
 protected:
-    BTreeTest() : database(TestDatabase::Create(HostStorage(), folder / "Test.mdb", GetParam())) {}
+    BTreeTest() : database(TestDatabase::Create(HostStorage(), (folder / "Test.mdb").string(), GetParam())) {}
 
     static Bytes Entry(const Bytes& key, RowId row) {
         Bytes entry = key;

@@ -105,7 +105,7 @@ TEST(GenuineFiles, AreReadPageForPage) {
         options.readOnly = true;
         std::shared_ptr<Pager> pager;
         try {
-            pager = Pager::Open(HostStorage(), path, options);
+            pager = Pager::Open(HostStorage(), path.string(), options);
         } catch (const RuntimeError& error) {
             EXPECT_EQ(error.number, 3031) << error.description;
             continue;
@@ -141,7 +141,7 @@ TEST(GenuineFiles, IndexesSurviveHavingEveryEntryReplaced) {
         std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing);
         std::shared_ptr<Pager> pager;
         try {
-            pager = Pager::Open(HostStorage(), copy);
+            pager = Pager::Open(HostStorage(), copy.string());
         } catch (const RuntimeError& error) {
             EXPECT_EQ(error.number, 3031) << error.description;
             continue;

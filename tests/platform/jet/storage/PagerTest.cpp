@@ -357,7 +357,7 @@ TEST_P(PagerTest, ChangesNothingOutsideOfAUnit) {
 
 TEST_P(PagerTest, WorksOnHostFiles) {
     ::marrowkit::test::TemporaryFolder folder;
-    const std::string path = folder / "Real file.mdb";
+    const std::string path = (folder / "Real file.mdb").string();
     std::uint64_t last = 0;
     {
         TestDatabase database = TestDatabase::Create(HostStorage(), path, GetParam());
@@ -371,15 +371,17 @@ TEST_P(PagerTest, WorksOnHostFiles) {
         EXPECT_THAT(CheckDatabase(database), IsEmpty());
         EXPECT_TRUE(std::filesystem::exists(folder / "Real file.ldb"));
         EXPECT_EQ(std::filesystem::file_size(folder / "Real file.ldb"), 64U);
+#ifndef _WIN32  // links are for administrators there
         // Another name of the same file is the same file.
         std::filesystem::create_symlink(path, folder / "Link.mdb");
-        EXPECT_EQ(Pager::Open(HostStorage(), folder / "Link.mdb"), database.pager);
+        EXPECT_EQ(Pager::Open(HostStorage(), (folder / "Link.mdb").string()), database.pager);
+#endif
     }
     EXPECT_FALSE(std::filesystem::exists(folder / "Real file.ldb"));
     EXPECT_FALSE(std::filesystem::exists(path + ".mkjournal"));
-    ExpectError(3024, [&] { Pager::Open(HostStorage(), folder / "Absent.mdb"); });
-    ExpectError(3044, [&] { Pager::Open(HostStorage(), folder / "Nowhere/Absent.mdb"); });
-    ExpectError(3051, [&] { Pager::Open(HostStorage(), folder.Path()); });
+    ExpectError(3024, [&] { Pager::Open(HostStorage(), (folder / "Absent.mdb").string()); });
+    ExpectError(3044, [&] { Pager::Open(HostStorage(), (folder / "Nowhere/Absent.mdb").string()); });
+    ExpectError(3051, [&] { Pager::Open(HostStorage(), folder.Path().string()); });
     ExpectError(3204, [&] { Pager::Create(HostStorage(), path, NewDatabaseHeader(GetParam(), 1)); });
 }
 

@@ -2,11 +2,15 @@
 #include <csignal>
 #include <cstdlib>
 #include <thread>
-#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#ifndef _WIN32
+#include <unistd.h>
+
 #include <sys/wait.h>
+#endif
 
 #include "platform/jet/storage/Expect.h"
 #include "platform/jet/storage/LockFile.h"
@@ -252,7 +256,7 @@ TEST_F(SharingTest, WhatAStrangerUsesIsReadButNotWritten) {
 
 TEST_F(SharingTest, SeesWhatAStrangerWroteBeforeItLeft) {
     const ::marrowkit::test::TemporaryFolder folder;
-    const std::string path = folder / "Test.mdb";
+    const std::string path = (folder / "Test.mdb").string();
     TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
     const auto pager = Pager::Open(HostStorage(), path);
     const auto stranger = HostStorage().Open(path, OpenMode::ReadWrite);
@@ -282,9 +286,11 @@ TEST_F(SharingTest, UnitsCommittedBeforeAStrangerCameAreWritten) {
     ExpectError(3045, [&] { Put(*pager, 6); });
 }
 
+#ifndef _WIN32  // there is no fork()
+
 TEST_F(SharingTest, WhatAStrangerHasWrittenIsNotWrittenOver) {
     const ::marrowkit::test::TemporaryFolder folder;
-    const std::string path = folder / "Test.mdb";
+    const std::string path = (folder / "Test.mdb").string();
     TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
     const std::uint8_t value = 7;
     {
@@ -315,6 +321,8 @@ TEST_F(SharingTest, WhatAStrangerHasWrittenIsNotWrittenOver) {
     }
 }
 
+#endif
+
 TEST_F(SharingTest, LocksOnPagesOrTablesMeanAStranger) {
     for (const std::uint64_t lock : {0x20000A01, 0x40000202, 0x50000203, 0x60000204}) {
         const auto pager = Pager::Open(one, kPath);
@@ -334,6 +342,8 @@ TEST_F(SharingTest, AStrangerKeepsItsLockFile) {
 }
 
 // ---- Real processes
+
+#ifndef _WIN32
 
 /// Runs a function in a process of its own.
 template <typename Function>
@@ -358,7 +368,7 @@ int Wait(pid_t child) {
 
 TEST(Processes, LoseNoUpdateOfEachOther) {
     ::marrowkit::test::TemporaryFolder folder;
-    const std::string path = folder / "Shared.mdb";
+    const std::string path = (folder / "Shared.mdb").string();
     TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
     constexpr std::uint32_t kUnits = 1000;
     const auto work = [&](std::uint8_t who) {
@@ -449,6 +459,8 @@ TEST_P(KilledProcesses, LeaveWholeUnits) {
     }
     EXPECT_GT(last, 0U);
 }
+
+#endif
 
 }  // namespace
 }  // namespace marrowkit::jet::test
