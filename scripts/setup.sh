@@ -2,6 +2,7 @@
 # Installs the Debian packages that building, testing or measuring Marrowkit needs.
 #
 #   scripts/setup.sh [build] [tests] [benchmarks]     default: build
+#   scripts/setup.sh windows                          only what scripts/make-windows.sh builds with (no Qt)
 #
 # Asks for nothing, says nothing when nothing is missing, and needs root or sudo only when something is.
 set -euo pipefail
@@ -9,15 +10,18 @@ set -euo pipefail
 build=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev qt6-base-dev qt6-svg-dev libgl1-mesa-dev python3)
 tests=(libgtest-dev libgmock-dev libsqlite3-dev mdbtools procps faketime xdotool xvfb)
 benchmarks=(libbenchmark-dev libsqlite3-dev libdeflate-dev zlib1g-dev mdbtools rhash sqlite3)
+windows=(g++-mingw-w64-x86-64-posix cmake ninja-build libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev googletest)
 
 packages=("${build[@]}")
+[[ $* == windows ]] && packages=()
 for what in "$@"; do
     case $what in
         build) ;;
+        windows) packages+=("${windows[@]}") ;;
         tests) packages+=("${tests[@]}") ;;
         benchmarks) packages+=("${benchmarks[@]}") ;;
         *)
-            echo "setup.sh: unknown part '$what' (build, tests, benchmarks)" >&2
+            echo "setup.sh: unknown part '$what' (build, tests, benchmarks, windows)" >&2
             exit 2
             ;;
     esac
