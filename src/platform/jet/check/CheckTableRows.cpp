@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <optional>
 
 #include "platform/jet/check/CheckTable.h"
@@ -337,7 +338,10 @@ private:
                 Severity::Content);
         }
         const auto counter = static_cast<std::int32_t>(definition.lastAutoNumber);
-        if (greatestAutoNumber_ && counter > 0 && *greatestAutoNumber_ > counter) {
+        // Behind the greatest number there is, counting goes on at the least: then it is below the rows.
+        const bool mayHaveRunOver =
+            counter <= 0 || greatestAutoNumber_ == std::numeric_limits<std::int32_t>::max();
+        if (greatestAutoNumber_ && !mayHaveRunOver && *greatestAutoNumber_ > counter) {
             Say(definition.page,
                 "the AutoNumber counter stands at " + std::to_string(counter) + ", a row has " +
                     std::to_string(*greatestAutoNumber_),

@@ -539,6 +539,21 @@ TEST_P(CheckVersionTest, RowsWithoutARequiredValueAreFound) {
     EXPECT_THAT(database.Check(), IsEmpty());
 }
 
+TEST_P(CheckVersionTest, ACounterThatRanOverMayStandBelowTheRows) {
+    EditedDatabase database(GetParam());
+    database.WithEngine([](jet::Database& file) {
+        jet::Column id = MakeColumn("Id", jet::ColumnType::Long);
+        id.autoNumber = true;
+        file.CreateTable({"T", {id, MakeColumn("X", jet::ColumnType::Long)}, {}, "", ""});
+        const auto table = file.OpenTable("T");
+        table->Insert(std::vector<jet::Assignment>{{0, 2147483647}});
+        table->Insert(std::vector<jet::Assignment>{{1, 1}});  // goes on at the least number there is
+        table->Insert(std::vector<jet::Assignment>{{0, 8}});
+        EXPECT_EQ(table->TakeAutoNumber(), 9);
+    });
+    EXPECT_THAT(database.Check(), IsEmpty());
+}
+
 TEST_P(CheckVersionTest, PropertiesThatDoNotHoldTogetherAreFound) {
     EditedDatabase database(GetParam());
     database.WithEngine([](jet::Database& file) {
