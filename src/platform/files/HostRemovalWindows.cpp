@@ -71,6 +71,30 @@ std::vector<NamedEntry> EntriesOf(const std::wstring& folder) {
     return entries;
 }
 
+/// Whether somebody has a lock on a byte of the file, or has it open without letting it be deleted. One that
+/// cannot be opened for other reasons cannot be asked.
+bool IsInUse(const std::wstring& path) {
+    const Handle file(CreateFileW(path.c_str(), GENERIC_READ | DELETE, kShareAll, nullptr, OPEN_EXISTING,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file.IsOpen()) return GetLastError() == ERROR_SHARING_VIOLATION;
+    OVERLAPPED start{};
+    constexpr DWORD kFlags = LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY;
+    return LockFileEx(file.Get(), kFlags, 0, MAXDWORD, MAXLONG, &start) == 0 &&
+           GetLastError() == ERROR_LOCK_VIOLATION;
+}
+
+/// Raises 70 when somebody uses the file, or one anywhere in the folder: before the first one is gone.
+void RaiseWhenInUse(const std::wstring& path, bool folder, bool link) {
+    if (link) return;
+    if (!folder) {
+        if (IsInUse(path)) RaiseNotRemoved(ERROR_SHARING_VIOLATION, false);
+        return;
+    }
+    for (const NamedEntry& entry : EntriesOf(path)) {
+        RaiseWhenInUse(path + L'\\' + entry.name, entry.isFolder, entry.isLink);
+    }
+}
+
 /// A link to a folder is removed as an empty folder is, and what it leads to stays.
 void RemoveEntry(const std::wstring& path, bool folder, bool link) {
     if (folder && !link) {
@@ -92,7 +116,10 @@ void RemoveHostTree(const std::string& hostPath) {
         RaiseNotRemoved(code, false);
     }
     const auto entry = LinkStatusOf(hostPath);
-    RemoveEntry(path, (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0, entry && entry->isLink);
+    const bool folder = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const bool link = entry && entry->isLink;
+    RaiseWhenInUse(path, folder, link);
+    RemoveEntry(path, folder, link);
 }
 
 }  // namespace marrowkit
