@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -26,6 +27,15 @@ struct Contents {
     jet::Value games;
 };
 
+/// nullopt for a file that was deleted since the library was searched.
+std::optional<double> BytesOf(const std::string& path) {
+    try {
+        return static_cast<double>(FileLength(path));
+    } catch (const RuntimeError&) {
+        return std::nullopt;
+    }
+}
+
 Contents ContentsOf(const std::string& path) {
     Contents contents;
     try {
@@ -52,7 +62,9 @@ int RunList(Session& session) {
     for (const std::string& name : names) {
         const std::string path = DatabasePathOf(name);
         const Contents contents = ContentsOf(path);
-        rows->Write({name, contents.version, contents.games, static_cast<double>(FileLength(path)), path});
+        if (const auto bytes = BytesOf(path)) {
+            rows->Write({name, contents.version, contents.games, *bytes, path});
+        }
     }
     rows->Finish();
     if (names.empty() && !session.quiet) {
