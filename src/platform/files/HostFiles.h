@@ -138,7 +138,7 @@ private:
 class OpenHostFolder {
 public:
     /// A folder that cannot be opened is no error: its files are then opened by their whole paths.
-    explicit OpenHostFolder(std::string hostFolder);
+    explicit OpenHostFolder(const std::string& hostFolder);
     OpenHostFolder(const OpenHostFolder&) = delete;
     OpenHostFolder& operator=(const OpenHostFolder&) = delete;
     ~OpenHostFolder();

@@ -86,8 +86,8 @@ bool HostFolderReader::CanLookAtEntries() const {
     return stream_ != nullptr && fstatat(dirfd(static_cast<DIR*>(stream_)), ".", &info, 0) == 0;
 }
 
-OpenHostFolder::OpenHostFolder(std::string hostFolder)
-    : path_(std::move(hostFolder)), descriptor_(open(path_.c_str(), kOpenFolderFlags)) {
+OpenHostFolder::OpenHostFolder(const std::string& hostFolder)
+    : path_(hostFolder), descriptor_(open(path_.c_str(), kOpenFolderFlags)) {
     if (!path_.ends_with('/')) path_ += '/';
 }
 

@@ -100,7 +100,7 @@ bool HostFolderReader::CanLookAtEntries() const {
     return stream_ != nullptr;
 }
 
-OpenHostFolder::OpenHostFolder(std::string hostFolder) : path_(HostPathBelow(hostFolder, "")) {}
+OpenHostFolder::OpenHostFolder(const std::string& hostFolder) : path_(HostPathBelow(hostFolder, "")) {}
 OpenHostFolder::~OpenHostFolder() = default;
 
 std::string OpenHostFolder::PathOf(std::string_view name) const {

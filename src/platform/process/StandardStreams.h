@@ -15,7 +15,7 @@ public:
     Utf8Console();
     Utf8Console(const Utf8Console&) = delete;
     Utf8Console& operator=(const Utf8Console&) = delete;
-    ~Utf8Console();
+    ~Utf8Console();  // NOLINT(performance-trivially-destructible): on Windows it has something to do
 
 private:
     [[maybe_unused]] unsigned outputBefore_ = 0;  ///< code pages; 0 without a console

@@ -45,7 +45,7 @@ std::optional<double> ParseRadix(std::string_view text) {
 std::string LayOutNumber(double number, int digits) {
     if (number == 0) return "0";
     std::array<char, 40> buffer{};
-    std::snprintf(buffer.data(), buffer.size(), "%.*e", digits - 1, std::abs(number));
+    std::snprintf(buffer.data(), buffer.size(), "%.*e", digits - 1, std::fabs(number));
     const std::string_view printed(buffer.data());
     const std::size_t mark = printed.find('e');
     std::string figures;
