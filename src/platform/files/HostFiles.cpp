@@ -10,6 +10,17 @@
 
 namespace marrowkit {
 
+void RaiseForHostPath(int systemCode, const std::string& hostPath) {
+    if (RuntimeErrorOfSystemCode(systemCode) == RuntimeErrorNumber::FileNotFound) {
+        const auto parent = StatusOf(HostParentOf(hostPath));
+        if (!parent || parent->kind != HostKind::Folder) {
+            SetLastPlatformErrorCode(systemCode);
+            Raise(RuntimeErrorNumber::PathNotFound);
+        }
+    }
+    RaiseSystemError(systemCode);
+}
+
 std::string ReadHostFile(const std::string& hostPath) try {
     HostFile file(hostPath, HostFile::Mode::Read);
     std::string bytes;

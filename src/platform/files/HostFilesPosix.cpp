@@ -45,17 +45,6 @@ bool IsHiddenEntry(std::string_view name, const HostStatus&) {
     return name.starts_with('.');
 }
 
-void RaiseForHostPath(int systemCode, const std::string& hostPath) {
-    if (systemCode == ENOENT) {
-        const auto parent = StatusOf(HostParentOf(hostPath));
-        if (!parent || parent->kind != HostKind::Folder) {
-            SetLastPlatformErrorCode(systemCode);
-            Raise(RuntimeErrorNumber::PathNotFound);
-        }
-    }
-    RaiseSystemError(systemCode);
-}
-
 void RaiseMissingHostFile(const std::string& hostPath) {
     RaiseForHostPath(ENOENT, hostPath);
 }

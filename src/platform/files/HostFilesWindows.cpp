@@ -100,17 +100,6 @@ bool IsHiddenEntry(std::string_view, const HostStatus& status) {
     return status.hidden;
 }
 
-void RaiseForHostPath(int systemCode, const std::string& hostPath) {
-    if (systemCode == ERROR_FILE_NOT_FOUND) {
-        const auto parent = StatusOf(HostParentOf(hostPath));
-        if (!parent || parent->kind != HostKind::Folder) {
-            SetLastPlatformErrorCode(systemCode);
-            Raise(RuntimeErrorNumber::PathNotFound);
-        }
-    }
-    RaiseSystemError(systemCode);
-}
-
 void RaiseMissingHostFile(const std::string& hostPath) {
     RaiseForHostPath(ERROR_FILE_NOT_FOUND, hostPath);
 }
