@@ -130,6 +130,10 @@ StoredMap ReadMap(const CheckFile& file, RowId where, std::uint32_t owner) {
     }
 }
 
+void RequireWithinFile(const StoredMap& map, RowId where) {
+    if (map.beyondEnd != 0) throw Damage(where.page, "its usage map names pages beyond the file's end");
+}
+
 StoredDefinition ReadDefinition(const CheckFile& file, PageNumber page) {
     constexpr std::size_t kFramingBytes = 8;
     /// Far more than 255 columns, 32 indexes and their names can take.

@@ -67,6 +67,8 @@ struct StoredMap {
 /// Reads a map from a page with this owner: 0, or 1 for the global map on page 1. Throws Damage. Pages in
 /// `members` are only known to lie in the file.
 StoredMap ReadMap(const CheckFile& file, RowId where, std::uint32_t owner = 0);
+/// Throws Damage when the map of an object names pages that the file does not have: it was cut off.
+void RequireWithinFile(const StoredMap& map, RowId where);
 
 /// The pages of a definition and their contents put together (the first page whole, the others from byte 8).
 struct StoredDefinition {

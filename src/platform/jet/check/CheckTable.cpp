@@ -42,7 +42,7 @@ StoredMap CheckContext::ClaimMap(RowId where, std::string_view table, const std:
         StoredMap map = ReadMap(file, where);
         if (!marks.Mark(where)) throw Damage(where.page, "its usage map serves something else too");
         if (!Claim(where.page, mapOwner, table)) return {};
-        if (map.beyondEnd != 0) throw Damage(where.page, "its usage map names pages beyond the file's end");
+        RequireWithinFile(map, where);
         for (const PageNumber bitmap : map.bitmapPages) {
             if (!Claim(bitmap, bitmapOwner, table)) return {};
         }

@@ -334,7 +334,7 @@ SourceTable ReadSourceTable(const check::CheckFile& source, const std::string& n
     const check::StoredDefinition stored = check::ReadDefinition(source, page);
     table.definition = ParseTableDefinition(source.PageGeometry(), page, ByteView(stored.logical));
     check::StoredMap owned = check::ReadMap(source, table.definition.ownedMap);
-    if (owned.beyondEnd != 0) throw Damage(page, "its usage map names pages beyond the file's end");
+    check::RequireWithinFile(owned, table.definition.ownedMap);
     table.ownedPages = std::move(owned.members);
     return table;
 }
