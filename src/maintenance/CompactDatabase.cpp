@@ -1,8 +1,6 @@
 #include "maintenance/CompactDatabase.h"
 
-#include <filesystem>
 #include <optional>
-#include <system_error>
 
 #include "platform/dao/Dao.h"
 #include "platform/errors/RuntimeError.h"
@@ -97,11 +95,8 @@ void CompactionDisk::Delete(const std::string& file) {
 
 void CompactionDisk::Compact(const std::string& from, const std::string& to) {
     dao::DBEngine().CompactDatabase(from, to);
-    // The new file takes the old one's place: who may read and write it does not change. One that cannot have
-    // them (a file system without permissions) does without.
-    std::error_code ignored;
-    const std::filesystem::file_status status = std::filesystem::status(HostPath(from), ignored);
-    if (!ignored) std::filesystem::permissions(HostPath(to), status.permissions(), ignored);
+    // The new file takes the old one's place: who may read and write it does not change.
+    CopyHostPermissions(HostPath(from), HostPath(to));
 }
 
 void CompactionDisk::Rename(const std::string& from, const std::string& to) {

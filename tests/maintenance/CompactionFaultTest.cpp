@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include "maintenance/CompactDatabase.h"
@@ -293,6 +294,21 @@ TEST_P(CompactionFaults, WhatSomebodyWritesMeanwhileIsNotThrownAway) {
     EXPECT_TRUE(Compact(sound));
     EXPECT_EQ(database_.One("SELECT COUNT(*) FROM Games WHERE Name = \"Late\""), "1");
     EXPECT_FALSE(fs::exists(Temporary()));
+}
+
+TEST_P(CompactionFaults, TheFileStaysItsOwnersWhenAnotherCompactsIt) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+    constexpr uid_t kOwner = 12345;
+    constexpr gid_t kGroup = 23456;
+    ASSERT_EQ(chown(database_.HostFile().c_str(), kOwner, kGroup), 0);
+    fs::permissions(database_.HostFile(), fs::perms::owner_read | fs::perms::owner_write);
+    CompactionDisk disk;
+    EXPECT_TRUE(Compact(disk));
+    struct stat info {};
+    ASSERT_EQ(stat(database_.HostFile().c_str(), &info), 0);
+    EXPECT_EQ(info.st_uid, kOwner);
+    EXPECT_EQ(info.st_gid, kGroup);
+    EXPECT_EQ(info.st_mode & 07777U, 0600U);
 }
 
 TEST_P(CompactionFaults, AFolderThatMayNotBeChangedKeepsItsDatabase) {

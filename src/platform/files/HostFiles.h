@@ -93,6 +93,10 @@ void ReplaceHostFile(const std::string& hostPath, std::string_view bytes);
 /// the same file.
 void CopyHostFile(const std::string& from, const std::string& to);
 
+/// Gives a file the permissions of another, and its owner and group where they may be given. Nothing fails:
+/// a file that cannot have them (a file system without permissions) does without.
+void CopyHostPermissions(const std::string& from, const std::string& to);
+
 /// Raises 75 when something of that name exists, 76 without the parent folder.
 void MakeHostFolder(const std::string& hostPath);
 

@@ -143,6 +143,15 @@ void CopyHostFile(const std::string& from, const std::string& to) {
     twin.PutIntoPlace();
 }
 
+void CopyHostPermissions(const std::string& from, const std::string& to) {
+    struct stat info {};
+    if (stat(from.c_str(), &info) != 0) return;
+    // Owner and group first: giving them away can take permissions.
+    if (chown(to.c_str(), info.st_uid, info.st_gid) != 0)
+        static_cast<void>(!chown(to.c_str(), -1, info.st_gid));
+    static_cast<void>(!chmod(to.c_str(), info.st_mode & kPermissionBits));
+}
+
 void RenameHostEntry(const std::string& from, const std::string& to) {
     if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return;
     if (errno == EINVAL || errno == ENOSYS) {

@@ -162,6 +162,10 @@ void CopyHostFile(const std::string& from, const std::string& to) {
     twin.PutIntoPlace(info.dwFileAttributes);
 }
 
+void CopyHostPermissions(const std::string& from, const std::string& to) {
+    CopyRights(WidePath(from), WidePath(to));
+}
+
 void RenameHostEntry(const std::string& from, const std::string& to) {
     if (MoveFileExW(WidePath(from).c_str(), WidePath(to).c_str(), MOVEFILE_WRITE_THROUGH) != 0) return;
     const int code = LastError();
