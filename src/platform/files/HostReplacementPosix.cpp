@@ -146,9 +146,12 @@ void CopyHostFile(const std::string& from, const std::string& to) {
 void CopyHostPermissions(const std::string& from, const std::string& to) {
     struct stat info {};
     if (stat(from.c_str(), &info) != 0) return;
-    // Owner and group first: giving them away can take permissions.
-    if (chown(to.c_str(), info.st_uid, info.st_gid) != 0)
-        static_cast<void>(!chown(to.c_str(), -1, info.st_gid));
+    constexpr auto kSameOwner = static_cast<uid_t>(-1);
+    // First of all: giving a file away can take permissions. Who may not give it away may give it to his
+    // groups.
+    if (chown(to.c_str(), info.st_uid, info.st_gid) != 0) {
+        static_cast<void>(!chown(to.c_str(), kSameOwner, info.st_gid));
+    }
     static_cast<void>(!chmod(to.c_str(), info.st_mode & kPermissionBits));
 }
 
