@@ -29,6 +29,12 @@ constexpr const char* kFooter =
     "go to standard error. Exit codes: 0 done, 1 refused or failed with a message,\n"
     "2 wrong usage, 70 an error nobody expected.";
 
+/// Given and empty is not the same as not given: what a script's empty variable would lead to is another
+/// library than the one that was meant.
+std::string RefuseEmpty(const std::string& text) {
+    return text.empty() ? "The folder's name is empty" : "";
+}
+
 void AddGlobalOptions(CLI::App& app, Session& session) {
     app.set_help_flag("-h,--help", "Explains the program or a command");
     app.set_version_flag("--version", BuildVersionText(),
@@ -36,11 +42,14 @@ void AddGlobalOptions(CLI::App& app, Session& session) {
     app.add_option("--library", session.library,
                    "Folder of the databases and of Empty.mdb; else what MARROWKIT_LIBRARY in the environment "
                    "names, else the folder that the desktop program remembers, else the program's own")
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->check(RefuseEmpty);
     app.add_flag("--json", session.json, "Results as JSON instead of CSV");
     app.add_flag("--quiet", session.quiet, "No progress and no notices, only results and failures");
     app.add_flag("--yes", session.yes, "Answers every confirmation with Yes");
 }
+
+constexpr const char* kNotWritten = "The results could not be written.";
 
 /// What an error that nobody expected looks like.
 int ReportFatalError(Session& session, int number, const std::string& description) {
@@ -67,7 +76,7 @@ int RunChosenCommand(Session& session) {
         const int result = session.run(session);
         if (result != kDone) session.Ui().ShowHeldBack();
         session.Out().flush();
-        if (!session.Out()) return session.Fail("The results could not be written.");
+        if (!session.Out()) return session.Fail(kNotWritten);
         return result;
     } catch (const RuntimeError& error) {
         session.Out().flush();
@@ -79,6 +88,13 @@ int RunChosenCommand(Session& session) {
     } catch (const std::exception& error) {
         return ReportFatalError(session, static_cast<int>(RuntimeErrorNumber::InternalError), error.what());
     }
+}
+
+/// --help and --version, which the parser reports like an error.
+int PrintExplanation(const CLI::App& app, const CLI::ParseError& error, Session& session) {
+    app.exit(error, session.Out(), session.Err());
+    session.Out().flush();
+    return session.Out() ? kDone : session.Fail(kNotWritten);
 }
 
 }  // namespace
@@ -102,7 +118,7 @@ int RunCommandLine(std::vector<std::string> arguments, const Streams& streams) {
         std::reverse(arguments.begin(), arguments.end());  // as parse() wants them
         app.parse(arguments);
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) return app.exit(error, streams.out, streams.err);
+        if (error.get_exit_code() == 0) return PrintExplanation(app, error, session);
         streams.err << WrongUsageText(app, error);
         return kWrongUsage;
     }

@@ -107,17 +107,53 @@ std::size_t EditDistance(std::string_view a, std::string_view b) {
     return distance[a.size()][b.size()];
 }
 
-/// " Did you mean 'list'?", or nothing when no command is like it.
-std::string Suggestion(const CLI::App& app, const std::string& typed) {
+/// " Did you mean 'list'?", or nothing when no name is like it.
+std::string Suggestion(const std::vector<std::string>& names, const std::string& typed) {
     std::string best;
     std::size_t bestDistance = 1 + typed.size() / 3;
-    for (const CLI::App* command : app.get_subcommands(nullptr)) {
-        const std::size_t distance = EditDistance(typed, command->get_name());
+    for (const std::string& name : names) {
+        const std::size_t distance = EditDistance(typed, name);
         if (distance > bestDistance || (distance == bestDistance && !best.empty())) continue;
-        best = command->get_name();
+        best = name;
         bestDistance = distance;
     }
     return best.empty() ? "" : " Did you mean '" + best + "'?";
+}
+
+std::vector<std::string> CommandNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands(nullptr)) names.push_back(command->get_name());
+    return names;
+}
+
+void AddOptionNames(const CLI::App& app, std::vector<std::string>& names) {
+    for (const CLI::Option* option : app.get_options()) {
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    }
+}
+
+bool LooksLikeAnOption(const std::string& argument) {
+    return argument.size() > 1 && argument.front() == '-';
+}
+
+std::string UnknownOptionText(const CLI::App& app, const std::string& argument) {
+    const std::string typed = argument.substr(0, argument.find('='));
+    std::vector<std::string> names;
+    AddOptionNames(app, names);
+    for (const CLI::App* command : app.get_subcommands()) AddOptionNames(*command, names);
+    // Two dashes are like each other in any pair of options.
+    const bool isLong = typed.starts_with("--");
+    return "There is no option '" + typed + "'." + (isLong ? Suggestion(names, typed) : "");
+}
+
+/// What is wrong with arguments that nothing takes. The parser lists them in no order of any use, together
+/// with the values of an option that it does not know.
+std::string SurplusText(const CLI::App& app, const std::vector<std::string>& arguments) {
+    const auto option = std::find_if(arguments.begin(), arguments.end(), LooksLikeAnOption);
+    if (option != arguments.end()) return UnknownOptionText(app, *option);
+    std::string text = "There are more arguments than expected:";
+    for (const std::string& argument : arguments) text += " " + argument;
+    return text;
 }
 
 }  // namespace
@@ -132,12 +168,18 @@ std::string WrongUsageText(const CLI::App& app, const CLI::ParseError& error) {
     if (chosen.empty() && error.get_name() == "RequiredError") {
         // The parser calls a mistyped command a missing one.
         const std::vector<std::string> rest = app.remaining();
-        const std::string what =
-            rest.empty() ? "A command is missing."
-                         : "There is no command '" + rest.front() + "'." + Suggestion(app, rest.front());
+        std::string what = "A command is missing.";
+        if (!rest.empty() && LooksLikeAnOption(rest.front())) {
+            what = UnknownOptionText(app, rest.front());
+        } else if (!rest.empty()) {
+            what =
+                "There is no command '" + rest.front() + "'." + Suggestion(CommandNames(app), rest.front());
+        }
         return what + "\n'" + program + " --help' lists the commands.\n";
     }
     std::string text = std::string(error.what()) + "\n";
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError))
+        text = SurplusText(app, app.remaining(true)) + "\n";
     if (chosen.empty()) return text + "'" + program + " --help' lists the options.\n";
     const std::string command = program + " " + chosen.front()->get_name();
     const auto formatter = std::dynamic_pointer_cast<CLI::Formatter>(app.get_formatter());

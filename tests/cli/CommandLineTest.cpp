@@ -66,6 +66,33 @@ TEST(CommandLine, ShowsTheUsageOfACommandThatIsUsedWrongly) {
               "'marrowkit-cli list --help' explains it.\n");
 }
 
+TEST(CommandLine, NamesAnOptionThatThereIsNot) {
+    EXPECT_THAT(RunCli({"import", "a.dat", "--name-colum", "3"}).err,
+                testing::StartsWith("There is no option '--name-colum'. Did you mean '--name-column'?\n"));
+    EXPECT_THAT(RunCli({"--libary", "x", "list"}).err,
+                testing::StartsWith("There is no option '--libary'. Did you mean '--library'?\n"));
+    EXPECT_THAT(RunCli({"list", "--quite"}).err, HasSubstr("Did you mean '--quiet'?"));
+    EXPECT_THAT(RunCli({"list", "-q"}).err, testing::StartsWith("There is no option '-q'.\n"));
+    EXPECT_THAT(RunCli({"list", "--nonsense=3"}).err,
+                testing::StartsWith("There is no option '--nonsense'.\n"));
+    EXPECT_THAT(RunCli({"-V"}).err, testing::StartsWith("There is no option '-V'.\n"));
+}
+
+TEST(CommandLine, NamesSurplusArgumentsInTheirOrder) {
+    EXPECT_THAT(RunCli({"sql", "a.mdb", "SELECT", "Name", "FROM", "Games"}).err,
+                testing::StartsWith("There are more arguments than expected: Name FROM Games\n"));
+}
+
+TEST(CommandLine, RefusesALibraryWithoutAName) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"--library", "", "list"}, {"list", "--library="}}) {
+        const CommandLineRun run = RunCli(arguments);
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_THAT(run.err, testing::StartsWith("--library: "));
+        EXPECT_THAT(run.out, IsEmpty());
+    }
+}
+
 TEST(CommandLine, TakesGlobalOptionsBeforeAndBehindTheCommand) {
     const TemporaryFolder folder;
     WriteFile(folder / "a", "123456789");
@@ -103,6 +130,11 @@ TEST(CommandLine, FailsWhenTheResultsCannotBeWritten) {
     out.setstate(std::ios::badbit);
     EXPECT_EQ(cli::RunCommandLine({"crc", (folder / "a").string()}, {in, out, err}), 1);
     EXPECT_EQ(err.str(), "The results could not be written.\n");
+    for (const char* option : {"--help", "--version"}) {
+        err.str("");
+        EXPECT_EQ(cli::RunCommandLine({option}, {in, out, err}), 1) << option;
+        EXPECT_EQ(err.str(), "The results could not be written.\n");
+    }
 }
 
 }  // namespace
