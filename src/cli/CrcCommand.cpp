@@ -7,6 +7,7 @@
 #include "checksum/clsCRC.h"
 #include "cli/Commands.h"
 #include "platform/errors/RuntimeError.h"
+#include "platform/files/FileSystem.h"
 #include "platform/text/Numbers.h"
 
 namespace marrowkit::cli {
@@ -26,6 +27,10 @@ int RunCrc(Session& session, const CrcOptions& options) {
     int result = kDone;
     for (const std::string& file : options.files) {
         try {
+            if (IsFolder(file)) {  // reads like an empty file
+                result = session.Fail(file + ": This is a folder");
+                continue;
+            }
             const auto sum = crc.CalculateFile(file);
             rows->Write({file, sum ? jet::Value(Hex(*sum)) : jet::Value()});
         } catch (const RuntimeError& error) {

@@ -46,6 +46,14 @@ TEST_F(CrcCommand, NamesFilesItCannotReadAndGoesOn) {
     EXPECT_EQ(run.out, "File,CRC\n\"" + digits + "\",\"CBF43926\"\n");
 }
 
+TEST_F(CrcCommand, DoesNotTakeAFolderForAnEmptyFile) {
+    const std::string folder = folder_.Path().string();
+    const CommandLineRun run = RunCli({"crc", folder, folder + "/"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, folder + ": This is a folder\n" + folder + "/: This is a folder\n");
+    EXPECT_EQ(run.out, "File,CRC\n");
+}
+
 TEST_F(CrcCommand, WritesJson) {
     const std::string digits = Make("digits", "123456789");
     const std::string empty = Make("empty", "");
