@@ -6,7 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/Commands.h"
-#include "cli/DatabaseArgument.h"
+#include "cli/OpenForReading.h"
 #include "platform/errors/RuntimeError.h"
 #include "platform/files/HostPath.h"
 #include "platform/jet/check/Check.h"
@@ -27,7 +27,7 @@ int RunCheck(Session& session, const CheckOptions& options) {
     for (const std::string& file : options.files) {
         std::vector<jet::Problem> problems;
         try {
-            problems = jet::Check(HostPath(DatabaseOf(file)), options.maxProblems);
+            problems = jet::Check(HostPath(ExistingDatabaseOf(file)), options.maxProblems);
         } catch (const RuntimeError& error) {
             exitCode = session.Fail(file + ": " + error.description);
             continue;

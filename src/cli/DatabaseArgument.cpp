@@ -21,15 +21,24 @@ bool IsDeviceName(std::string_view name) {
     return numbered && (base.starts_with("COM") || base.starts_with("LPT"));
 }
 
+/// A database's folder stands for its database; any other path for itself.
+std::string DatabaseAt(const std::string& path) {
+    const std::string folder = WithoutFinalBackslash(path);
+    std::string inFolder = folder + "\\" + FileNameOf(folder) + ".mdb";
+    return FileTools().FileExists(inFolder, 0, "") ? inFolder : path;
+}
+
 }  // namespace
 
-// A plain name is one of the library, also when there is no such database: the message then names the place
-// where it was looked for. Only a name that ends in ".mdb" may be a file of the current folder as well.
+// A plain name is one of the library, else a file of the current folder. When there is neither, a name that
+// ends in ".mdb" counts as such a file, any other as the library's: the message then names the place.
 std::string DatabaseOf(const std::string& argument) {
-    if (argument.empty() || !IsWindowsFileName(argument)) return WindowsPath(argument);
+    if (argument.empty() || !IsWindowsFileName(argument)) return DatabaseAt(WindowsPath(argument));
     std::string inLibrary = DatabasePathOf(argument);
-    if (!EqualNoCase(Right(argument, 4), ".mdb")) return inLibrary;
-    return FileTools().FileExists(inLibrary, 0, "") ? inLibrary : WindowsPath(argument);
+    if (FileTools().FileExists(inLibrary, 0, "")) return inLibrary;
+    const std::string here = WindowsPath(argument);
+    const bool isFileHere = EqualNoCase(Right(argument, 4), ".mdb") || FileTools().FileExists(here, 0, "");
+    return isFileHere ? here : inLibrary;
 }
 
 SelectedNode DatabaseNode(const std::string& argument) {
@@ -53,6 +62,9 @@ std::string ObjectionToDatabaseName(const std::string& name) {
     }
     if (!IsWindowsFileName(name) || IsDeviceName(name)) {
         return "Windows cannot have a folder of that name: " + name;
+    }
+    if (EqualNoCase(name, kFrontendDocumentsFolder)) {
+        return "A folder of that name is never shown as a database: " + name;
     }
     return "";
 }

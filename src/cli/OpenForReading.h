@@ -12,6 +12,10 @@ namespace marrowkit::cli {
 /// The line of --help about a command's database file.
 inline constexpr const char* kDatabaseFileHelp = "A database file, or a database's name in the library";
 
+/// DatabaseOf(argument) (DatabaseArgument.h). Raises 53, with a description that names the path, when there
+/// is no such file: the engine's own words about a missing one speak of servers.
+std::string ExistingDatabaseOf(const std::string& argument);
+
 /// Opens a database for the commands that only look: never writes, needs no write permission.
 std::shared_ptr<jet::Database> OpenForReading(const std::string& argument);
 

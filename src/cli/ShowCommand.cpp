@@ -35,8 +35,7 @@ bool IsInFolderOfItsName(const std::string& path) {
 }
 
 int RunShow(Session& session, const std::string& argument) {
-    const std::string path = DatabaseOf(argument);
-    if (!FileTools().FileExists(path, 0, "")) return session.Fail("Could not find file: " + path);
+    const std::string path = ExistingDatabaseOf(argument);
     const auto database = OpenForReading(path);
     const auto rows = session.Rows({"Kind", "Name", "Value"});
     rows->Write({"database", path, jet::Null()});

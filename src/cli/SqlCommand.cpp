@@ -6,7 +6,6 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/Commands.h"
-#include "cli/DatabaseArgument.h"
 #include "cli/OpenForReading.h"
 #include "platform/dao/Dao.h"
 #include "platform/dao/sql/Query.h"
@@ -39,7 +38,7 @@ int PrintRecords(Session& session, const std::string& file, const dao::sql::Sele
 
 int RunAction(Session& session, const SqlOptions& options) {
     const StopSignals signals;
-    dao::Database database = dao::DBEngine().OpenDatabase(DatabaseOf(options.file));
+    dao::Database database = dao::DBEngine().OpenDatabase(ExistingDatabaseOf(options.file));
     database.Execute(options.statement);
     const auto rows = session.Rows({"RecordsAffected"});
     rows->Write({database.RecordsAffected()});
@@ -65,7 +64,8 @@ void AddSqlCommand(CLI::App& app, Session& session) {
     command->footer(
         "A SELECT prints its rows and leaves the file untouched. Any other statement (INSERT,\n"
         "UPDATE, DELETE, SELECT INTO, CREATE, ALTER, DROP) is done as a whole or not at all,\n"
-        "and prints how many records it affected.\n"
+        "and prints how many records it affected. A name that the table does not have counts\n"
+        "as a parameter: 'Too few parameters' mostly tells of a misspelt column.\n"
         "\n"
         "Examples:\n"
         "  marrowkit-cli sql Arcade.mdb \"SELECT Name FROM Games WHERE Name LIKE 'z*'\"\n"

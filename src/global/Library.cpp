@@ -11,7 +11,7 @@ std::vector<std::string> DatabaseNames() {
     const FileTools tools;
     std::vector<std::string> names;
     for (const FoundFile& entry : ListFolder(modGlobal::LibraryRoot)) {
-        if (!entry.IsFolder() || EqualNoCase(entry.name, "Docs")) continue;
+        if (!entry.IsFolder() || EqualNoCase(entry.name, kFrontendDocumentsFolder)) continue;
         if (tools.FileExists(DatabasePathOf(entry.name), 0, "")) names.push_back(entry.name);
     }
     return names;

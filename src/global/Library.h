@@ -6,6 +6,9 @@
 
 namespace marrowkit {
 
+/// Never a database, whatever it holds: the frontend's own folder.
+inline constexpr std::string_view kFrontendDocumentsFolder = "Docs";
+
 /// The names of the databases below LibraryRoot: of its sub-folders that hold a database file of their own
 /// name, except for "Docs", which is the frontend's. In the file system's order.
 std::vector<std::string> DatabaseNames();

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "cli/CommandLineTester.h"
+#include "platform/files/HostPath.h"
 #include "platform/jet/engine/Database.h"
 #include "support/TemporaryFolder.h"
 
@@ -61,7 +62,9 @@ TEST_F(CheckCommand, GoesOnBehindAFileThatIsMissing) {
     const std::string missing = (folder_ / "missing.mdb").string();
     const CommandLineRun run = RunCli({"check", missing, sound_});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_THAT(run.err, HasSubstr(missing));
+    EXPECT_THAT(run.err, HasSubstr(missing + ": Could not find file: " + WindowsPath(missing) + "\n"));
+    const std::string folder = folder_.Path().string();
+    EXPECT_EQ(RunCli({"check", folder}).err, folder + ": Could not find file: " + WindowsPath(folder) + "\n");
     EXPECT_THAT(run.err, HasSubstr(sound_ + ": no problems found"));
 }
 

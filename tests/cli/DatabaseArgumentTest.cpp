@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 #include "cli/DatabaseArgument.h"
@@ -36,6 +38,28 @@ TEST_F(DatabaseArgument, IsAPathOfTheHostOrOfWindows) {
 TEST_F(DatabaseArgument, MayBeAFileOfTheCurrentFolder) {
     EXPECT_EQ(DatabaseOf("some.mdb"), WindowsPath("some.mdb"));
     EXPECT_EQ(DatabaseOf("odd.mdb"), modGlobal::LibraryRoot + "odd.mdb\\odd.mdb.mdb");
+}
+
+// What the shell's completion makes of a database's folder.
+TEST_F(DatabaseArgument, MayBeTheFolderOfADatabase) {
+    const std::string folder = (folder_ / "Arcade").string();
+    EXPECT_EQ(DatabaseOf(folder), WindowsPath(folder) + "\\Arcade.mdb");
+    EXPECT_EQ(DatabaseOf(folder + "/"), WindowsPath(folder) + "\\Arcade.mdb");
+    EXPECT_EQ(DatabaseOf(WindowsPath(folder) + "\\"), WindowsPath(folder) + "\\Arcade.mdb");
+}
+
+TEST_F(DatabaseArgument, StaysAFolderWithoutADatabaseOfItsName) {
+    const std::string folder = folder_.Path().string();
+    EXPECT_EQ(DatabaseOf(folder), WindowsPath(folder));
+}
+
+TEST_F(DatabaseArgument, MayBeAFileOfTheCurrentFolderWithAnyEnding) {
+    test::WriteFile("./some.accdb", "x");
+    test::WriteFile("./Arcade", "x");
+    EXPECT_EQ(DatabaseOf("some.accdb"), WindowsPath("some.accdb"));
+    EXPECT_EQ(DatabaseOf("Arcade"), modGlobal::LibraryRoot + "Arcade\\Arcade.mdb");
+    std::filesystem::remove("some.accdb");
+    std::filesystem::remove("Arcade");
 }
 
 }  // namespace

@@ -269,7 +269,7 @@ const OptionCase kCases[] = {
      }},
     {"tables FILE",
      [](const CommandWorld& world) {
-         DatabaseIsNamedOrGivenAsPath(world, "tables", {}, "is not a valid path");
+         DatabaseIsNamedOrGivenAsPath(world, "tables", {}, "Could not find file");
      }},
     {"tables --system",
      [](const CommandWorld& world) {
@@ -278,11 +278,11 @@ const OptionCase kCases[] = {
      }},
     {"schema FILE",
      [](const CommandWorld& world) {
-         DatabaseIsNamedOrGivenAsPath(world, "schema", {}, "is not a valid path");
+         DatabaseIsNamedOrGivenAsPath(world, "schema", {}, "Could not find file");
      }},
     {"export FILE",
      [](const CommandWorld& world) {
-         DatabaseIsNamedOrGivenAsPath(world, "export", {"Games"}, "is not a valid path");
+         DatabaseIsNamedOrGivenAsPath(world, "export", {"Games"}, "Could not find file");
      }},
     {"export TABLE",
      [](const CommandWorld& world) {
@@ -293,7 +293,7 @@ const OptionCase kCases[] = {
      }},
     {"sql FILE",
      [](const CommandWorld& world) {
-         DatabaseIsNamedOrGivenAsPath(world, "sql", {"UPDATE Games SET Fav = True"}, "is not a valid path");
+         DatabaseIsNamedOrGivenAsPath(world, "sql", {"UPDATE Games SET Fav = True"}, "Could not find file");
          EXPECT_EQ(world.arcade.One("SELECT Fav FROM Games"), "True");
      }},
     {"sql STATEMENT",

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "cli/CommandLineTester.h"
+#include "platform/files/HostPath.h"
 #include "platform/jet/engine/Database.h"
 #include "support/TableDesigns.h"
 #include "support/TemporaryFolder.h"
@@ -149,6 +150,9 @@ TEST_F(InspectCommands, FailuresAreTold) {
     const CommandLineRun file = RunCli({"tables", (folder_ / "missing.mdb").string()});
     EXPECT_EQ(file.exitCode, 1);
     EXPECT_THAT(file.err, HasSubstr("Could not find file"));
+    const CommandLineRun name = RunCli({"--library", folder_.Path().string(), "tables", "Nothing"});
+    EXPECT_EQ(name.err,
+              "Could not find file: " + WindowsPath((folder_ / "Nothing/Nothing.mdb").string()) + "\n");
     WriteFile(folder_ / "text.mdb", "This is no database.");
     EXPECT_EQ(RunCli({"schema", (folder_ / "text.mdb").string()}).exitCode, 1);
     EXPECT_EQ(RunCli({"export", path_}).exitCode, 2);

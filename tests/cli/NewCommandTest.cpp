@@ -66,6 +66,16 @@ TEST_F(NewCommand, RefusesNamesThatTheDialogWouldNotTake) {
     EXPECT_EQ(std::distance(fs::directory_iterator(library_.Path()), fs::directory_iterator()), 1);
 }
 
+// The library never shows the frontend's own folder "Docs" as a database.
+TEST_F(NewCommand, RefusesTheNameOfTheFrontendsDocuments) {
+    for (const char* name : {"Docs", "DOCS"}) {
+        const CommandLineRun run = New(name);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.err, std::string("A folder of that name is never shown as a database: ") + name + "\n");
+    }
+    EXPECT_FALSE(fs::exists(library_ / "Docs"));
+}
+
 TEST_F(NewCommand, TellsWhatStoppedIt) {
     WriteFile(library_ / "Arcade", "a file");
     const CommandLineRun run = New("Arcade");
