@@ -85,7 +85,8 @@ std::string ReadHostFile(const std::string& hostPath);
 void WriteHostFile(const std::string& hostPath, std::string_view bytes);
 
 /// The file has either its old or the new content at every moment, also when the machine stops: written
-/// beside it, flushed, renamed over it. Keeps the old permissions; a link stays a link.
+/// beside it, flushed, renamed over it. Keeps the old permissions; a link stays a link. What is
+/// no file but a device or a pipe is written to.
 void ReplaceHostFile(const std::string& hostPath, std::string_view bytes);
 
 /// A byte copy with the permissions and the time of change of the source. The target appears complete or not

@@ -109,6 +109,7 @@ void ReplaceHostFile(const std::string& hostPath, std::string_view bytes) {
     struct stat old {};
     const bool existed = stat(target.c_str(), &old) == 0;
     if (existed && S_ISDIR(old.st_mode)) RaiseSystemError(EISDIR);
+    if (existed && !S_ISREG(old.st_mode)) return WriteHostFile(hostPath, bytes);
 
     TemporaryTwin twin(target);
     twin.Write(bytes);

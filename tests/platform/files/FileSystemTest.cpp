@@ -188,6 +188,20 @@ TEST_F(FileSystemTest, ReplacingAFileKeepsItsModeAndItsLink) {
     EXPECT_EQ(fs::status(Host("real")).permissions(), fs::perms(0640));
 }
 
+// What a shell hands over for a program's input; a terminal or /dev/null must not become a file either.
+TEST_F(FileSystemTest, ReplacingWritesIntoAPipe) {
+    const std::string pipe = Host("pipe").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    ReplaceHostFile(pipe, "new");
+    char got[8] = {};
+    EXPECT_EQ(read(reader, got, sizeof got), 3);
+    EXPECT_STREQ(got, "new");
+    close(reader);
+    EXPECT_TRUE(fs::is_fifo(pipe));
+}
+
 TEST_F(FileSystemTest, ReplacingOnAFullDiskKeepsTheOldContent) {
     Write("a", "old");
     {
