@@ -48,7 +48,7 @@ complete -c marrowkit-cli -n '__fish_seen_subcommand_from import' -l no-tosec -d
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from import' -l add-zip -d 'Append .zip to the file names'
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from import' -x -a '(__fish_complete_directories)' -l roms -d 'Look for the files in this folder'
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from import' -l match-extensions -d 'Only files with an extension of the datafile'
-complete -c marrowkit-cli -n '__fish_seen_subcommand_from import' -r -F -l report -d 'Write what became of each line and file'
+complete -c marrowkit-cli -n '__fish_seen_subcommand_from import' -r -F -l report -d 'Write which lines make no games, and what the ROM scan found'
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from import' -l dry-run -d 'Create and write nothing'
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from delete-record' -x -l replace-with -d 'The record that its games move to'
 complete -c marrowkit-cli -n '__fish_seen_subcommand_from check' -x -l max -d 'The most problems to list for a file'

@@ -20,9 +20,11 @@
 #include "import/ImportOptions.h"
 #include "import/ImportReport.h"
 #include "platform/errors/RuntimeError.h"
+#include "platform/files/FileSystem.h"
 #include "platform/files/FileTools.h"
 #include "platform/files/HostPath.h"
 #include "platform/files/Paths.h"
+#include "platform/text/CodePage1252.h"
 #include "platform/text/Text.h"
 
 namespace marrowkit::cli {
@@ -35,7 +37,7 @@ struct Arguments {
     std::optional<std::string> name;
     std::optional<std::string> into;
     std::optional<std::string> romFolder;
-    std::string reportFile;
+    std::optional<std::string> reportFile;
     ImportOptions options;
     bool tosec = false;
     bool noTosec = false;
@@ -71,6 +73,7 @@ public:
         if (!AcceptDatafile(session_.Ui(), WindowsPath(arguments_.datafile), settings_)) return kFailed;
         const auto refusal = StoreImportOptions(options_, modGlobal::LibraryRoot, settings_);
         if (refusal) return session_.Fail(refusal->text);
+        WarnOfUnwritableRomPath();
         if (WantsReport()) report_ = ExplainDatafile(settings_);
 
         const bool done = ImportAndReport();
@@ -78,7 +81,7 @@ public:
         if (settings_.ImportSucceeded) RemindOfScanAndFix(session_.Ui());
         if (!done) return kFailed;
         if (!PrintsReport()) WriteResult();
-        return kDone;
+        return reportWritten_ ? kDone : kFailed;
     }
 
 private:
@@ -86,6 +89,7 @@ private:
     std::string Prepare() {
         const std::string datafile = WindowsPathIfAny(arguments_.datafile);
         if (!FileTools().FileExists(datafile, 0, "")) return "Could not find file: " + datafile;
+        if (std::string objection = ObjectionToReport(); !objection.empty()) return objection;
         settings_.ImportIntoExisting = arguments_.into.has_value();
         if (settings_.ImportIntoExisting) {
             settings_.ExistingDatabasePath = DatabaseIfAny(*arguments_.into);
@@ -114,8 +118,28 @@ private:
         return {};
     }
 
-    bool WantsReport() const { return !arguments_.reportFile.empty() || arguments_.dryRun; }
-    bool PrintsReport() const { return arguments_.dryRun && arguments_.reportFile.empty(); }
+    /// What can be known before the work: a long import should not end in a report that goes nowhere.
+    std::string ObjectionToReport() const {
+        if (!arguments_.reportFile) return {};
+        if (arguments_.reportFile->empty()) return "The report needs the name of a file.";
+        const std::string report = WindowsPathIfAny(*arguments_.reportFile);
+        if (IsFolder(report)) return "The report cannot have the name of a folder: " + report;
+        if (!IsFolder(FolderOf(report))) return "There is no folder for the report: " + report;
+        return {};
+    }
+
+    /// Only a new database gets a Paths.ini.
+    void WarnOfUnwritableRomPath() {
+        if (!settings_.ScanForRoms || settings_.ImportIntoExisting || FitsCp1252(settings_.RomPath)) return;
+        session_.Ui().ShowMessage(
+            "Paths.ini cannot hold every letter of the ROM folder's name, and the frontend will not find "
+            "it: " +
+                settings_.RomPath,
+            MessageIcon::Exclamation, std::string(kApplicationTitle));
+    }
+
+    bool WantsReport() const { return arguments_.reportFile || arguments_.dryRun; }
+    bool PrintsReport() const { return arguments_.dryRun && !arguments_.reportFile; }
 
     /// The report comes out whatever the import's end: it is wanted most when that was an error.
     bool ImportAndReport() {
@@ -142,7 +166,16 @@ private:
         if (PrintsReport()) {
             WriteImportReport(report_, *session_.Rows(ImportReportColumns()));
         } else if (WantsReport()) {
-            WriteImportReport(report_, arguments_.reportFile);
+            WriteReportFile();
+        }
+    }
+
+    void WriteReportFile() {
+        try {
+            WriteImportReport(report_, *arguments_.reportFile);
+        } catch (const RuntimeError& error) {
+            session_.Fail("The report could not be written: " + error.description);
+            reportWritten_ = false;
         }
     }
 
@@ -198,6 +231,7 @@ private:
     ImportOptions options_;
     ImportSettings settings_;
     std::vector<ReportRow> report_;
+    bool reportWritten_ = true;
     std::int32_t games_ = 0;
     std::int32_t found_ = 0;
     std::int32_t written_ = 0;
@@ -254,9 +288,9 @@ void AddOptions(CLI::App& command, Arguments& arguments) {
         .add_flag("--match-extensions", options.matchExtensionsOnly,
                   "Looks only at files with an extension that the datafile has")
         ->needs(roms);
-    command
-        .add_option("--report", arguments.reportFile,
-                    "Writes what became of each line and file (.json: JSON, else CSV)")
+    AddText(command, "--report", arguments.reportFile,
+            "Writes which lines make no games, and what the ROM scan came to for each game and file (.json: "
+            "JSON, else CSV)")
         ->option_text("FILE");
     command.add_flag("--dry-run", arguments.dryRun, "Creates and writes nothing, and prints that report");
 }

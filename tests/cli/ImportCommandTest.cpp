@@ -243,5 +243,45 @@ TEST_F(ImportCommand, WritesItsReportIntoAFile) {
     EXPECT_FALSE(Exists("Second"));
 }
 
+// Not after the work is done, and not by the report of an error that nobody expected.
+TEST_F(ImportCommand, RefusesAReportThatCannotBeWrittenBeforeAnythingElse) {
+    const std::string datafile = Datafile("Games.dat", GamesLine("A", "a"));
+    const std::string folder = folder_.Path().string();
+    const std::string missing = (folder_ / "missing/r.csv").string();
+    EXPECT_EQ(Run({datafile, "--report", missing}).err,
+              "There is no folder for the report: " + WindowsPath(missing) + "\n");
+    EXPECT_EQ(Run({datafile, "--report", folder}).err,
+              "The report cannot have the name of a folder: " + WindowsPath(folder) + "\n");
+    EXPECT_EQ(Run({datafile, "--report", missing}).exitCode, 1);
+    EXPECT_EQ(Run({datafile, "--report", ""}).err, "The report needs the name of a file.\n");
+    EXPECT_FALSE(Exists("Games"));
+}
+
+TEST_F(ImportCommand, TellsOfAReportThatCouldNotBeWritten) {
+    const CommandLineRun run =
+        Run({Datafile("Games.dat", GamesLine("A", "a")), "--report", "/dev/full", "--quiet"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.err, HasSubstr("The report could not be written: Disk full\n"));
+    EXPECT_THAT(run.out, HasSubstr("Games.mdb\",1,1,0,0\n"));
+    EXPECT_TRUE(Exists("Games/Games.mdb"));
+}
+
+// Paths.ini is a text of code page 1252, which the frontend reads.
+TEST_F(ImportCommand, WarnsOfARomFolderThatPathsIniCannotName) {
+    const std::string datafile = Datafile("Games.dat", GamesLine("A", "a"));
+    fs::create_directory(folder_ / "\xE6\x97\xA5\xE6\x9C\xAC");
+    fs::create_directory(folder_ / "R\xC3\xB6ms");
+    const std::string japanese = (folder_ / "\xE6\x97\xA5\xE6\x9C\xAC").string();
+    const CommandLineRun warned = Run({datafile, "--roms", japanese, "--quiet"});
+    EXPECT_EQ(warned.exitCode, 0);
+    EXPECT_THAT(warned.err, HasSubstr("Paths.ini cannot hold every letter of the ROM folder's name, and the "
+                                      "frontend will not find it: " +
+                                      WindowsPath(japanese) + "\n"));
+    const std::string roms = (folder_ / "R\xC3\xB6ms").string();
+    EXPECT_THAT(Run({datafile, "--name", "B", "--roms", roms}).err, Not(HasSubstr("Paths.ini")));
+    // The games of an existing database are found by what its Paths.ini says already.
+    EXPECT_THAT(Run({datafile, "--into", "B", "--roms", japanese}).err, Not(HasSubstr("Paths.ini")));
+}
+
 }  // namespace
 }  // namespace marrowkit::test
