@@ -150,11 +150,23 @@ void RowStore::Replace(RowId row, std::span<const std::uint8_t> bytes) {
     MoveAway(row, bytes);
 }
 
+/// Puts the row's bytes into its own slot; false when its page has no room for them.
+bool RowStore::PutHome(RowId row, std::span<const std::uint8_t> bytes) {
+    const PageEdit page = pager_->Edit(row.page);
+    const DataPageEdit data(*pager_, page);
+    if (bytes.size() > data.Row(row.slot).Size() + data.FreeBytes()) return false;
+    data.Replace(row.slot, bytes, 0);
+    UpdateFreeMap(row.page, data.FreeBytes(), data.SlotCount());
+    return true;
+}
+
 /// Puts the row's bytes on another page and a pointer into its slot. Pointers never point to pointers: a row
-/// that moves again leaves its former new place.
+/// that moves again leaves its former new place. Nor do they point into their own page: a row that has room
+/// there comes home.
 void RowStore::MoveAway(RowId row, std::span<const std::uint8_t> bytes) {
     const auto place = Resolve(row);
     if (*place != row) {
+        if (PutHome(row, bytes)) return EraseSlot(*place);
         const RowId target = AppendAs(bytes, DataPage::kTargetFlag);
         {
             const PageEdit page = pager_->Edit(row.page);
@@ -162,7 +174,7 @@ void RowStore::MoveAway(RowId row, std::span<const std::uint8_t> bytes) {
         }
         return EraseSlot(*place);
     }
-    MakeRoomForPointer(row);
+    if (MakeRoomForPointer(row) && PutHome(row, bytes)) return;
     const RowId target = AppendAs(bytes, DataPage::kTargetFlag);
     const PageEdit page = pager_->Edit(row.page);
     const DataPageEdit data(*pager_, page);
@@ -171,14 +183,14 @@ void RowStore::MoveAway(RowId row, std::span<const std::uint8_t> bytes) {
 }
 
 /// A row shorter than a pointer, on a page with no byte to spare, cannot become one: another row has to go
-/// first.
-void RowStore::MakeRoomForPointer(RowId row) {
+/// first. True when one went.
+bool RowStore::MakeRoomForPointer(RowId row) {
     std::vector<std::uint8_t> largest;
     RowId victim = row;
     {
         const PageRef ref = ReadOwn(row.page);
         const DataPage page(*pager_, ref);
-        if (page.Row(row.slot).Size() + page.FreeBytes() >= kPointerBytes) return;
+        if (page.Row(row.slot).Size() + page.FreeBytes() >= kPointerBytes) return false;
         for (std::uint32_t slot = 0; slot < page.SlotCount(); ++slot) {
             const ByteView bytes = page.Row(slot);
             if (slot == row.slot || page.Flags(slot) != 0 || bytes.Size() <= largest.size()) continue;
@@ -188,6 +200,7 @@ void RowStore::MakeRoomForPointer(RowId row) {
     }
     if (largest.size() < 2 * kPointerBytes) RaiseJet(JetError::RecordTooLarge);
     MoveAway(victim, largest);
+    return true;
 }
 
 // ---- Removing

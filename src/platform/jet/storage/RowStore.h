@@ -82,7 +82,8 @@ private:
     PageNumber FindRoom(std::size_t rowBytes);
     bool HasRoom(PageNumber page, std::size_t rowBytes) const;
     void MoveAway(RowId row, std::span<const std::uint8_t> bytes);
-    void MakeRoomForPointer(RowId row);
+    bool PutHome(RowId row, std::span<const std::uint8_t> bytes);
+    bool MakeRoomForPointer(RowId row);
     void EraseSlot(RowId row);
     void UpdateFreeMap(PageNumber page, std::uint32_t freeBytes, std::uint32_t slots);
 

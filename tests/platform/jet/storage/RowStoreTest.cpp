@@ -23,6 +23,16 @@ class RowStoreTest : public ::testing::TestWithParam<JetVersion> {
 protected:
     RowStoreTest() : database(TestDatabase::Create(storage, "Test.mdb", GetParam())) {}
 
+    /// What the row's own slot is marked with.
+    std::uint16_t FlagsOf(RowId row) const {
+        const PageRef ref = database.pager->Read(row.page);
+        return DataPage(*database.pager, ref).Flags(row.slot);
+    }
+    std::uint32_t FreeBytesOf(PageNumber page) const {
+        const PageRef ref = database.pager->Read(page);
+        return DataPage(*database.pager, ref).FreeBytes();
+    }
+
     Bytes SomeBytes(std::size_t fewest, std::size_t most) {
         Bytes bytes(fewest + random() % (most - fewest + 1));
         for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random());
@@ -130,6 +140,37 @@ TEST_P(RowStoreTest, DoesNotShowTheNewPlaceOfAMovedRow) {
     unit.Commit();
 }
 
+TEST_P(RowStoreTest, ARowThatMovesAgainComesHomeWhenItFits) {
+    RowStore rows = database.Rows();
+    Model model;
+    Unit unit(*database.pager);
+    const auto append = [&](std::size_t size) {
+        const Bytes bytes = SomeBytes(size, size);
+        const RowId row = rows.Append(bytes);
+        model[row] = bytes;
+        return row;
+    };
+    const auto replace = [&](RowId row, std::size_t size) {
+        model[row] = SomeBytes(size, size);
+        rows.Replace(row, model[row]);
+    };
+    const RowId row = append(100);
+    std::vector<RowId> neighbours;
+    while (FreeBytesOf(row.page) >= 102) neighbours.push_back(append(100));
+    replace(row, 500);
+    ASSERT_EQ(FlagsOf(row), DataPage::kMovedFlag);
+    const PageNumber target = rows.Read(row)->page.Number();
+    while (FreeBytesOf(target) >= 102) append(100);
+    for (std::size_t i = 0; i < 7; ++i) {
+        rows.Erase(neighbours[i]);
+        model.erase(neighbours[i]);
+    }
+    replace(row, 700);
+    EXPECT_EQ(FlagsOf(row), 0);
+    unit.Commit();
+    ExpectEqual(rows, model);
+}
+
 TEST_P(RowStoreTest, MeetsRowsAppendedBehindAndSurvivesErasingTheCurrentOne) {
     RowStore rows = database.Rows();
     Unit unit(*database.pager);
@@ -190,16 +231,14 @@ TEST_P(RowStoreTest, ARowShorterThanAPointerGrowsOnAFullPage) {
         return row;
     };
     const RowId tiny = append(2);
-    const auto freeBytes = [&] {
-        const PageRef ref = database.pager->Read(tiny.page);
-        return DataPage(*database.pager, ref).FreeBytes();
-    };
-    while (freeBytes() > 400) append(100);
-    append(freeBytes() - 2);  // the slot takes two
-    ASSERT_LT(freeBytes(), 2U);
-    // The tiny row cannot even become a pointer to its new place: another row has to leave first.
+    while (FreeBytesOf(tiny.page) > 400) append(100);
+    append(FreeBytesOf(tiny.page) - 2);  // the slot takes two
+    ASSERT_LT(FreeBytesOf(tiny.page), 2U);
+    // The tiny row cannot even become a pointer to its new place: another row has to leave first, and leaves
+    // room enough.
     model[tiny] = SomeBytes(50, 50);
     rows.Replace(tiny, model[tiny]);
+    EXPECT_EQ(FlagsOf(tiny), 0);
     unit.Commit();
     ExpectEqual(rows, model);
 }
