@@ -1,6 +1,7 @@
 #include "platform/jet/engine/RowDraft.h"
 
 #include "platform/jet/engine/RowDecoding.h"
+#include "platform/jet/format/TextCodec.h"
 
 namespace marrowkit::jet {
 
@@ -8,6 +9,12 @@ namespace {
 
 const Value kNull;
 const Value kFalse = false;
+
+/// How many bytes at the front of a text cannot be stored.
+std::size_t UnstorableBytes(JetVersion version, const Value& value) {
+    const auto* text = std::get_if<std::string>(&value);
+    return text == nullptr ? 0 : text->size() - StorableText(version, *text).size();
+}
 
 }  // namespace
 
@@ -31,13 +38,17 @@ void RowDraft::Set(std::size_t column, const Value& value) {
         values_[column] = &kFalse;
     } else if (NeedsConversion(target, value)) {
         SetOwn(column, ConvertFor(target, value));
+    } else if (UnstorableBytes(layout_->Version(), value) != 0) {
+        SetOwn(column, value);
     } else {
         values_[column] = &value;
     }
 }
 
 void RowDraft::SetOwn(std::size_t column, Value value) {
+    const std::size_t unstorable = UnstorableBytes(layout_->Version(), value);
     own_[column] = std::move(value);
+    if (unstorable != 0) std::get<std::string>(own_[column]).erase(0, unstorable);
     values_[column] = &own_[column];
 }
 

@@ -23,8 +23,8 @@ public:
     /// A change of a stored row. `row` must outlive the draft's use.
     void BeginOver(const TableLayout& layout, const RowView& row);
 
-    /// Sets a column, converted to its type (3421). Null in a Boolean column is False. A column set twice
-    /// keeps the last value.
+    /// Sets a column, converted to its type (3421). Null in a Boolean column is False; of a text there is
+    /// what can be stored. A column set twice keeps the last value.
     void Set(std::size_t column, const Value& value);
     /// Sets a column to a value that nobody else keeps.
     void SetOwn(std::size_t column, Value value);

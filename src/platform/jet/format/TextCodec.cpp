@@ -1,5 +1,6 @@
 #include "platform/jet/format/TextCodec.h"
 
+#include <algorithm>
 #include <cstring>
 #include <span>
 
@@ -90,14 +91,19 @@ void AppendUnits(std::u16string_view units, std::vector<std::uint8_t>& stored) {
     if (!units.empty()) std::memcpy(stored.data() + old, units.data(), units.size() * 2);
 }
 
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";  ///< U+FEFF
+
+/// Whether a compressed text can hold the units at two bytes each: one whose low byte is 00 ends that mode.
+bool FitsBehindMark(std::u16string_view units) {
+    return std::ranges::none_of(units, [](char16_t unit) { return (unit & 0xFF) == 0; });
+}
+
 /// A text that begins with U+FEFF would be taken for a compressed one: it is stored as one, switched to two
-/// bytes a character at once. Where that mode cannot hold the rest (a character whose low byte is 00 ends
-/// it), the invisible U+FEFF is given up for the characters that show.
+/// bytes a character at once. Where that mode cannot hold the rest, the invisible U+FEFF is given up for the
+/// characters that show.
 std::vector<std::uint8_t> EncodeBehindMark(std::u16string_view units) {
-    bool fits = true;
-    for (const char16_t unit : units) fits = fits && (unit & 0xFF) != 0;
     std::vector<std::uint8_t> stored;
-    if (fits) {
+    if (FitsBehindMark(units)) {
         stored = {kMark[0], kMark[1], 0};
     } else {
         while (!units.empty() && units.front() == 0xFEFF) units.remove_prefix(1);
@@ -147,6 +153,13 @@ std::vector<std::uint8_t> EncodeText(JetVersion version, std::string_view utf8, 
     if (!units.empty() && units.front() == 0xFEFF) return EncodeBehindMark(units);
     AppendUnits(units, stored);
     return stored;
+}
+
+std::string_view StorableText(JetVersion version, std::string_view utf8) {
+    if (version == JetVersion::Jet3 || !utf8.starts_with(kUtf8Mark)) return utf8;
+    if (FitsBehindMark(Utf8ToUtf16(utf8))) return utf8;
+    while (utf8.starts_with(kUtf8Mark)) utf8.remove_prefix(kUtf8Mark.size());
+    return utf8;
 }
 
 std::size_t TextLength(JetVersion version, std::string_view utf8) {

@@ -20,6 +20,10 @@ void DecodeText(JetVersion version, ByteView stored, std::string& text);
 /// is shorter (at least 3 characters); Jet 3 writes '?' for what code page 1252 lacks.
 std::vector<std::uint8_t> EncodeText(JetVersion version, std::string_view utf8, bool compress);
 
+/// What EncodeText keeps of a text: all of it, but for U+FEFF at the front of a Jet 4 text that has no stored
+/// form with them. Keys have to be built of this.
+std::string_view StorableText(JetVersion version, std::string_view utf8);
+
 /// Characters as Jet counts them for field sizes: UTF-16 units in Jet 4, bytes in Jet 3.
 std::size_t TextLength(JetVersion version, std::string_view utf8);
 

@@ -135,6 +135,22 @@ TEST(TextCodec, ATextThatBeginsWithTheMarkIsNotMistakenForACompressedOne) {
     EXPECT_EQ(DecodeText(JetVersion::Jet4, ByteView(cut)), "\u0100");
 }
 
+TEST(TextCodec, TellsWhatOfATextIsStored) {
+    for (const auto& [text, stored] : std::vector<std::pair<std::string, std::string>>{
+             {"", ""},
+             {"A\u0100", "A\u0100"},
+             {"\uFEFF", "\uFEFF"},
+             {"\uFEFF\uFEFFz", "\uFEFF\uFEFFz"},
+             {"\uFEFF\uFEFF\u0100\uFEFF", "\u0100\uFEFF"},
+             {std::string("\uFEFF\0", 4), std::string("\0", 1)},
+         }) {
+        EXPECT_EQ(StorableText(JetVersion::Jet4, text), stored);
+        const auto bytes = EncodeText(JetVersion::Jet4, text, true);
+        EXPECT_EQ(DecodeText(JetVersion::Jet4, ByteView(bytes)), stored);
+        EXPECT_EQ(StorableText(JetVersion::Jet3, text), text);
+    }
+}
+
 TEST(TextCodec, EncodesJet3TextsByCodePage) {
     EXPECT_EQ(ToHex(EncodeText(JetVersion::Jet3, "Caf\u00E9\u20AC\u0081", false)), "43 61 66 E9 80 81");
     EXPECT_EQ(ToHex(EncodeText(JetVersion::Jet3,
