@@ -110,8 +110,8 @@ void ReserveDefinitions(const CheckFile& source, CompactTarget& target, std::vec
     }
 }
 
-std::vector<CopiedTable> WriteCopy(const CheckFile& source, Storage& storage, const std::string& targetPath) {
-    CompactTarget target(storage, targetPath, source.Header());
+std::vector<CopiedTable> WriteCopy(const CheckFile& source, Storage& storage, CompactTarget& target,
+                                   const std::string& targetPath) {
     const PageNumber header = target.Allocate();
     const PageNumber globalMap = target.Allocate();
     if (header != 0 || globalMap != kGlobalMapPage) RaiseCorrupt(targetPath, "pages out of order");
@@ -194,8 +194,10 @@ void VerifyCopy(Storage& storage, const CheckFile& source, const std::string& pa
 void CopyOpenFile(const CheckFile& source, Storage& storage, const std::string& target) {
     if (storage.Exists(target)) RaiseJet(JetError::DatabaseExists, {target});
     if (source.PageCount() <= kCatalogPage) RaiseJet(JetError::Corrupt, {source.Path()});
+    auto file = storage.Open(target, OpenMode::CreateNew);
     NewFileGuard guard(storage, target);
-    const std::vector<CopiedTable> copied = WriteCopy(source, storage, target);
+    CompactTarget pages(std::move(file), source.Header());
+    const std::vector<CopiedTable> copied = WriteCopy(source, storage, pages, target);
     VerifyCopy(storage, source, target, copied);
     storage.SyncFolderOf(target);
     guard.Finished();

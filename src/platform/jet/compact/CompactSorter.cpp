@@ -99,13 +99,6 @@ EntrySorter::EntrySorter(Storage& storage, std::string temporaryPath, SortMemory
 EntrySorter::~EntrySorter() {
     Release();
     --memory_->sharers_;
-    if (!file_) return;
-    runs_.clear();
-    file_.reset();
-    try {
-        storage_->Remove(temporaryPath_);
-    } catch (...) {  // NOLINT(bugprone-empty-catch): a temporary file that stays behind harms nobody
-    }
 }
 
 void EntrySorter::Expect(std::size_t pairs) {
@@ -173,9 +166,16 @@ void EntrySorter::SortRecords() {
     WordSort<Keys>(keys).Sort(records_);
 }
 
+/// The file has a name for a moment only, so that a process that is killed leaves none behind.
+void EntrySorter::OpenTemporary() {
+    storage_->Remove(temporaryPath_);  // killed in that moment
+    file_ = storage_->Open(temporaryPath_, OpenMode::CreateNew);
+    storage_->Remove(temporaryPath_);
+}
+
 void EntrySorter::Spill() {
     SortRecords();
-    if (!file_) file_ = storage_->Open(temporaryPath_, OpenMode::CreateNew);
+    if (!file_) OpenTemporary();
     runStarts_.push_back(fileBytes_);
     std::vector<std::uint8_t> buffer;
     const auto flush = [&] {

@@ -30,8 +30,8 @@ private:
 /// as much again as 16 bytes a pair, for one sorter at a time.
 class EntrySorter {
 public:
-    /// `temporaryPath` is created only when it is needed, and removed at the end. The memory must outlive the
-    /// sorter.
+    /// A file of that path is made only when it is needed, and keeps its name no longer than it takes to open
+    /// it; one that lies there goes. The memory must outlive the sorter.
     EntrySorter(Storage& storage, std::string temporaryPath, SortMemory& memory);
     EntrySorter(const EntrySorter&) = delete;
     EntrySorter& operator=(const EntrySorter&) = delete;
@@ -73,6 +73,7 @@ private:
     void SortRecords();
     void Acquire(std::size_t bytes);
     bool IsFull(std::size_t moreBytes) const;
+    void OpenTemporary();
     void Spill();
     void Release();
     std::uint32_t StoreKey(std::span<const std::uint8_t> key);

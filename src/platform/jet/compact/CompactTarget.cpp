@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "platform/jet/format/JetErrors.h"
 
@@ -43,10 +44,8 @@ std::vector<std::uint8_t> NewBitmapPage(const Geometry& geometry, std::uint8_t f
 
 }  // namespace
 
-CompactTarget::CompactTarget(Storage& storage, const std::string& path, const DatabaseHeader& header)
-    : file_(storage.Open(path, OpenMode::CreateNew)),
-      geometry_(&header.PageGeometry()),
-      databaseKey_(header.databaseKey) {}
+CompactTarget::CompactTarget(std::unique_ptr<StorageFile> file, const DatabaseHeader& header)
+    : file_(std::move(file)), geometry_(&header.PageGeometry()), databaseKey_(header.databaseKey) {}
 
 PageNumber CompactTarget::Allocate() {
     if (next_ >= geometry_->maxFileBytes / geometry_->pageBytes) RaiseJet(JetError::DatabaseFull);

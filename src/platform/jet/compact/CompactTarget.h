@@ -19,8 +19,8 @@ namespace marrowkit::jet::compact {
 /// memory.
 class CompactTarget {
 public:
-    /// Throws 3204 when the file exists.
-    CompactTarget(Storage& storage, const std::string& path, const DatabaseHeader& header);
+    /// REQUIRES: the file is empty.
+    CompactTarget(std::unique_ptr<StorageFile> file, const DatabaseHeader& header);
 
     const Geometry& PageGeometry() const { return *geometry_; }
     PageNumber PageCount() const { return next_; }

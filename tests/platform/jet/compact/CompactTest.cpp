@@ -77,6 +77,25 @@ TEST(CompactTest, KeepsEveryRowOfEveryTable) {
     }
 }
 
+TEST(CompactTest, AFileThatSomebodyElseMakesFirstIsHis) {
+    /// Whatever there is was not there yet a moment ago.
+    class LateStorage : public MemoryStorage {
+    public:
+        bool Exists(const std::string& /*path*/) override { return false; }
+    };
+    LateStorage storage;
+    storage.Put("source", MakeCheckDatabase(JetVersion::Jet4));
+    storage.Put("target", Bytes(5000, 'x'));
+    const jet::check::CheckFile file(storage, "source");
+    try {
+        jet::compact::CopyOpenFile(file, storage, "target");
+        FAIL() << "written over";
+    } catch (const RuntimeError& error) {
+        EXPECT_EQ(error.number, 3204);
+    }
+    EXPECT_EQ(storage.Get("target"), Bytes(5000, 'x'));
+}
+
 TEST(CompactTest, CompactingTwiceGivesTheSameSize) {
     for (const JetVersion version : kVersions) {
         const Bytes once = CompactBytes(MakeCheckDatabase(version));
@@ -465,9 +484,22 @@ TEST(CompactTest, BuildsDeepIndexes) {
     EXPECT_EQ(rows, 12'000U);
 }
 
+/// Counts the files that are made in it.
+class CountingStorage : public MemoryStorage {
+public:
+    std::unique_ptr<jet::StorageFile> Open(const std::string& path, jet::OpenMode mode) override {
+        if (mode == jet::OpenMode::CreateNew) ++made_;
+        return MemoryStorage::Open(path, mode);
+    }
+    int FilesMade() const { return made_; }
+
+private:
+    int made_ = 0;
+};
+
 TEST(EntrySorterTest, SortsBeyondItsMemory) {
     for (const std::size_t memory : {std::size_t{1} << 20, std::size_t{3000}}) {
-        MemoryStorage storage;
+        CountingStorage storage;
         std::mt19937 random(5);
         std::vector<std::pair<Bytes, jet::RowId>> expected;
         {
@@ -483,7 +515,8 @@ TEST(EntrySorterTest, SortsBeyondItsMemory) {
             }
             std::sort(expected.begin(), expected.end());
             sorter.Sort();
-            EXPECT_EQ(storage.Exists("temporary"), memory == 3000);
+            EXPECT_EQ(storage.FilesMade(), memory == 3000 ? 1 : 0);
+            EXPECT_FALSE(storage.Exists("temporary")) << "a process that is killed would leave it behind";
             for (const auto& [key, row] : expected) {
                 ASSERT_TRUE(sorter.Next());
                 EXPECT_TRUE(std::ranges::equal(sorter.Key(), key));
@@ -493,6 +526,24 @@ TEST(EntrySorterTest, SortsBeyondItsMemory) {
         }
         EXPECT_FALSE(storage.Exists("temporary"));
     }
+}
+
+TEST(EntrySorterTest, ATemporaryFileThatWasLeftBehindIsNoObstacle) {
+    MemoryStorage storage;
+    storage.Put("temporary", Bytes(100, 'x'));
+    jet::compact::SortMemory memory(3000);
+    jet::compact::EntrySorter sorter(storage, "temporary", memory);
+    constexpr std::uint32_t kPairs = 1000;
+    for (std::uint32_t i = kPairs; i > 0; --i) {
+        const Bytes key{static_cast<std::uint8_t>(i >> 8U), static_cast<std::uint8_t>(i)};
+        sorter.Add(key, jet::RowId{i, 0});
+    }
+    sorter.Sort();
+    for (std::uint32_t i = 1; i <= kPairs; ++i) {
+        ASSERT_TRUE(sorter.Next());
+        EXPECT_EQ(sorter.Row(), (jet::RowId{i, 0}));
+    }
+    EXPECT_FALSE(sorter.Next());
 }
 
 }  // namespace
