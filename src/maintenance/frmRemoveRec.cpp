@@ -2,6 +2,7 @@
 
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QVBoxLayout>
 
@@ -13,6 +14,13 @@
 #include "maintenance/frmGetID.h"
 
 namespace marrowkit {
+namespace {
+
+bool IsArrow(const QKeyEvent& event) {
+    return event.key() == Qt::Key_Down || event.key() == Qt::Key_Up;
+}
+
+}  // namespace
 
 frmRemoveRec::frmRemoveRec(QWidget* owner, UserInterface& ui) : QDialog(owner), ui_(ui) {
     setObjectName(QStringLiteral("frmRemoveRec"));
@@ -47,6 +55,7 @@ frmRemoveRec::frmRemoveRec(QWidget* owner, UserInterface& ui) : QDialog(owner), 
     SetInnerSize(*this, 3615, 4575);
 
     connect(lstTable, &QListWidget::itemSelectionChanged, this, Guarded([this] { ShowTable(); }));
+    lstTable->installEventFilter(this);
     lstTable->viewport()->installEventFilter(this);
     connect(lstTable, &QListWidget::itemClicked, this, Guarded([this] {
                 if (lstTable->currentRow() == tableBeforeClick_) ShowTable();
@@ -70,6 +79,11 @@ void frmRemoveRec::CloseDatabase() noexcept {
 
 bool frmRemoveRec::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::MouseButtonPress) tableBeforeClick_ = lstTable->currentRow();
+    if (watched == lstTable && event->type() == QEvent::KeyPress && !HasSelection(*lstTable) &&
+        IsArrow(*static_cast<QKeyEvent*>(event))) {
+        lstTable->setCurrentRow(0);
+        return true;
+    }
     return QDialog::eventFilter(watched, event);
 }
 

@@ -22,7 +22,8 @@ public:
     ~frmRemoveRec() override;
 
 protected:
-    /// Notes which table a click finds selected.
+    /// Notes which table a click finds selected. The first arrow key chooses the first table: without a
+    /// selection the list would step from there to the second.
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

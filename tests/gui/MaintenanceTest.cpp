@@ -171,6 +171,26 @@ TEST_P(Maintenance, DeleteRecordMovesItsGamesToTheReplacement) {
     EXPECT_TRUE(Problems("Arcade").empty());
 }
 
+// A list without a selection would step from its first row, which nobody has chosen, to the second.
+TEST_P(Maintenance, TheFirstArrowKeyChoosesTheFirstTable) {
+    OpenWith("Arcade");
+    for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Up}) {
+        driver_.UseDialog(QStringLiteral("frmRemoveRec"), [key](QDialog& dialog) {
+            auto& tables = Child<QListWidget>(dialog, "lstTable");
+            tables.setFocus();
+            EXPECT_TRUE(tables.selectedItems().isEmpty());
+            QTest::keyClick(&tables, key);
+            ASSERT_EQ(tables.selectedItems().size(), 1);
+            EXPECT_EQ(tables.selectedItems()[0]->text(), QStringLiteral("Publishers"));
+            EXPECT_TRUE(tables.hasFocus());
+            QTest::keyClick(&tables, Qt::Key_Down);
+            EXPECT_EQ(tables.selectedItems()[0]->text(), QStringLiteral("Musicians"));
+            dialog.reject();
+        });
+        Trigger("mnuDBDeleteRecords");
+    }
+}
+
 TEST_P(Maintenance, CancellingTheReplacementDeletesNothing) {
     OpenWith("Arcade");
     Execute("Arcade", "INSERT INTO Crackers (Cracker) VALUES (\"Static\")");
