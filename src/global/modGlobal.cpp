@@ -18,7 +18,7 @@ std::string VersionText() {
 
 std::string StartFolder() {
     try {
-        return ProgramFolder();
+        return IsInstalled() ? LibraryRoot : ProgramFolder();
     } catch (const RuntimeError&) {
         return LibraryRoot;
     }

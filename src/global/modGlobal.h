@@ -18,7 +18,7 @@ extern std::string LibraryRoot;
 extern bool Expert;
 
 /// Where choosing files and folders begins when nothing else says so: the program's own folder, or the
-/// library when no drive leads to that.
+/// library for an installed program and when no drive leads to the program.
 std::string StartFolder();
 
 /// Sets LibraryRoot: to `library` (a path of the host or of Windows) unless that is empty, else to what

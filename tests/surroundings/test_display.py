@@ -8,7 +8,7 @@ import subprocess
 import time
 import unittest
 
-from surroundings import PROGRAM, STOPPING, LibraryTest, environment
+from surroundings import PROGRAM, STOPPING, LibraryTest, environment, write_datafile
 
 EXPERT = "-expert"  # no message box at the start
 STARTED_SECONDS = 20
@@ -121,6 +121,75 @@ class Display(LibraryTest):
         server.kill()
         self.assertIn(program.wait(timeout=60), (0, 1))
         self.assert_intact()
+
+
+class Installed(LibraryTest):
+    """The program in a folder "bin" with its desktop entry beside it, which has to know its library."""
+
+    MAIN, CHOICE = "Vellora Marrowkit", "Choose the folder"
+
+    def setUp(self):
+        if not PROGRAM or not shutil.which("Xvfb") or not shutil.which("xdotool"):
+            self.skipTest("built without windows, or Xvfb and xdotool are not both installed")
+        super().setUp()
+        self.program = self.folder / "usr" / "bin" / "marrowkit"
+        self.program.parent.mkdir(parents=True)
+        shutil.copy(PROGRAM, self.program)
+        entry = self.folder / "usr" / "share" / "applications" / "marrowkit.desktop"
+        entry.parent.mkdir(parents=True)
+        entry.touch()
+        server, self.display = x_server()
+        self.addCleanup(server.wait)
+        self.addCleanup(server.kill)
+
+    def xdotool(self, *arguments):
+        return subprocess.run(["xdotool", *arguments], env=environment(DISPLAY=self.display), check=True,
+                              capture_output=True, timeout=STARTED_SECONDS).stdout.decode()
+
+    def remember(self, library):
+        choice = self.settings / "marrowkit" / "library"
+        choice.parent.mkdir(parents=True, exist_ok=True)
+        choice.write_text(f"{library}\n", encoding="utf-8")
+
+    def show(self, title):
+        window = self.xdotool("search", "--sync", "--onlyvisible", "--name", title).split()[0]
+        self.xdotool("windowfocus", "--sync", window)
+
+    def first_window(self, **changes):
+        """Starts the program; the title of what it shows first."""
+        env = environment(WAYLAND_DISPLAY=None, XDG_RUNTIME_DIR=None, QT_QPA_PLATFORM="xcb", DISPLAY=self.display,
+                          **{"MARROWKIT_LIBRARY": None, **changes})
+        program = subprocess.Popen([self.program, EXPERT], env=env, stderr=subprocess.DEVNULL)
+        self.addCleanup(program.wait)
+        self.addCleanup(program.kill)
+        either = f"{self.MAIN}|{self.CHOICE}"
+        window = self.xdotool("search", "--sync", "--onlyvisible", "--name", either).split()[0]
+        return self.xdotool("getwindowname", window)
+
+    def test_asks_at_the_first_start(self):
+        self.assertIn(self.CHOICE, self.first_window())
+
+    def test_asks_when_the_variable_is_empty(self):
+        self.assertIn(self.CHOICE, self.first_window(MARROWKIT_LIBRARY=""))
+
+    def test_asks_when_the_library_is_gone(self):
+        self.remember(self.folder / "gone")
+        self.assertIn(self.CHOICE, self.first_window())
+
+    def test_opens_the_remembered_library(self):
+        self.remember(self.library)
+        self.assertIn(self.MAIN, self.first_window())
+
+    def test_looks_for_datafiles_in_the_library_first(self):
+        write_datafile(self.library / "here.dat", 1)
+        self.remember(self.library)
+        self.assertIn(self.MAIN, self.first_window())
+        self.show(self.MAIN)
+        self.xdotool("key", "ctrl+r")
+        self.show("Select the RC-2.0 Datafile")
+        self.xdotool("type", "here.dat")
+        self.xdotool("key", "Return")
+        self.show("RomCenter 2.00 Datafile Import")
 
 
 if __name__ == "__main__":
