@@ -22,7 +22,8 @@ constexpr const char* kDescription =
     "for scripts and terminals.";
 
 constexpr const char* kFooter =
-    "DB is a database's name in the library, or the path of an .mdb file.\n"
+    "DB is a database's name in the library, or the path of an .mdb file or of its\n"
+    "folder.\n"
     "'marrowkit-cli COMMAND --help' explains a command and shows examples of it.\n"
     "\n"
     "Results go to standard output, as CSV or (--json) as one JSON document; messages\n"
