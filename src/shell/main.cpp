@@ -70,8 +70,8 @@ bool IsThere(const std::string& folder) {
     return status && status->kind == HostKind::Folder;
 }
 
-/// Asks an installed program's user where the library is: at the first start, when the folder is gone, or when
-/// told to. False when the answer was none.
+/// Asks an installed program's user where the library is: at the first start, when the folder is gone, or
+/// when told to. False when the answer was none.
 bool ChooseLibrary(bool again) {
     const char* named = std::getenv("MARROWKIT_LIBRARY");
     if (!IsInstalled() || (named != nullptr && *named != '\0')) return true;
