@@ -363,6 +363,28 @@ TEST_P(Select, NamesOfColumns) {
               "A.PU_Id,A.Publisher,B.PU_Id,B.Publisher,");
 }
 
+/// Days before 1899-12-30 are negative numbers with the time as a positive fraction. Jet's indexes have them
+/// by their numbers, so everything else does.
+TEST(DatesBefore1900, CompareAndSortAlikeWithAndWithoutAnIndex) {
+    SampleDatabase sample(jet::JetVersion::Jet4);
+    sample.Execute("CREATE TABLE D (Id LONG, Plain DATETIME, Indexed DATETIME)");
+    sample.Execute("CREATE INDEX ByDate ON D (Indexed)");
+    int id = 0;
+    for (const std::string moment :
+         {"#12/29/1899#", "#12/29/1899 6:00#", "#12/29/1899 18:00#", "#12/28/1899#", "#12/31/1899 6:00#"}) {
+        sample.Execute("INSERT INTO D VALUES (" + std::to_string(++id) + ", " + moment + ", " + moment + ")");
+    }
+    for (const std::string column : {"Plain", "Indexed"}) {
+        const auto ids = [&](const std::string& rest) {
+            return Records(sample.Open(), "SELECT Id FROM D " + rest);
+        };
+        EXPECT_EQ(ids("ORDER BY " + column), "4;3;2;1;5");
+        EXPECT_EQ(ids("ORDER BY " + column + " DESC"), "5;1;2;3;4");
+        EXPECT_EQ(ids("WHERE " + column + " > #12/29/1899 6:00# ORDER BY Id"), "1;5");
+        EXPECT_EQ(ids("WHERE " + column + " <= #12/29/1899 6:00# ORDER BY Id"), "2;3;4");
+    }
+}
+
 TEST_P(Select, TypesOfColumns) {
     dao::Database& database = Sample(GetParam()).Open();
     const auto type = [&](const std::string& item) {

@@ -53,11 +53,14 @@ int Order(const T& left, const T& right) {
     return right < left ? 1 : 0;
 }
 
-double AsComparable(const jet::Value& value) {
+/// What sums and differences of dates work with.
+double AsContinuous(const jet::Value& value) {
     if (const auto* moment = std::get_if<jet::DateTime>(&value)) return ToContinuousDays(*moment);
     return ToDouble(value);
 }
 
+/// Dates compare by their numbers: that is the order of Jet's indexes. Among days before 1899-12-30 the times
+/// of one day come backwards.
 int CompareNumbers(const jet::Value& left, const jet::Value& right) {
     if (const auto* a = std::get_if<std::int32_t>(&left))
         if (const auto* b = std::get_if<std::int32_t>(&right)) return Order(*a, *b);
@@ -66,7 +69,7 @@ int CompareNumbers(const jet::Value& left, const jet::Value& right) {
             return Order(a->tenThousandths, b->tenThousandths);
     if (const auto* a = std::get_if<jet::Numeric>(&left))
         if (const auto* b = std::get_if<jet::Numeric>(&right)) return CompareNumerics(*a, *b);
-    return Order(AsComparable(left), AsComparable(right));
+    return Order(ToDouble(left), ToDouble(right));
 }
 
 /// GUIDs in statements are texts: "{guid {01020304-...}}", or without the outer part.
@@ -115,8 +118,8 @@ jet::Value AddMoney(jet::Currency left, jet::Currency right, bool subtract) {
 }
 
 jet::Value AddDates(Operator op, const jet::Value& left, const jet::Value& right) {
-    const double a = AsComparable(left);
-    const double b = AsComparable(right);
+    const double a = AsContinuous(left);
+    const double b = AsContinuous(right);
     const bool both = ClassOf(left) == ValueClass::Date && ClassOf(right) == ValueClass::Date;
     if (op == Operator::Subtract) return both ? jet::Value(a - b) : jet::Value(FromContinuousDays(a - b));
     return FromContinuousDays(a + b);
@@ -204,7 +207,7 @@ void AppendValueKey(jet::JetVersion version, const jet::Value& value, std::strin
         return AppendBigEndian(static_cast<std::uint64_t>(amount->tenThousandths) ^ std::uint64_t{1} << 63,
                                key);
     if (const auto* number = std::get_if<jet::Numeric>(&value)) return AppendNumericKey(*number, key);
-    AppendNumberKey(AsComparable(value), key);
+    AppendNumberKey(ToDouble(value), key);
 }
 
 }  // namespace

@@ -190,6 +190,9 @@ constexpr ValueCase kOperators[] = {
     {"#1/3/1999# - #1/1/1999#", "2"},
     {"#1/1/1999# < #1/2/1999#", "True"},
     {"#12/30/1899# = 0", "True"},
+    {"#12/29/1899# > #12/29/1899 6:00#", "True"},  // by their numbers, -1 and -1.25, as in an index
+    {"#12/29/1899 6:00# = -1.25", "True"},
+    {"#12/29/1899 18:00# Between #12/29/1899# And #12/29/1899 6:00#", "False"},
     {"Not True", "False"},
     {"Not Null", "Null"},
     {"Not 1 = 2", "True"},
