@@ -1,5 +1,6 @@
 #include "platform/jet/expression/Conversion.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -39,6 +40,41 @@ std::optional<double> ParseRadix(std::string_view text) {
     if (error != std::errc{} || end != last) return std::nullopt;
     if (number > 0x7FFF && number <= 0xFFFF) return static_cast<std::int16_t>(number);
     return static_cast<std::int32_t>(number);
+}
+
+constexpr std::int64_t kCurrencyUnit = 10000;
+/// Currency holds 922337203685477.5807 at most.
+constexpr double kMostCurrency = 922337203685478.0;
+/// Below 2 to the 39th the next Double is less than half of a ten-thousandth away.
+constexpr double kNarrowDecimals = 549755813888.0;
+
+/// A sign, digits with commas between them and a point, to the last digit; nullopt for any other number, or
+/// one that does not fit.
+std::optional<jet::Currency> ParsePlainCurrency(std::string_view text) {
+    text = Trimmed(text);
+    const bool negative = text.starts_with('-');
+    if (negative || text.starts_with('+')) text.remove_prefix(1);
+    std::string digits;
+    std::size_t point = std::string::npos;
+    for (const char c : text) {
+        if (IsAsciiDigit(c))
+            digits += c;
+        else if (c == '.' && point == std::string::npos)
+            point = digits.size();
+        else if (c != ',' || digits.empty() || point != std::string::npos)
+            return std::nullopt;
+    }
+    if (digits.empty()) return std::nullopt;
+    const std::size_t end = std::min(point, digits.size()) + 4;
+    const std::string rest = digits.size() > end ? digits.substr(end) : std::string();
+    digits.resize(end, '0');
+    if (negative) digits.insert(0, "-");
+    std::int64_t number = 0;
+    if (std::from_chars(digits.data(), digits.data() + digits.size(), number).ec != std::errc{})
+        return std::nullopt;
+    const bool half = rest.starts_with('5') && rest.find_first_not_of('0', 1) == std::string::npos;
+    const bool away = half ? number % 2 != 0 : (!rest.empty() && rest.front() >= '5');
+    return AddCurrency({number}, {away ? (negative ? -1 : 1) : 0});
 }
 
 /// Digits and an exponent out of printf's "%.*e", laid out as the language prints numbers.
@@ -194,9 +230,26 @@ bool ToBoolean(const jet::Value& value) {
 
 jet::Currency ToCurrency(const jet::Value& value) {
     if (const auto* amount = std::get_if<jet::Currency>(&value)) return *amount;
-    const double scaled = RoundHalfEven(ToDouble(value) * 10000.0);
-    if (!(scaled >= -9223372036854775808.0 && scaled < 9223372036854775808.0)) RaiseOverflow();
-    return {static_cast<std::int64_t>(scaled)};
+    if (const auto* text = std::get_if<std::string>(&value))
+        if (const auto amount = ParsePlainCurrency(*text)) return *amount;
+    if (const auto* number = std::get_if<jet::Numeric>(&value))
+        if (const auto amount = ParsePlainCurrency(jet::NumericText(*number))) return *amount;
+    const double number = ToDouble(value);
+    // A product of a large number with 10000 has no room for the last decimals.
+    const double whole = std::abs(number) < kNarrowDecimals ? 0 : std::trunc(number);
+    if (!(std::abs(whole) < kMostCurrency)) RaiseOverflow();
+    const auto decimals = static_cast<std::int64_t>(RoundHalfEven((number - whole) * kCurrencyUnit));
+    const std::int64_t scaled = static_cast<std::int64_t>(whole) * kCurrencyUnit;
+    return AddCurrency({scaled}, {decimals});
+}
+
+jet::Currency AddCurrency(jet::Currency left, jet::Currency right) {
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+    const std::int64_t a = left.tenThousandths;
+    const std::int64_t b = right.tenThousandths;
+    if ((b > 0 && a > kMost - b) || (b < 0 && a < kLeast - b)) RaiseOverflow();
+    return {a + b};
 }
 
 jet::DateTime ToDate(const jet::Value& value) {

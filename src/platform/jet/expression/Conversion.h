@@ -33,6 +33,9 @@ jet::Currency ToCurrency(const jet::Value& value);
 jet::DateTime ToDate(const jet::Value& value);
 std::string ToText(const jet::Value& value);
 
+/// Exact; raises 6 when the sum does not fit.
+jet::Currency AddCurrency(jet::Currency left, jet::Currency right);
+
 /// 15 (7) significant digits, scientific from 1E+15 (1E+7) and below 0.0001.
 std::string NumberToText(double number);
 std::string NumberToText(float number);

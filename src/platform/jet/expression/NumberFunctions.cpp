@@ -27,16 +27,29 @@ Value Like(const Value& model, double number) {
     return number;
 }
 
+/// The next whole amount below (`down`) or towards zero. Doubles have no room for the decimals of a large
+/// one.
+Value CutDecimals(jet::Currency amount, bool down) {
+    constexpr std::int64_t kUnit = 10000;
+    const std::int64_t rest = amount.tenThousandths % kUnit;
+    const jet::Currency whole{amount.tenThousandths - rest};
+    return rest < 0 && down ? AddCurrency(whole, {-kUnit}) : whole;
+}
+
 Value Abs(const Arguments& a) {
+    if (std::holds_alternative<jet::Currency>(a[0]) || std::holds_alternative<jet::Numeric>(a[0]))
+        return ToDouble(a[0]) < 0 ? Negate(a[0]) : a[0];
     if (IsExact(a[0])) return ToDouble(a[0]) < 0 ? Negate(a[0]) : a[0];
     return Like(a[0], std::abs(ToDouble(a[0])));
 }
 
 Value Int(const Arguments& a) {
+    if (const auto* amount = std::get_if<jet::Currency>(&a[0])) return CutDecimals(*amount, true);
     return IsExact(a[0]) ? a[0] : Like(a[0], std::floor(ToDouble(a[0])));
 }
 
 Value Fix(const Arguments& a) {
+    if (const auto* amount = std::get_if<jet::Currency>(&a[0])) return CutDecimals(*amount, false);
     return IsExact(a[0]) ? a[0] : Like(a[0], std::trunc(ToDouble(a[0])));
 }
 

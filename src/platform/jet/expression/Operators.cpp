@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <optional>
 #include <vector>
@@ -105,16 +106,31 @@ bool IsMoney(const jet::Value& value) {
     return std::holds_alternative<jet::Currency>(value);
 }
 
-/// Sums and differences of money stay exact; anything that leaves the range overflows.
 jet::Value AddMoney(jet::Currency left, jet::Currency right, bool subtract) {
-    const std::int64_t b = right.tenThousandths;
-    if (subtract && b == std::numeric_limits<std::int64_t>::min()) RaiseOverflow();
-    const std::int64_t signedB = subtract ? -b : b;
+    if (!subtract) return AddCurrency(left, right);
+    if (right.tenThousandths == std::numeric_limits<std::int64_t>::min()) RaiseOverflow();
+    return AddCurrency(left, {-right.tenThousandths});
+}
+
+std::int64_t MultiplyWhole(std::int64_t left, std::int64_t right) {
+    std::int64_t product = 0;
+    if (__builtin_mul_overflow(left, right, &product)) RaiseOverflow();
+    return product;
+}
+
+/// The exact product, its last decimal rounded half to even.
+jet::Value MultiplyMoney(jet::Currency left, jet::Currency right) {
+    constexpr std::int64_t kUnit = 10000;
     const std::int64_t a = left.tenThousandths;
-    if ((signedB > 0 && a > std::numeric_limits<std::int64_t>::max() - signedB) ||
-        (signedB < 0 && a < std::numeric_limits<std::int64_t>::min() - signedB))
-        RaiseOverflow();
-    return jet::Currency{a + signedB};
+    const std::int64_t b = right.tenThousandths;
+    // a * b / 10000, taken apart so that only what is too large overflows.
+    const std::int64_t small = (a % kUnit) * (b % kUnit);
+    jet::Currency product = AddCurrency({MultiplyWhole(a / kUnit, b)}, {a % kUnit * (b / kUnit)});
+    product = AddCurrency(product, {small / kUnit});
+    const std::int64_t rest = std::abs(small % kUnit);
+    const bool away = rest * 2 > kUnit || (rest * 2 == kUnit && product.tenThousandths % 2 != 0);
+    if (!away) return product;
+    return AddCurrency(product, {small < 0 ? -1 : 1});
 }
 
 jet::Value AddDates(Operator op, const jet::Value& left, const jet::Value& right) {
@@ -134,7 +150,7 @@ jet::Value AddOrMultiply(Operator op, const jet::Value& left, const jet::Value& 
     }
     const bool money =
         (IsMoney(left) && (IsMoney(right) || IsWhole(right))) || (IsMoney(right) && IsWhole(left));
-    if (money && op == Operator::Multiply) return ToCurrency(jet::Value(ToDouble(left) * ToDouble(right)));
+    if (money && op == Operator::Multiply) return MultiplyMoney(ToCurrency(left), ToCurrency(right));
     if (money) return AddMoney(ToCurrency(left), ToCurrency(right), op == Operator::Subtract);
     const double a = ToDouble(left);
     const double b = ToDouble(right);
