@@ -363,6 +363,24 @@ TEST_P(Select, NamesOfColumns) {
               "A.PU_Id,A.Publisher,B.PU_Id,B.Publisher,");
 }
 
+TEST(DescendingIndexOfDecimals, GivesTheSameRowsAndOrderAsNone) {
+    SampleDatabase sample(jet::JetVersion::Jet4);
+    sample.Execute("CREATE TABLE E (Plain DECIMAL(12,2), Indexed DECIMAL(12,2))");
+    sample.Execute("CREATE INDEX ByIndexed ON E (Indexed DESC)");
+    for (const std::string number : {"0", "1.5", "-1.5", "-20", "NULL", "20"})
+        sample.Execute("INSERT INTO E VALUES (" + number + ", " + number + ")");
+    for (const std::string column : {"Plain", "Indexed"}) {
+        const auto numbers = [&](const std::string& rest) {
+            return Records(sample.Open(), "SELECT " + column + " FROM E " + rest);
+        };
+        EXPECT_EQ(numbers("ORDER BY " + column), "NULL;-20.00;-1.50;0.00;1.50;20.00");
+        EXPECT_EQ(numbers("ORDER BY " + column + " DESC"), "20.00;1.50;0.00;-1.50;-20.00;NULL");
+        EXPECT_EQ(numbers("WHERE " + column + " < 1.5 ORDER BY " + column), "-20.00;-1.50;0.00");
+        EXPECT_EQ(numbers("WHERE " + column + " > -1.5 ORDER BY " + column), "0.00;1.50;20.00");
+        EXPECT_EQ(numbers("WHERE " + column + " = -1.5"), "-1.50");
+    }
+}
+
 /// Days before 1899-12-30 are negative numbers with the time as a positive fraction. Jet's indexes have them
 /// by their numbers, so everything else does.
 TEST(DatesBefore1900, CompareAndSortAlikeWithAndWithoutAnIndex) {

@@ -146,6 +146,12 @@ bool CanBound(const jet::Table& table, std::size_t column) {
     return found == definitions.end() || jet::CanBuildKey(*found);
 }
 
+/// Jet does not turn the signs round in a descending index of decimals: all negative ones stand in front.
+/// Such a part finds equal values, but no range and no order.
+bool IsInOrder(const jet::Table& table, std::size_t column, const jet::Index::Part& part) {
+    return part.ascending || table.Columns()[column].type != jet::ColumnType::Numeric;
+}
+
 /// The path through one index, and what share of the rows it is thought to leave.
 double PathThrough(const jet::Table& table, const jet::Index& index, const std::vector<Bounds>& bounds,
                    AccessPath& path) {
@@ -165,7 +171,7 @@ double PathThrough(const jet::Table& table, const jet::Index& index, const std::
             ++used;
             continue;
         }
-        if (!bound.low && !bound.high) break;
+        if ((!bound.low && !bound.high) || !IsInOrder(table, *column, part)) break;
         if (bound.low) path.range.low.push_back(*bound.low);
         if (bound.high) path.range.high.push_back(*bound.high);
         share *= bound.low && bound.high ? kRangeShare * kRangeShare : kRangeShare;
@@ -196,6 +202,7 @@ Direction MatchOrder(const jet::Table& table, const jet::Index& index, std::size
     for (std::size_t i = 0; i < order.size(); ++i) {
         const jet::Index::Part& part = index.parts[skip + i];
         if (table.FindColumn(part.column) != order[i].column) return Direction::None;
+        if (!IsInOrder(table, order[i].column, part)) return Direction::None;
         // Long texts are cut in an index.
         if (table.Columns()[order[i].column].type == jet::ColumnType::Memo) return Direction::None;
         forwards &= part.ascending != order[i].descending;
