@@ -347,6 +347,29 @@ TEST_P(Select, Subqueries) {
     Expect(kCases);
 }
 
+TEST_P(Select, ComputedColumnsOfQueriesAreNumbersWhereTheirValuesAre) {
+    static constexpr SelectCase kCases[] = {
+        {"SELECT x FROM (SELECT Abs(GA_Id) AS x FROM Games) WHERE x > 5", "6;7"},
+        {"SELECT x FROM (SELECT IIf(Fav, Price, Score) AS x FROM Games) WHERE x > 8.9", "9.99;9"},
+        {"SELECT x FROM (SELECT Nz(Price, 0) AS x FROM Games) WHERE x = 0", "0;0;0;0"},
+        {"SELECT Q.x, P.PU_Id FROM (SELECT Abs(GA_Id) AS x FROM Games) AS Q INNER JOIN Publishers AS P ON "
+         "P.PU_Id = Q.x WHERE Q.x > 3",
+         "4|4"},
+    };
+    Expect(kCases);
+}
+
+TEST_P(Select, AmountsAndOtherNumbersOfOneColumnGoTogether) {
+    static constexpr SelectCase kCases[] = {
+        {"SELECT DISTINCT IIf(GA_Id < 3, CCur(1.5), 1.5) FROM Games", "1.5"},
+        {"SELECT COUNT(*) FROM Games GROUP BY IIf(GA_Id < 3, CCur(1.5), 1.5)", "7"},
+        {"SELECT GA_Id FROM Games ORDER BY IIf(GA_Id = 3, CCur(2.5), GA_Id)", "1;2;3;4;5;6;7"},
+        {"SELECT DISTINCT CCur('900000000000000.000' & (GA_Id - 1) \\ 2) FROM Games",
+         "900000000000000;900000000000000.0001;900000000000000.0002;900000000000000.0003"},
+    };
+    Expect(kCases);
+}
+
 TEST_P(Select, NamesOfColumns) {
     dao::Database& database = Sample(GetParam()).Open();
     const auto names = [&](const char* sql) {
@@ -417,6 +440,11 @@ TEST_P(Select, TypesOfColumns) {
     EXPECT_EQ(type("MAX(Added)"), jet::ColumnType::DateTime);
     EXPECT_EQ(type("Name & ''"), jet::ColumnType::Text);
     EXPECT_EQ(type("Memo"), jet::ColumnType::Memo);
+    EXPECT_EQ(type("Abs(PU_Id)"), jet::ColumnType::Long);
+    EXPECT_EQ(type("Round(Price, 1)"), jet::ColumnType::Currency);
+    EXPECT_EQ(type("IIf(Fav, Price, Score)"), jet::ColumnType::Double);
+    EXPECT_EQ(type("Nz(PU_Id, 0)"), jet::ColumnType::Long);
+    EXPECT_EQ(type("Switch(Fav, Added, True, Null)"), jet::ColumnType::DateTime);
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, Select, testing::Values(jet::JetVersion::Jet3, jet::JetVersion::Jet4),

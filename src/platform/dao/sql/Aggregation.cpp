@@ -45,10 +45,7 @@ bool IsMoney(const Aggregate& aggregate) {
 }
 
 void AddNumber(const Aggregate& aggregate, const Value& value, Tally& tally) {
-    if (IsMoney(aggregate)) {
-        const Value sum = expression::Calculate(expression::Operator::Add, tally.money, value);
-        tally.money = std::get<jet::Currency>(sum);
-    }
+    if (IsMoney(aggregate)) tally.money = expression::AddCurrency(tally.money, expression::ToCurrency(value));
     const double number = expression::ToDouble(value);
     tally.sum += number;
     const double distance = number - tally.mean;

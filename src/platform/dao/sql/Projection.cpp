@@ -111,10 +111,16 @@ void Projection::MakeDistinctKey(const jet::Row& values, std::string& key) const
     for (const jet::Value& value : values) expression::AppendSortKey(version_, value, false, key);
 }
 
-/// Types that depend on the values, as the first of them shows them.
+/// Types that depend on the values, as these show them.
 void Projection::LearnTypes(const jet::Row& values) {
-    for (std::size_t i = 0; i < values.size(); ++i)
-        if (!values_[i].Type() && !jet::IsNull(values[i])) columns_[i].type = expression::TypeOf(values[i]);
+    learned_.resize(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (values_[i].Type() || jet::IsNull(values[i])) continue;
+        const jet::ColumnType type = expression::TypeOf(values[i]);
+        columns_[i].type =
+            learned_[i] ? expression::CommonType(*learned_[i], type).value_or(jet::ColumnType::Text) : type;
+        learned_[i] = columns_[i].type;
+    }
 }
 
 }  // namespace marrowkit::dao::sql

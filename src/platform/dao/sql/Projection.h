@@ -56,6 +56,7 @@ private:
     jet::JetVersion version_;
     RowOrder order_;
     std::vector<OutputColumn> columns_;
+    std::vector<std::optional<jet::ColumnType>> learned_;
     std::vector<expression::Expression> values_;
     std::optional<expression::Expression> having_;
     std::vector<expression::Expression> orderValues_;

@@ -41,11 +41,6 @@ void CheckComparable(const Node& left, const Node& right) {
     RaiseTypeMismatch();
 }
 
-bool IsWholeType(ColumnType type) {
-    return type == ColumnType::Boolean || type == ColumnType::Byte || type == ColumnType::Integer ||
-           type == ColumnType::Long;
-}
-
 /// Type of + - and * from the types of their operands.
 std::optional<ColumnType> ArithmeticType(Operator op, const Node& left, const Node& right) {
     if (!left.type || !right.type) return std::nullopt;
@@ -63,6 +58,51 @@ std::optional<ColumnType> ArithmeticType(Operator op, const Node& left, const No
     if (IsWholeType(a) && IsWholeType(b)) return ColumnType::Long;
     const auto money = [](ColumnType type) { return type == ColumnType::Currency || IsWholeType(type); };
     return money(a) && money(b) ? ColumnType::Currency : ColumnType::Double;
+}
+
+/// Type of a value that is one of every `step`th child from `first` on.
+std::optional<ColumnType> TypeOfOne(const Node& node, std::size_t first, std::size_t step) {
+    std::optional<ColumnType> type;
+    for (std::size_t i = first; i < node.children.size(); i += step) {
+        const Node& child = *node.children[i];
+        if (IsNullLiteral(child)) continue;
+        if (!child.type) return std::nullopt;
+        type = type ? CommonType(*type, *child.type) : child.type;
+        if (!type) return std::nullopt;
+    }
+    return type;
+}
+
+/// Type of a number that a function made of another one.
+std::optional<ColumnType> TypeOfRounded(const Node& number) {
+    if (!number.type) return std::nullopt;
+    if (IsWholeType(*number.type)) return ColumnType::Long;
+    switch (*number.type) {
+        case ColumnType::Currency:
+        case ColumnType::Single:
+        case ColumnType::DateTime:
+            return number.type;
+        default:
+            return ColumnType::Double;
+    }
+}
+
+std::optional<ColumnType> CallType(const Node& node) {
+    switch (node.function->rule) {
+        case TypeRule::Magnitude:
+            if (node.children[0]->type == ColumnType::Numeric) return ColumnType::Numeric;
+            return TypeOfRounded(*node.children[0]);
+        case TypeRule::Rounded:
+            return TypeOfRounded(*node.children[0]);
+        case TypeRule::OneOfAll:
+            return node.children.size() > 1 ? TypeOfOne(node, 0, 1) : std::nullopt;
+        case TypeRule::OneBehindFirst:
+            return TypeOfOne(node, 1, 1);
+        case TypeRule::EverySecond:
+            return TypeOfOne(node, 1, 2);
+        default:
+            return node.function->type;
+    }
 }
 
 std::optional<ColumnType> BinaryType(const Node& node) {
@@ -171,12 +211,7 @@ private:
         if (SameName(node.name, "IIf")) {
             if (node.children.size() != 3) RaiseArgumentCount(node);
             node.kind = NodeKind::Choose;
-            const Node& yes = *node.children[1];
-            const Node& no = *node.children[2];
-            if (yes.type == no.type || IsNullLiteral(no))
-                node.type = yes.type;
-            else if (IsNullLiteral(yes))
-                node.type = no.type;
+            node.type = TypeOfOne(node, 1, 1);
             return;
         }
         node.function = FindFunction(node.name);
@@ -184,7 +219,7 @@ private:
         const std::size_t count = node.children.size();
         if (count < node.function->fewest || count > node.function->most || node.star)
             RaiseArgumentCount(node);
-        node.type = node.function->type;
+        node.type = CallType(node);
     }
 
     [[noreturn]] static void RaiseArgumentCount(const Node& node) {

@@ -143,6 +143,24 @@ jet::ColumnType TypeOf(const jet::Value& value) {
     return kTypes.at(value.index());
 }
 
+bool IsWholeType(jet::ColumnType type) {
+    return type == jet::ColumnType::Boolean || type == jet::ColumnType::Byte ||
+           type == jet::ColumnType::Integer || type == jet::ColumnType::Long;
+}
+
+std::optional<jet::ColumnType> CommonType(jet::ColumnType left, jet::ColumnType right) {
+    if (left == right) return left;
+    const ValueClass kind = ClassOf(left);
+    if (kind != ClassOf(right)) return std::nullopt;
+    if (kind == ValueClass::Text) return jet::ColumnType::Memo;
+    if (kind != ValueClass::Number) return std::nullopt;
+    if (IsWholeType(left) && IsWholeType(right)) return jet::ColumnType::Long;
+    const auto money = [](jet::ColumnType type) {
+        return type == jet::ColumnType::Currency || IsWholeType(type);
+    };
+    return money(left) && money(right) ? jet::ColumnType::Currency : jet::ColumnType::Double;
+}
+
 std::optional<double> ParseNumber(std::string_view text) {
     text = Trimmed(text);
     if (const auto radix = ParseRadix(text)) return radix;

@@ -19,6 +19,12 @@ ValueClass ClassOf(jet::ColumnType type);
 /// Type of the column that would hold the value; Text for Null.
 jet::ColumnType TypeOf(const jet::Value& value);
 
+/// Boolean, Byte, Integer and Long.
+bool IsWholeType(jet::ColumnType type);
+
+/// The type of a column for values of both types; nullopt where there is none, for texts and numbers say.
+std::optional<jet::ColumnType> CommonType(jet::ColumnType left, jet::ColumnType right);
+
 /// A number written in a text, as the conversion functions accept it: blanks around it, a sign, digits with
 /// commas between them, point, exponent; or &H and &O. nullopt for anything else.
 std::optional<double> ParseNumber(std::string_view text);

@@ -158,9 +158,9 @@ std::span<const Function> ConversionFunctions() {
         Function{"IsNull", 1, 1, IsNullValue, ColumnType::Boolean, false},
         Function{"IsNumeric", 1, 1, IsNumeric, ColumnType::Boolean, false},
         Function{"IsDate", 1, 1, IsDate, ColumnType::Boolean, false},
-        Function{"Nz", 1, 2, Nz, std::nullopt, false},
-        Function{"Choose", 2, 30, Choose, std::nullopt, false},
-        Function{"Switch", 2, 30, Switch, std::nullopt, false},
+        Function{"Nz", 1, 2, Nz, std::nullopt, false, true, TypeRule::OneOfAll},
+        Function{"Choose", 2, 30, Choose, std::nullopt, false, true, TypeRule::OneBehindFirst},
+        Function{"Switch", 2, 30, Switch, std::nullopt, false, true, TypeRule::EverySecond},
         Function{"Format", 1, 4, Format, ColumnType::Text},
     };
     return kFunctions;

@@ -21,6 +21,16 @@ struct Arguments {
     bool Has(std::size_t i) const { return i < values.size() && !jet::IsNull(values[i]); }
 };
 
+/// How the type of a result follows from the arguments.
+enum class TypeRule : std::uint8_t {
+    Fixed,           ///< not at all
+    Magnitude,       ///< a number's own type; all whole numbers are Long
+    Rounded,         ///< the same, but decimals become Double
+    OneOfAll,        ///< the result is one of the arguments
+    OneBehindFirst,  ///< one of those behind the first
+    EverySecond,     ///< one of the second, fourth, ...
+};
+
 /// A function of the expression language.
 struct Function {
     std::string_view name;
@@ -33,6 +43,7 @@ struct Function {
     bool nullMakesNull = true;
     /// The same arguments always give the same result.
     bool pure = true;
+    TypeRule rule = TypeRule::Fixed;
 };
 
 /// The functions of one subject; each list stands in a file of its own.

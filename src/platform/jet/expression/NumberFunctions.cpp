@@ -130,12 +130,12 @@ Value GenGuid(const Arguments&) {
 
 std::span<const Function> NumberFunctions() {
     static const std::array kFunctions{
-        Function{"Abs", 1, 1, Abs, std::nullopt},
-        Function{"Int", 1, 1, Int, std::nullopt},
-        Function{"Fix", 1, 1, Fix, std::nullopt},
+        Function{"Abs", 1, 1, Abs, std::nullopt, true, true, TypeRule::Magnitude},
+        Function{"Int", 1, 1, Int, std::nullopt, true, true, TypeRule::Rounded},
+        Function{"Fix", 1, 1, Fix, std::nullopt, true, true, TypeRule::Rounded},
         Function{"Sgn", 1, 1, Sgn, ColumnType::Integer},
         Function{"Sqr", 1, 1, Sqr, ColumnType::Double},
-        Function{"Round", 1, 2, Round, std::nullopt},
+        Function{"Round", 1, 2, Round, std::nullopt, true, true, TypeRule::Rounded},
         Function{"Exp", 1, 1, Apply<Exponential>, ColumnType::Double},
         Function{"Log", 1, 1, Apply<NaturalLogarithm>, ColumnType::Double},
         Function{"Sin", 1, 1, Apply<Sine>, ColumnType::Double},

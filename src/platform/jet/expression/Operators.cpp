@@ -182,14 +182,27 @@ void AppendNumberKey(double number, std::string& key) {
     AppendBigEndian((bits & kSign) != 0 ? ~bits : bits | kSign, key);
 }
 
+/// The key of the same number as a Double, so that amounts and other numbers of one column go together. Large
+/// amounts that share a Double have all their digits behind it.
+void AppendMoneyKey(jet::Currency amount, std::string& key) {
+    AppendNumberKey(ToDouble(amount), key);
+    constexpr std::int64_t kShared = 549755813888 * 10000;
+    if (amount.tenThousandths > -kShared && amount.tenThousandths < kShared) return;
+    AppendBigEndian(static_cast<std::uint64_t>(amount.tenThousandths) ^ std::uint64_t{1} << 63, key);
+}
+
+/// The same for decimals.
 void AppendNumericKey(const jet::Numeric& number, std::string& key) {
+    AppendNumberKey(ToDouble(number), key);
+    // Decimals of up to fifteen digits do not share Doubles.
+    constexpr std::uint64_t kShared = 1'000'000'000'000'000;
+    const auto& words = number.magnitude;
+    if (words[0] == 0 && words[1] == 0 && (std::uint64_t{words[2]} << 32 | words[3]) < kShared) return;
     // The widest scale of a file is 28: brought to it, all decimals compare as whole numbers.
     constexpr int kWidestScale = 28;
     const Wide wide = ScaleUp(number, kWidestScale);
-    const bool negative = number.negative && wide != Wide{};
-    key += negative ? '\0' : '\1';
     for (std::size_t i = wide.size(); i-- > 0;) {
-        const std::uint32_t word = negative ? ~wide.at(i) : wide.at(i);
+        const std::uint32_t word = number.negative ? ~wide.at(i) : wide.at(i);
         for (int shift = 24; shift >= 0; shift -= 8) key += static_cast<char>(word >> shift & 0xFF);
     }
 }
@@ -219,9 +232,7 @@ void AppendValueKey(jet::JetVersion version, const jet::Value& value, std::strin
         default:
             break;
     }
-    if (const auto* amount = std::get_if<jet::Currency>(&value))
-        return AppendBigEndian(static_cast<std::uint64_t>(amount->tenThousandths) ^ std::uint64_t{1} << 63,
-                               key);
+    if (const auto* amount = std::get_if<jet::Currency>(&value)) return AppendMoneyKey(*amount, key);
     if (const auto* number = std::get_if<jet::Numeric>(&value)) return AppendNumericKey(*number, key);
     AppendNumberKey(ToDouble(value), key);
 }
