@@ -287,6 +287,25 @@ TEST_P(Select, Unions) {
         {"SELECT PU_Id FROM Publishers WHERE PU_Id < 3 UNION ALL SELECT PU_Id FROM Games WHERE PU_Id < 3",
          "1;2;1;1;1;2"},
         {"SELECT PU_Id AS x FROM Publishers UNION SELECT GA_Id FROM Games ORDER BY x DESC", "7;6;5;4;3;2;1"},
+        {"SELECT 1 UNION SELECT 1 UNION ALL SELECT 1", "1;1"},
+        {"SELECT 2 UNION ALL SELECT 1 UNION ALL SELECT 1 UNION SELECT 1", "1;2"},
+        {"SELECT 2 UNION SELECT 1 UNION ALL SELECT 1 UNION ALL SELECT 0", "1;2;1;0"},
+    };
+    Expect(kCases);
+}
+
+TEST_P(Select, UnionsOfDifferentTypes) {
+    static constexpr SelectCase kCases[] = {
+        {"SELECT Price FROM Games UNION SELECT Score FROM Games", "NULL;-1;2.5;7.5;8.5;9;9.99"},
+        {"SELECT Price FROM Games WHERE GA_Id=4 UNION SELECT 2.5 UNION SELECT CCur(2.5)", "2.5"},
+        {"SELECT Publisher FROM Publishers UNION SELECT 10 UNION SELECT 9",
+         "NULL;10;9;Ocean;ocean soft;U.S. Gold"},
+        {"SELECT SUM(x) FROM (SELECT Price AS x FROM Games UNION ALL SELECT Score FROM Games) WHERE x <> "
+         "9.99",
+         "26.5"},
+        {"SELECT x FROM (SELECT Null AS x FROM Games UNION SELECT GA_Id FROM Games) WHERE x > 5", "6;7"},
+        {"SELECT x FROM (SELECT Null AS x FROM Games UNION SELECT Publisher FROM Publishers) WHERE x > 'p'",
+         "U.S. Gold"},
     };
     Expect(kCases);
 }

@@ -269,8 +269,12 @@ std::unique_ptr<Result> OpenSelect(jet::Database& database, const Select& select
     if (select.unions.empty()) return Query(database, select).Run();
     std::vector<std::unique_ptr<Result>> parts;
     parts.push_back(Query(database, select).Run());
-    for (const auto& other : select.unions) parts.push_back(OpenSelect(database, *other));
-    std::unique_ptr<Result> rows = PutTogether(parts, select.unionAll, database.Version());
+    std::size_t distinctParts = 0;
+    for (const auto& other : select.unions) {
+        parts.push_back(OpenSelect(database, *other));
+        if (!other->unionAll) distinctParts = parts.size();
+    }
+    std::unique_ptr<Result> rows = PutTogether(parts, distinctParts, database.Version());
     if (select.orderBy.empty()) return rows;
     return SortUnion(database, select, std::move(rows));
 }

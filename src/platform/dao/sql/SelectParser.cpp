@@ -25,9 +25,10 @@ public:
     Select Run() {
         Select select = ParseCore();
         while (tokens_->TakeKeyword("UNION")) {
-            select.unionAll = tokens_->TakeKeyword("ALL");
+            const bool all = tokens_->TakeKeyword("ALL");
             if (!tokens_->TakeKeyword("SELECT")) RaiseJet(JetError::SelectSyntax);
             select.unions.push_back(std::make_unique<Select>(ParseCore()));
+            select.unions.back()->unionAll = all;
         }
         // Behind the last of several selects, ORDER BY is for all of them.
         if (!select.unions.empty()) select.orderBy = std::move(select.unions.back()->orderBy);

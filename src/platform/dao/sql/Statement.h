@@ -54,7 +54,7 @@ struct Select {
     std::vector<OrderItem> orderBy;
     /// UNION: the selects behind the first; ORDER BY stands with the first.
     std::vector<std::unique_ptr<Select>> unions;
-    bool unionAll = false;
+    bool unionAll = false;  ///< of one behind the first: ALL stands in front of it
     /// The statement, which the expressions' places refer to.
     std::shared_ptr<const std::string> text;
 };
