@@ -405,6 +405,22 @@ TEST_P(Select, NamesOfColumns) {
               "A.PU_Id,A.Publisher,B.PU_Id,B.Publisher,");
 }
 
+/// An index with one more column could be asked for both conditions as if they were about two columns.
+TEST(JoinThroughAnIndex, MayNameTheSameColumnTwice) {
+    SampleDatabase sample(jet::JetVersion::Jet4);
+    sample.Execute("CREATE TABLE Few (N LONG, M LONG)");
+    sample.Execute("CREATE TABLE Many (Id LONG, N LONG, X LONG)");
+    sample.Execute("CREATE INDEX NX ON Many (N, X)");
+    sample.Execute("INSERT INTO Few VALUES (1, 1)");
+    for (int id = 0; id < 40; ++id)
+        sample.Execute("INSERT INTO Many VALUES (" + std::to_string(id) + ", " + std::to_string(id % 10) +
+                       ", " + std::to_string(id) + ")");
+    const std::string select = "SELECT Many.Id FROM Few INNER JOIN Many ON ";
+    EXPECT_EQ(Records(sample.Open(), select + "(Few.N = Many.N AND Few.N = Many.N)"), "1;11;21;31");
+    EXPECT_EQ(Records(sample.Open(), select + "(Few.N = Many.N AND Few.M = Many.N)"), "1;11;21;31");
+    EXPECT_EQ(Records(sample.Open(), select + "(Few.N = Many.X AND Few.M = Many.N)"), "1");
+}
+
 TEST(DescendingIndexOfDecimals, GivesTheSameRowsAndOrderAsNone) {
     SampleDatabase sample(jet::JetVersion::Jet4);
     sample.Execute("CREATE TABLE E (Plain DECIMAL(12,2), Indexed DECIMAL(12,2))");

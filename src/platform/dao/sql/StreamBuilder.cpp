@@ -178,20 +178,18 @@ void StreamBuilder::PlanLookup(const Place& right, double leftRows, std::vector<
     for (std::size_t i = 0; i < source.table->Indexes().size(); ++i) {
         const auto& parts = source.table->Indexes()[i].parts;
         if (parts.size() < plan.equal.size()) continue;
+        // One pair for each part: two pairs may name the same column.
         std::vector<std::size_t> order;
-        for (std::size_t part = 0; part < plan.equal.size(); ++part) {
-            for (std::size_t pair = 0; pair < plan.equal.size(); ++pair) {
+        for (std::size_t part = 0; part < plan.equal.size() && order.size() == part; ++part) {
+            const auto column = source.table->FindColumn(parts[part].column);
+            for (std::size_t pair = 0; pair < plan.equal.size() && order.size() == part; ++pair) {
                 const Node& node = plan.equal[pair].right.Root();
-                const auto column = source.table->FindColumn(parts[part].column);
                 const bool same = plan.equal[pair].left.Type() == node.type;
                 if (node.kind == NodeKind::Slot && same && column == scope_.PlaceOf(node.slot).column)
                     order.push_back(pair);
             }
         }
-        std::vector<std::size_t> distinct = order;
-        std::sort(distinct.begin(), distinct.end());
-        distinct.erase(std::unique(distinct.begin(), distinct.end()), distinct.end());
-        if (order.size() != plan.equal.size() || distinct.size() != order.size()) continue;
+        if (order.size() != plan.equal.size()) continue;
         std::vector<JoinStream::EqualPair> sorted;
         sorted.reserve(order.size());
         for (const std::size_t pair : order) sorted.push_back(std::move(plan.equal[pair]));
