@@ -20,11 +20,12 @@ namespace marrowkit::cli {
 
 namespace {
 
-/// Of the frontend's schema, and number of records in Games; Null for a file that cannot be read as a
-/// database.
+/// Of the frontend's schema, and number of records in Games; Null, with the reason, for a file that cannot be
+/// read as a database.
 struct Contents {
     jet::Value version;
     jet::Value games;
+    std::string failure;
 };
 
 /// nullopt for a file that was deleted since the library was searched.
@@ -44,8 +45,8 @@ Contents ContentsOf(const std::string& path) {
         if (const auto games = database->FindTable("Games")) {
             contents.games = static_cast<double>(games->RowCount());
         }
-    } catch (const RuntimeError&) {
-        return contents;
+    } catch (const RuntimeError& error) {
+        contents.failure = error.description;
     }
     return contents;
 }
@@ -64,6 +65,7 @@ int RunList(Session& session) {
         const Contents contents = ContentsOf(path);
         if (const auto bytes = BytesOf(path)) {
             rows->Write({name, contents.version, contents.games, *bytes, path});
+            if (!contents.failure.empty()) session.Fail(name + ": " + contents.failure);
         }
     }
     rows->Finish();
@@ -80,7 +82,8 @@ void AddListCommand(CLI::App& app, Session& session) {
     CLI::App* command = app.add_subcommand("list", "The databases of the library");
     command->footer(
         "One row for each folder of the library that holds a database of its own name: the version of its\n"
-        "schema, the number of its games, its size.\n"
+        "schema, the number of its games, its size. Version and games are missing where the file cannot be\n"
+        "read, and standard error says why.\n"
         "\n"
         "Examples:\n"
         "  marrowkit-cli list\n"

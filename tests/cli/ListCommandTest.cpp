@@ -19,6 +19,10 @@ TEST(ListCommand, NamesDatabasesInOrder) {
     const std::string prefix = WindowsPath(root) + "\\";
     EXPECT_EQ(run.out, "Name,Version,Games,Bytes,Path\n\"Alpha\",,,3,\"" + prefix +
                            "Alpha\\Alpha.mdb\"\n\"beta\",,,5,\"" + prefix + "beta\\beta.mdb\"\n");
+    // Why nothing stands there.
+    EXPECT_EQ(run.err,
+              "Alpha: Unrecognized database format 'Alpha.mdb'.\n"
+              "beta: Unrecognized database format 'beta.mdb'.\n");
     const auto document = nlohmann::json::parse(RunCli({"--library", root, "list", "--json"}).out);
     ASSERT_EQ(document.size(), 2u);
     EXPECT_EQ(document[1]["Name"], "beta");
