@@ -16,6 +16,7 @@
 #include "global/Library.h"
 #include "global/modGlobal.h"
 #include "import/DatafileChoice.h"
+#include "import/DatafileLoader.h"
 #include "import/ImportEngine.h"
 #include "import/ImportOptions.h"
 #include "import/ImportReport.h"
@@ -79,7 +80,10 @@ public:
         const bool done = ImportAndReport();
         if (settings_.ImportCancelled) return session_.Fail("The import was cancelled.");
         if (settings_.ImportSucceeded) RemindOfScanAndFix(session_.Ui());
-        if (!done) return kFailed;
+        if (!done) {
+            if (noGames_ && !PrintsReport()) HintAtMissingGames();
+            return kFailed;
+        }
         if (!PrintsReport()) WriteResult();
         return reportWritten_ ? kDone : kFailed;
     }
@@ -162,6 +166,19 @@ private:
                       " (file name: " + entry.FileName + ")");
     }
 
+    /// That there were no games has been said; the datafile may tell why.
+    void HintAtMissingGames() {
+        if (!WantsReport()) report_ = ExplainDatafile(settings_);
+        std::size_t skippedLines = 0;
+        for (const ReportRow& row : report_) {
+            if (row.kind == "skipped line") ++skippedLines;
+            if (row.kind == "hint" && row.detail != kNoGamesText) session_.Fail(row.detail);
+        }
+        if (skippedLines == 0) return;
+        session_.Fail(std::to_string(skippedLines) +
+                      " lines begin like games lines and are none; --dry-run lists them.");
+    }
+
     void WriteReport() {
         if (PrintsReport()) {
             WriteImportReport(report_, *session_.Rows(ImportReportColumns()));
@@ -187,6 +204,7 @@ private:
         hooks.writing = [this](const ImportTables&) { return !arguments_.dryRun; };
         ImportTables tables;
         const bool done = RunImport(settings_, tables, progress, ui, hooks);
+        noGames_ = tables.EntryCount() == 0;
         settings_.ImportCancelled = progress.Cancelled();
         written_ = tables.GamesWritten;
         stages_ = progress.Stages();
@@ -232,6 +250,7 @@ private:
     ImportSettings settings_;
     std::vector<ReportRow> report_;
     bool reportWritten_ = true;
+    bool noGames_ = false;
     std::int32_t games_ = 0;
     std::int32_t found_ = 0;
     std::int32_t written_ = 0;

@@ -32,7 +32,7 @@ void AddNewCommand(CLI::App& app, Session& session) {
     command->add_option("NAME", *name, "Name of the new database")->required();
     command->footer(
         "The library gets a folder of that name with a copy of Empty.mdb and the side files that the\n"
-        "frontend looks for. A folder that exists is never touched.\n"
+        "frontend looks for. A folder that exists is never touched. 'create-template' makes an Empty.mdb.\n"
         "\n"
         "Examples:\n"
         "  marrowkit-cli new Arcade\n"

@@ -227,6 +227,29 @@ TEST_F(ImportCommand, ExplainsAFailureToo) {
     EXPECT_FALSE(Exists("size"));
 }
 
+// The message alone leaves one guessing what is wrong with a datafile full of games.
+TEST_F(ImportCommand, HintsAtWhatHidesTheGamesOfADatafile) {
+    const std::string file = (folder_ / "a.dat").string();
+    const std::string told = "There were no games to import!\n";
+    WriteFile(file, "[DAT]\nversion=2.00\n\xAC\n");
+    const CommandLineRun lineFeeds = Run({file, "--quiet"});
+    EXPECT_EQ(lineFeeds.exitCode, 1);
+    EXPECT_EQ(
+        lineFeeds.err,
+        "All lines end with a lone LF, so the whole file is one line. Lines must end with CR LF.\n" + told);
+    WriteFile(file,
+              "[DAT]\r\nversion=2.00\r\n\xC2\xAC"
+              "A\xC2\xAC\r\n");
+    EXPECT_THAT(Run({file}).err, HasSubstr("the datafile is in UTF-8."));
+    EXPECT_THAT(Run({Datafile("b.dat",
+                              "\xAC"
+                              "A\xAC\r\n\xAC\r\n")})
+                    .err,
+                HasSubstr("2 lines begin like games lines and are none; --dry-run lists them.\n"));
+    EXPECT_THAT(Run({Datafile("c.dat", "")}).err, EndsWith("Loading Datafile into memory...\n" + told));
+    EXPECT_THAT(Run({file, "--dry-run"}).err, Not(HasSubstr("UTF-8")));  // the report says so
+}
+
 TEST_F(ImportCommand, WritesItsReportIntoAFile) {
     const std::string datafile = Datafile("Games.dat", GamesLine("A", "a.zip", "CBF43926", "9"));
     const std::string roms = (folder_ / "roms").string();
