@@ -73,9 +73,7 @@ std::int64_t InsertValues(jet::Database& database, jet::Table& table, const Inse
         assignments.push_back(
             {columns[i], Converted(table.Columns()[columns[i]], expressions[i].Evaluate({}))});
     beforeChange(table);
-    jet::Unit unit(database.GetPager());
     table.Insert(assignments);
-    unit.Commit();
     return 1;
 }
 
@@ -90,9 +88,7 @@ PackedRows ReadAll(Result& result) {
     return rows;
 }
 
-std::int64_t InsertRows(jet::Database& database, jet::Table& table, const std::vector<std::size_t>& columns,
-                        const PackedRows& rows) {
-    jet::Unit unit(database.GetPager());
+std::int64_t InsertRows(jet::Table& table, const std::vector<std::size_t>& columns, const PackedRows& rows) {
     std::vector<jet::Assignment> assignments(columns.size());
     jet::Row row;
     for (std::size_t record = 0; record < rows.Size(); ++record) {
@@ -101,7 +97,6 @@ std::int64_t InsertRows(jet::Database& database, jet::Table& table, const std::v
             assignments[i] = {columns[i], Converted(table.Columns()[columns[i]], row[i])};
         table.Insert(assignments);
     }
-    unit.Commit();
     return static_cast<std::int64_t>(rows.Size());
 }
 
@@ -140,23 +135,34 @@ std::vector<BoundAssignment> BindAssignments(const Update& update, const Scope& 
     return bound;
 }
 
-}  // namespace
-
-std::int64_t RunInsert(jet::Database& database, const Insert& insert, const BeforeChange& beforeChange) {
-    const std::shared_ptr<jet::Table> table = database.FindTable(insert.table);
-    if (!table) RaiseSql(SqlError::OutputTableNotFound, {insert.table});
-    if (!insert.select) return InsertValues(database, *table, insert, beforeChange);
+std::int64_t InsertSelected(jet::Database& database, jet::Table& table, const Insert& insert,
+                            const BeforeChange& beforeChange) {
     const std::unique_ptr<Result> result = OpenSelect(database, *insert.select);
     // Without a list of columns, those of the select go to the columns of the same names.
     const std::vector<std::size_t> columns =
-        TargetColumns(*table, insert.columns.empty() ? NamesOf(result->Columns()) : insert.columns);
+        TargetColumns(table, insert.columns.empty() ? NamesOf(result->Columns()) : insert.columns);
     if (columns.size() != result->Columns().size()) RaiseSql(SqlError::ValueCountMismatch);
     const PackedRows rows = ReadAll(*result);
-    beforeChange(*table);
-    return InsertRows(database, *table, columns, rows);
+    beforeChange(table);
+    return InsertRows(table, columns, rows);
+}
+
+}  // namespace
+
+// Each of these is one unit from before its first read: nobody else changes what it finds.
+
+std::int64_t RunInsert(jet::Database& database, const Insert& insert, const BeforeChange& beforeChange) {
+    jet::Unit unit(database.GetPager());
+    const std::shared_ptr<jet::Table> table = database.FindTable(insert.table);
+    if (!table) RaiseSql(SqlError::OutputTableNotFound, {insert.table});
+    const std::int64_t inserted = insert.select ? InsertSelected(database, *table, insert, beforeChange)
+                                                : InsertValues(database, *table, insert, beforeChange);
+    unit.Commit();
+    return inserted;
 }
 
 std::int64_t RunUpdate(jet::Database& database, const Update& update, const BeforeChange& beforeChange) {
+    jet::Unit unit(database.GetPager());
     std::vector<std::string> unknownNames;
     Scope scope;
     scope.AddTable(database, update.table, update.alias);
@@ -186,7 +192,6 @@ std::int64_t RunUpdate(jet::Database& database, const Update& update, const Befo
 
     const std::vector<jet::RowId> rows = FindRows(scope, builder);
     beforeChange(*table);
-    jet::Unit unit(database.GetPager());
     std::vector<jet::Assignment> assignments(bound.size());
     jet::Row values;
     bool first = true;
@@ -213,6 +218,7 @@ std::int64_t RunUpdate(jet::Database& database, const Update& update, const Befo
 }
 
 std::int64_t RunDelete(jet::Database& database, const Delete& statement, const BeforeChange& beforeChange) {
+    jet::Unit unit(database.GetPager());
     std::vector<std::string> unknownNames;
     Scope scope;
     scope.AddTable(database, statement.table, statement.alias);
@@ -222,7 +228,6 @@ std::int64_t RunDelete(jet::Database& database, const Delete& statement, const B
     CheckParameters(unknownNames);
     const std::vector<jet::RowId> rows = FindRows(scope, builder);
     beforeChange(*table);
-    jet::Unit unit(database.GetPager());
     std::int64_t deleted = 0;
     for (const jet::RowId id : rows) {
         // A table that refers to itself may have lost the row to a cascade.
@@ -235,6 +240,7 @@ std::int64_t RunDelete(jet::Database& database, const Delete& statement, const B
 }
 
 std::int64_t RunSelectInto(jet::Database& database, const Select& select) {
+    jet::Unit unit(database.GetPager());
     const std::unique_ptr<Result> result = OpenSelect(database, select);
     jet::TableDesign design;
     design.name = select.into;
@@ -256,10 +262,9 @@ std::int64_t RunSelectInto(jet::Database& database, const Select& select) {
         design.columns.push_back(std::move(column));
     }
     const PackedRows rows = ReadAll(*result);
-    jet::Unit unit(database.GetPager());
     database.CreateTable(design);
     const std::shared_ptr<jet::Table> table = database.OpenTable(select.into);
-    const std::int64_t count = InsertRows(database, *table, TargetColumns(*table, {}), rows);
+    const std::int64_t count = InsertRows(*table, TargetColumns(*table, {}), rows);
     unit.Commit();
     return count;
 }
