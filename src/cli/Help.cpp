@@ -156,6 +156,13 @@ std::string SurplusText(const CLI::App& app, const std::vector<std::string>& arg
     return text;
 }
 
+/// The parser's own words, but for those that nobody would say.
+std::string ParserText(const CLI::ParseError& error) {
+    const std::string text = error.what();
+    const std::size_t twice = text.find(": At Most 1 required but received ");
+    return twice == std::string::npos ? text : text.substr(0, twice) + " may be given only once";
+}
+
 }  // namespace
 
 void StyleHelp(CLI::App& app) {
@@ -177,7 +184,7 @@ std::string WrongUsageText(const CLI::App& app, const CLI::ParseError& error) {
         }
         return what + "\n'" + program + " --help' lists the commands.\n";
     }
-    std::string text = std::string(error.what()) + "\n";
+    std::string text = ParserText(error) + "\n";
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError))
         text = SurplusText(app, app.remaining(true)) + "\n";
     if (chosen.empty()) return text + "'" + program + " --help' lists the options.\n";

@@ -78,6 +78,13 @@ TEST(CommandLine, NamesAnOptionThatThereIsNot) {
     EXPECT_THAT(RunCli({"-V"}).err, testing::StartsWith("There is no option '-V'.\n"));
 }
 
+TEST(CommandLine, TakesAnOptionWithAValueOnlyOnce) {
+    EXPECT_THAT(RunCli({"list", "--library", "a", "--library", "b"}).err,
+                testing::StartsWith("--library may be given only once\n"));
+    EXPECT_THAT(RunCli({"import", "a.dat", "--name", "a", "--name=b"}).err,
+                testing::StartsWith("--name may be given only once\n"));
+}
+
 TEST(CommandLine, NamesSurplusArgumentsInTheirOrder) {
     EXPECT_THAT(RunCli({"sql", "a.mdb", "SELECT", "Name", "FROM", "Games"}).err,
                 testing::StartsWith("There are more arguments than expected: Name FROM Games\n"));
