@@ -281,6 +281,31 @@ TEST_P(Select, Joins) {
     Expect(kCases);
 }
 
+/// A row of the tables that show is given once, however many rows of the others it meets; not to be mixed up
+/// with rows of equal values.
+TEST_P(Select, DistinctRowOfJoins) {
+    static constexpr SelectCase kCases[] = {
+        {"SELECT P.PU_Id FROM Publishers AS P INNER JOIN Games AS G ON P.PU_Id = G.PU_Id", "1;1;1;2;3"},
+        {"SELECT DISTINCTROW P.PU_Id FROM Publishers AS P INNER JOIN Games AS G ON P.PU_Id = G.PU_Id",
+         "1;2;3"},
+        {"SELECT DISTINCTROW P.PU_Id FROM Games AS G INNER JOIN Publishers AS P ON P.PU_Id = G.PU_Id "
+         "ORDER BY P.PU_Id DESC",
+         "3;2;1"},
+        {"SELECT DISTINCTROW P.PU_Id > 0 FROM Publishers AS P INNER JOIN Games AS G ON P.PU_Id = G.PU_Id",
+         "-1;-1;-1"},
+        {"SELECT DISTINCTROW P.PU_Id, G.PU_Id FROM Publishers AS P INNER JOIN Games AS G ON P.PU_Id = "
+         "G.PU_Id",
+         "1|1;1|1;1|1;2|2;3|3"},
+        {"SELECT DISTINCTROW G.PU_Id FROM Publishers AS P RIGHT JOIN Games AS G ON P.PU_Id < G.PU_Id",
+         "1;2;3;1;1;NULL;9"},
+        {"SELECT DISTINCTROW Q.x FROM (SELECT PU_Id AS x FROM Publishers) AS Q, Games", "1;2;3;4"},
+        {"SELECT DISTINCTROW TOP 2 P.PU_Id FROM Publishers AS P, Games AS G", "1;2"},
+        {"SELECT DISTINCTROW 1 FROM Publishers AS P, Publishers AS Q WHERE P.PU_Id < 3 AND Q.PU_Id < 3",
+         "1;1;1;1"},
+    };
+    Expect(kCases);
+}
+
 TEST_P(Select, Unions) {
     static constexpr SelectCase kCases[] = {
         {"SELECT PU_Id FROM Publishers UNION SELECT PU_Id FROM Games", "NULL;1;2;3;4;9"},

@@ -1,7 +1,6 @@
 #include "platform/dao/sql/Projection.h"
 
 #include <algorithm>
-#include <unordered_set>
 
 #include "platform/dao/sql/SqlErrors.h"
 #include "platform/jet/expression/Conversion.h"
@@ -78,6 +77,7 @@ std::unique_ptr<Result> Projection::Run(RowStream& stream) {
     jet::Row values(values_.size());
     while (const jet::Row* row = stream.Next()) {
         if (having_ && !having_->IsTrue(*row)) continue;
+        if (!rowSlots_.empty() && IsRepeatedRow(*row, seen)) continue;
         for (std::size_t i = 0; i < values.size(); ++i)
             values[i] = AsOutput(values_[i], values_[i].Evaluate(*row));
         if (select_.distinct) {
@@ -104,6 +104,18 @@ PackedRows Projection::Arrange(PackedRows rows, const KeySorter& sorter, bool so
         for (std::size_t i = 0; i < order_.TopCount(rows.Size()); ++i) arranged.Append(rows.Read(i));
     }
     return arranged;
+}
+
+SourceSet Projection::SourcesOfOutputs(const Scope& scope) const {
+    SourceSet sources = 0;
+    for (const expression::Expression& value : values_) sources |= scope.SourcesOf(value.Root());
+    return sources;
+}
+
+bool Projection::IsRepeatedRow(const jet::Row& row, std::unordered_set<std::string>& seen) const {
+    std::string key;
+    for (const std::size_t slot : rowSlots_) expression::AppendSortKey(version_, row[slot], false, key);
+    return !seen.insert(std::move(key)).second;
 }
 
 void Projection::MakeDistinctKey(const jet::Row& values, std::string& key) const {

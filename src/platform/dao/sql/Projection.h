@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/dao/sql/KeySorter.h"
@@ -40,6 +41,9 @@ public:
 
     void AddOutput(const std::string& name, expression::Expression value);
     void SetHaving(expression::Expression having) { having_ = std::move(having); }
+    /// The tables that the outputs are of: their rows are given once each. `slots` has their rows' numbers.
+    void SetDistinctRows(std::vector<std::size_t> slots) { rowSlots_ = std::move(slots); }
+    SourceSet SourcesOfOutputs(const Scope& scope) const;
     /// In the order of the SELECT's ORDER BY. With DISTINCT, what is sorted by must be among the outputs:
     /// 3093 with `text` otherwise.
     void AddOrder(expression::Expression value, const std::string& text);
@@ -50,6 +54,7 @@ public:
 private:
     void LearnTypes(const jet::Row& values);
     void MakeDistinctKey(const jet::Row& values, std::string& key) const;
+    bool IsRepeatedRow(const jet::Row& row, std::unordered_set<std::string>& seen) const;
     PackedRows Arrange(PackedRows rows, const KeySorter& sorter, bool sorted) const;
 
     const Select& select_;
@@ -60,6 +65,7 @@ private:
     std::vector<expression::Expression> values_;
     std::optional<expression::Expression> having_;
     std::vector<expression::Expression> orderValues_;
+    std::vector<std::size_t> rowSlots_;
 };
 
 }  // namespace marrowkit::dao::sql

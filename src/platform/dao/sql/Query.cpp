@@ -1,6 +1,7 @@
 #include "platform/dao/sql/Query.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "platform/dao/sql/AggregateRewriting.h"
 #include "platform/dao/sql/Projection.h"
@@ -203,8 +204,20 @@ private:
         for (const OrderItem& item : select_.orderBy)
             projection.AddOrder(Bind(list_.OrderValue(item)), list_.TextOf(*item.value));
         CheckParameters();
+        if (select_.distinctRow)
+            projection.SetDistinctRows(SlotsOfRows(projection.SourcesOfOutputs(*scope_)));
         const std::unique_ptr<RowStream> stream = builder_.Build();
         return projection.Run(*stream);
+    }
+
+    /// DISTINCTROW matters only where some tables of a join show in the outputs and others do not.
+    std::vector<std::size_t> SlotsOfRows(SourceSet shown) {
+        const std::size_t count = scope_->Sources().size();
+        if (static_cast<std::size_t>(std::popcount(shown)) == count) return {};
+        std::vector<std::size_t> slots;
+        for (std::size_t i = 0; i < count; ++i)
+            if ((shown >> i & 1U) != 0) slots.push_back(scope_->UseId(i));
+        return slots;
     }
 
     std::unique_ptr<Result> RunAggregated() {

@@ -6,6 +6,13 @@
 #include "platform/jet/expression/Operators.h"
 
 namespace marrowkit::dao::sql {
+namespace {
+
+double NumberOf(jet::RowId id) {
+    return static_cast<double>(id.Stored());
+}
+
+}  // namespace
 
 bool AllTrue(const std::vector<Condition>& conditions, const jet::Row& row) {
     return std::all_of(conditions.begin(), conditions.end(),
@@ -40,10 +47,12 @@ const jet::Row* SourceStream::Next() {
             if (!scan_->Next()) return nullptr;
             for (std::size_t i = 0; i < source_.slots.size(); ++i)
                 row_[source_.slots[i]] = scan_->Values()[i];
+            if (source_.idSlot) row_[*source_.idSlot] = NumberOf(scan_->Id());
         } else {
             if (!source_.rows->Reach(nextRow_)) return nullptr;
             for (std::size_t i = 0; i < source_.slots.size(); ++i)
                 row_[source_.slots[i]] = source_.rows->Read(nextRow_, source_.columns[i]);
+            if (source_.idSlot) row_[*source_.idSlot] = static_cast<double>(nextRow_);
             ++nextRow_;
         }
         if (Passes(row_)) return &row_;
@@ -130,6 +139,7 @@ bool JoinStream::TakeFromIndex() {
     const BoundSource& source = scope_.Sources()[*plan_.lookupSource];
     while (lookup_ && lookup_->Next()) {
         for (std::size_t i = 0; i < source.slots.size(); ++i) row_[source.slots[i]] = lookup_->Values()[i];
+        if (source.idSlot) row_[*source.idSlot] = NumberOf(lookup_->Id());
         const bool equal = std::all_of(plan_.equal.begin(), plan_.equal.end(), [&](const EqualPair& pair) {
             jet::Value scratch;
             return expression::Compare(plan_.version, pair.left.Evaluate(row_),

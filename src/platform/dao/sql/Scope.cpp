@@ -96,6 +96,14 @@ expression::BoundName Scope::Use(Place place) {
     return {slot, type};
 }
 
+std::size_t Scope::UseId(std::size_t source) {
+    const std::size_t slot = slotSources_.size();
+    sources_[source].idSlot = slot;
+    slotSources_.push_back(source);
+    slotPlaces_.push_back({source, sources_[source].ColumnCount()});
+    return slot;
+}
+
 expression::NameResolver Scope::Resolver() {
     return [this](std::string_view qualifier, std::string_view name) -> std::optional<expression::BoundName> {
         const auto place = Find(qualifier, name);

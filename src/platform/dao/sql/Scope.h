@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,8 @@ struct BoundSource {
     /// Columns somebody asked for, and where their values stand in the query's row.
     std::vector<std::size_t> columns;
     std::vector<std::size_t> slots;
+    /// Where a number stands that no other row of the source has; only if somebody asked for it.
+    std::optional<std::size_t> idSlot;
 
     std::size_t ColumnCount() const;
     std::string ColumnName(std::size_t column) const;
@@ -53,6 +56,8 @@ public:
     std::optional<Place> Find(std::string_view qualifier, std::string_view name) const;
     /// The slot of a column, which from now on is read.
     expression::BoundName Use(Place place);
+    /// The slot of the numbers of a source's rows, which from now on are there.
+    std::size_t UseId(std::size_t source);
     /// For Binding::resolve; asks Find and Use.
     expression::NameResolver Resolver();
 

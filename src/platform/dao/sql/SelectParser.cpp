@@ -65,10 +65,8 @@ private:
     /// ALL, DISTINCT, DISTINCTROW and TOP n [PERCENT].
     void ParseQuantifiers(Select& select) {
         if (!tokens_->TakeKeyword("ALL")) {
-            if (tokens_->TakeKeyword("DISTINCT")) select.distinct = true;
-            // On one table every row is its own; only joins that hide a table would be thinned out.
-            else
-                tokens_->TakeKeyword("DISTINCTROW");
+            select.distinct = tokens_->TakeKeyword("DISTINCT");
+            if (!select.distinct) select.distinctRow = tokens_->TakeKeyword("DISTINCTROW");
         }
         if (!tokens_->IsKeyword("TOP")) return;
         const Token& count = tokens_->Peek(1);

@@ -43,6 +43,7 @@ struct OrderItem {
 
 struct Select {
     bool distinct = false;
+    bool distinctRow = false;
     std::optional<std::int32_t> top;
     bool topPercent = false;
     std::vector<SelectItem> items;

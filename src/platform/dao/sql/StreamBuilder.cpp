@@ -236,6 +236,7 @@ StreamBuilder::Built StreamBuilder::BuildJoin(const Place& place, std::vector<Co
         if ((place.right->sources >> i & 1U) == 0) continue;
         const auto& slots = scope_.Sources()[i].slots;
         plan.rightSlots.insert(plan.rightSlots.end(), slots.begin(), slots.end());
+        if (const auto id = scope_.Sources()[i].idSlot) plan.rightSlots.push_back(*id);
     }
     plan.left = std::move(left.stream);
     return {std::make_unique<JoinStream>(scope_, std::move(plan)), rows};
