@@ -26,22 +26,42 @@ std::string Kilobytes(std::int64_t bytes) {
     return Format0(static_cast<double>(bytes) / kBytesPerKilobyte);
 }
 
-/// Somebody wrote to the file between two looks at it, or put another in its place.
-bool HasChanged(const std::optional<HostStatus>& before, const std::optional<HostStatus>& now) {
-    return before && now &&
-           (!before->SameFileAs(*now) || before->size != now->size ||
-            before->modifiedNanoseconds != now->modifiedNanoseconds);
+dao::Database OpenExclusively(const std::string& path) {
+    return dao::DBEngine().OpenDatabase(path, dao::Sharing::Exclusive);
 }
+
+/// A file at a moment, to be recognised by.
+class Sight {
+public:
+    explicit Sight(const std::string& path) : hostPath_(HostPath(path)), status_(StatusOf(hostPath_)) {}
+
+    /// Raises 3197 when somebody has written to the file since, or put another or none in its place.
+    void RaiseWhenChanged() const {
+        const auto now = StatusOf(hostPath_);
+        const bool same = status_ && now && status_->SameFileAs(*now) && status_->size == now->size &&
+                          status_->modifiedNanoseconds == now->modifiedNanoseconds;
+        if (!same) jet::RaiseJet(jet::JetError::ChangedByOther);
+    }
+
+private:
+    std::string hostPath_;
+    std::optional<HostStatus> status_;
+};
 
 bool Compact(UserInterface& ui, const std::string& databasePath, const std::string& temporaryPath,
              CompactionDisk& disk) {
     ui.SetHourglass(true);
     ui.LetEventsRun();
+    // Nobody of ours can have it from now on: a second compaction, a writer.
+    dao::Database database = OpenExclusively(databasePath);
     const std::int32_t gamesBefore = disk.CountGames(databasePath);
     const std::int64_t bytesBefore = disk.Length(databasePath);
     disk.Delete(temporaryPath);
-    const auto copied = StatusOf(HostPath(databasePath));
+    const Sight original(databasePath);
     disk.Compact(databasePath, temporaryPath);
+    // A compaction of another database in this folder would take it for a leftover.
+    const dao::Database copyHeld = OpenExclusively(temporaryPath);
+    const Sight copy(temporaryPath);
     if (disk.CountGames(temporaryPath) != gamesBefore) {
         // The pointer stays an hourglass and the temporary file stays where it is.
         ui.ShowMessage(std::string("Compact Failed") + kBlankLine +
@@ -51,9 +71,15 @@ bool Compact(UserInterface& ui, const std::string& databasePath, const std::stri
                        MessageIcon::Information, kTitle);
         return false;
     }
-    // A change that is not in the copy would go with the old file.
-    if (HasChanged(copied, StatusOf(HostPath(databasePath)))) jet::RaiseJet(jet::JetError::ChangedByOther);
-    disk.Delete(databasePath);
+    // A change that is not in the copy would go with the old file, and so would what a program that has just
+    // come is going to write.
+    original.RaiseWhenChanged();
+    copy.RaiseWhenChanged();
+    database.RaiseWhenInUse();
+    // Let go of only when it is gone, or somebody could write to it before. On Windows it goes no earlier,
+    // and it goes at all because we have opened it in a way that lets it be deleted.
+    disk.DeleteHeld(databasePath);
+    database.Close();
     disk.Rename(temporaryPath, databasePath);
     const std::int64_t bytesAfter = disk.Length(databasePath);
     ui.SetHourglass(false);
@@ -91,6 +117,10 @@ std::int64_t CompactionDisk::Length(const std::string& file) {
 
 void CompactionDisk::Delete(const std::string& file) {
     FileTools().DeletePath(file);
+}
+
+void CompactionDisk::DeleteHeld(const std::string& file) {
+    RemoveHostTree(HostPath(file), WhenLocked::Remove);
 }
 
 void CompactionDisk::Compact(const std::string& from, const std::string& to) {

@@ -1,10 +1,14 @@
 // Compaction when something goes wrong: whatever happens, at whichever step, all games are in the database
 // file or in the temporary one.
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
+#include <functional>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <unistd.h>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
@@ -35,15 +39,13 @@ constexpr const char* kCompactFailed =
     "nothing "
     "about WHY the operation failed, because the author probably doesn't have a clue why it failed!";
 
-/// Counts the steps from 1 and does to one of them what `Trouble` says.
-class TroubledDisk : public CompactionDisk {
+/// Counts the steps from 1 and tells of each before and after it is done.
+class SteppedDisk : public CompactionDisk {
 public:
-    enum class Trouble { None, Error, CrashBefore, CrashAfter };
     static constexpr int kSteps = 8;
+    static constexpr int kCountOfCopy = 5;
     static constexpr int kDeleteOfDatabase = 6;
     static constexpr int kRename = 7;
-
-    TroubledDisk(int at, Trouble trouble) : at_(at), trouble_(trouble) {}
 
     std::int32_t CountGames(const std::string& database) override {
         return Step<std::int32_t>([&] { return CompactionDisk::CountGames(database); });
@@ -54,6 +56,9 @@ public:
     void Delete(const std::string& file) override {
         Step<int>([&] { return CompactionDisk::Delete(file), 0; });
     }
+    void DeleteHeld(const std::string& file) override {
+        Step<int>([&] { return CompactionDisk::DeleteHeld(file), 0; });
+    }
     void Compact(const std::string& from, const std::string& to) override {
         Step<int>([&] { return CompactionDisk::Compact(from, to), 0; });
     }
@@ -62,23 +67,103 @@ public:
     }
     int StepsDone() const { return step_; }
 
+protected:
+    virtual void Before(int step) = 0;
+    virtual void After(int step) = 0;
+
 private:
     template <typename T, typename Work>
     T Step(const Work& work) {
-        const bool troubled = ++step_ == at_;
-        if (troubled && trouble_ == Trouble::Error) {
+        Before(++step_);
+        T result = work();
+        After(step_);
+        return result;
+    }
+
+    int step_ = 0;
+};
+
+/// Does to one step what `Trouble` says.
+class TroubledDisk : public SteppedDisk {
+public:
+    enum class Trouble { None, Error, CrashBefore, CrashAfter };
+
+    TroubledDisk(int at, Trouble trouble) : at_(at), trouble_(trouble) {}
+
+private:
+    void Before(int step) override {
+        if (step != at_) return;
+        if (trouble_ == Trouble::Error) {
             SetLastPlatformErrorCode(EACCES);
             Raise(RuntimeErrorNumber::PermissionDenied);
         }
-        if (troubled && trouble_ == Trouble::CrashBefore) _exit(1);
-        T result = work();
-        if (troubled && trouble_ == Trouble::CrashAfter) _exit(1);
-        return result;
+        if (trouble_ == Trouble::CrashBefore) _exit(1);
+    }
+    void After(int step) override {
+        if (step == at_ && trouble_ == Trouble::CrashAfter) _exit(1);
     }
 
     int at_;
     Trouble trouble_;
-    int step_ = 0;
+};
+
+/// Something happens between two steps.
+class WatchedDisk : public SteppedDisk {
+public:
+    /// Gets the number of steps that are done.
+    explicit WatchedDisk(std::function<void(int)> between) : between_(std::move(between)) {}
+
+private:
+    void Before(int /*step*/) override {}
+    void After(int step) override { between_(step); }
+
+    std::function<void(int)> between_;
+};
+
+/// A process that does its work whenever it is asked to, and tells what came of it.
+class OtherProcess {
+public:
+    explicit OtherProcess(const std::function<std::string()>& work) {
+        int questions[2];
+        int answers[2];
+        if (pipe(questions) != 0 || pipe(answers) != 0) throw std::runtime_error("no pipes");
+        child_ = fork();
+        if (child_ == 0) {
+            close(questions[1]);
+            close(answers[0]);
+            char question = 0;
+            while (read(questions[0], &question, 1) == 1) {
+                std::string text = work();
+                text.resize(kAnswerBytes, '\0');
+                if (write(answers[1], text.data(), text.size()) < 0) break;
+            }
+            _exit(0);
+        }
+        close(questions[0]);
+        close(answers[1]);
+        ask_ = questions[1];
+        answer_ = answers[0];
+    }
+    OtherProcess(const OtherProcess&) = delete;
+    OtherProcess& operator=(const OtherProcess&) = delete;
+    ~OtherProcess() {
+        close(ask_);
+        close(answer_);
+        waitpid(child_, nullptr, 0);
+    }
+
+    std::string Work() const {
+        std::string text(kAnswerBytes, '\0');
+        if (write(ask_, "?", 1) != 1) return "gone";
+        if (read(answer_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) return "gone";
+        return text.c_str();
+    }
+
+private:
+    static constexpr std::size_t kAnswerBytes = 1000;  // a pipe takes them at once
+    pid_t child_ = 0;
+    int ask_ = -1;
+    int answer_ = -1;
 };
 
 /// The copy has a game less than the original.
@@ -114,6 +199,13 @@ protected:
     bool Compact(CompactionDisk& disk) {
         return CompactSelectedDatabase(ui_, database_.Path(), database_.Node().parentKey, disk);
     }
+    /// The last message of a compaction in the folder.
+    std::string MessageOfCompacting(const std::string& path) const {
+        test::RecordingUserInterface ui;
+        CompactSelectedDatabase(ui, path, database_.Node().parentKey);
+        return ui.messages.empty() ? "" : ui.messages.back().text;
+    }
+    std::string LastMessage() const { return ui_.messages.empty() ? "" : ui_.messages.back().text; }
     /// Runs in a process of its own, which may end at any point of it. Returns its exit code.
     template <typename Work>
     static int InAProcess(const Work& work) {
@@ -261,39 +353,125 @@ TEST_P(CompactionFaults, ADatabaseThatSomebodyHasOpenIsLeftAlone) {
     EXPECT_EQ(database_.One("SELECT COUNT(*) FROM Games"), std::to_string(kGames + 1));
 }
 
-TEST_P(CompactionFaults, WhatSomebodyWritesMeanwhileIsNotThrownAway) {
-    /// Somebody changes a game, with the database open for a moment only, while the copy is looked at.
-    class BusyDisk : public CompactionDisk {
-    public:
-        std::int32_t CountGames(const std::string& database) override {
-            const std::int32_t games = CompactionDisk::CountGames(database);
-            if (database == temporary_) {
-                dao::Database frontend = dao::DBEngine().OpenDatabase(source_);
-                frontend.Execute("UPDATE Games SET Name = \"Late\" WHERE Name = \"Game 7\"");
-                frontend.Close();
-            }
-            return games;
-        }
-        void Compact(const std::string& from, const std::string& to) override {
-            CompactionDisk::Compact(from, to);
-            source_ = from;
-            temporary_ = to;
-        }
+TEST_P(CompactionFaults, ASecondCompactionMeanwhileIsRefusedAndHarmsNothing) {
+    const OtherProcess other([this] { return MessageOfCompacting(database_.Path()); });
+    int asked = 0;
+    WatchedDisk disk([&](int done) {
+        SCOPED_TRACE(done);
+        if (done >= SteppedDisk::kRename) return;
+        ++asked;
+        const bool deleted = done >= SteppedDisk::kDeleteOfDatabase;
+        EXPECT_THAT(other.Work(),
+                    HasSubstr(deleted ? "Could not find file: " : "; file already in use. (3045,"));
+    });
+    EXPECT_TRUE(Compact(disk)) << LastMessage();
+    EXPECT_EQ(asked, SteppedDisk::kDeleteOfDatabase);
+    EXPECT_FALSE(fs::exists(Temporary()));
+    ExpectWhole(database_.HostFile());
+    EXPECT_THAT(other.Work(), StartsWith("Compacted Database from "));
+    ExpectWhole(database_.HostFile());
+}
 
-    private:
-        std::string source_;
-        std::string temporary_;
-    };
-    BusyDisk disk;
+TEST_P(CompactionFaults, ACompactionOfAnotherDatabaseInTheFolderLeavesTheTemporaryFileAlone) {
+    const fs::path second = database_.HostFile().parent_path() / "Second.mdb";
+    fs::copy_file(database_.HostFile(), second);
+    const OtherProcess other([&] { return MessageOfCompacting(database_.Node().parentKey + "Second.mdb"); });
+    int asked = 0;
+    WatchedDisk disk([&](int done) {
+        SCOPED_TRACE(done);
+        if (done < SteppedDisk::kCountOfCopy || done >= SteppedDisk::kRename) return;
+        ++asked;
+        EXPECT_THAT(other.Work(), testing::EndsWith("Permission denied (70," + std::to_string(EACCES) + ")"));
+    });
+    EXPECT_TRUE(Compact(disk)) << LastMessage();
+    EXPECT_EQ(asked, 2);
+    ExpectWhole(database_.HostFile());
+    ExpectWhole(second);
+    EXPECT_THAT(other.Work(), StartsWith("Compacted Database from "));
+    ExpectWhole(second);
+}
+
+TEST_P(CompactionFaults, NobodyCanWriteIntoTheFileThatGoes) {
+    const OtherProcess writer([this]() -> std::string {
+        try {
+            dao::Database frontend = dao::DBEngine().OpenDatabase(database_.Path());
+            frontend.Execute("INSERT INTO Games (Name) VALUES (\"Late\")");
+            return "written";
+        } catch (const RuntimeError& error) {
+            return std::to_string(error.number);
+        }
+    });
+    WatchedDisk disk([&](int done) {
+        SCOPED_TRACE(done);
+        if (done >= SteppedDisk::kRename) return;
+        EXPECT_EQ(writer.Work(), done < SteppedDisk::kDeleteOfDatabase ? "3045" : "3024");
+    });
+    EXPECT_TRUE(Compact(disk)) << LastMessage();
+    ExpectWhole(database_.HostFile());
+    EXPECT_EQ(writer.Work(), "written");
+    EXPECT_EQ(database_.One("SELECT COUNT(*) FROM Games"), std::to_string(kGames + 1));
+}
+
+TEST_P(CompactionFaults, ADatabaseThatTheFrontendOpensMeanwhileIsLeftAlone) {
+    // It knows nothing of our locks and has one of its own in the .ldb, none in the database.
+    int frontend = -1;
+    WatchedDisk disk([&](int done) {
+        if (done != SteppedDisk::kCountOfCopy) return;
+        frontend = open(database_.HostFile().replace_extension(".ldb").c_str(), O_RDWR | O_CREAT, 0666);
+        struct flock fifthUser {};
+        fifthUser.l_type = F_WRLCK;
+        fifthUser.l_start = 0x10000005;
+        fifthUser.l_len = 1;
+        EXPECT_EQ(fcntl(frontend, F_OFD_SETLK, &fifthUser), 0);
+    });
     EXPECT_FALSE(Compact(disk));
-    ASSERT_EQ(ui_.messages.size(), 1U);
-    EXPECT_THAT(ui_.messages[0].text,
+    EXPECT_EQ(disk.StepsDone(), SteppedDisk::kCountOfCopy);
+    const bool jet4 = GetParam() == jet::JetVersion::Jet4;
+    EXPECT_THAT(LastMessage(), HasSubstr(jet4 ? " (3704," : " (3356,"));
+    EXPECT_EQ(test::ReadFile(database_.HostFile()), bytes_);
+    close(frontend);
+    CompactionDisk sound;
+    EXPECT_TRUE(Compact(sound)) << LastMessage();
+}
+
+TEST_P(CompactionFaults, WhatAProgramWithoutLocksWritesMeanwhileIsNotThrownAway) {
+    const std::string late = [this] {
+        std::string bytes = bytes_;
+        const auto memo = bytes.rfind("xxx");
+        if (memo != std::string::npos) bytes[memo] = 'y';
+        return bytes;
+    }();
+    WatchedDisk disk([&](int done) {
+        if (done == SteppedDisk::kCountOfCopy) test::WriteFile(database_.HostFile(), late);
+    });
+    EXPECT_FALSE(Compact(disk));
+    EXPECT_THAT(LastMessage(),
                 testing::AllOf(HasSubstr("Unable to compact database"), HasSubstr(" (3197,0)")));
-    EXPECT_EQ(database_.One("SELECT COUNT(*) FROM Games WHERE Name = \"Late\""), "1");
+    EXPECT_TRUE(test::ReadFile(database_.HostFile()) == late);
     CompactionDisk sound;
     EXPECT_TRUE(Compact(sound));
-    EXPECT_EQ(database_.One("SELECT COUNT(*) FROM Games WHERE Name = \"Late\""), "1");
     EXPECT_FALSE(fs::exists(Temporary()));
+}
+
+TEST_P(CompactionFaults, OnlyTheCopyThatWasMadeTakesTheDatabasesPlace) {
+    const fs::path foreign = database_.HostFile().parent_path() / "foreign";
+    const std::function<void()> kMishaps[] = {
+        [&] { fs::remove(Temporary()); },
+        [&] {
+            test::WriteFile(foreign, bytes_);
+            fs::rename(foreign, Temporary());
+        },
+        [&] { test::WriteFile(Temporary(), bytes_ + bytes_); },
+    };
+    for (const auto& mishap : kMishaps) {
+        WatchedDisk disk([&](int done) {
+            if (done == SteppedDisk::kCountOfCopy) mishap();
+        });
+        EXPECT_FALSE(Compact(disk));
+        EXPECT_EQ(disk.StepsDone(), SteppedDisk::kCountOfCopy);
+        EXPECT_THAT(LastMessage(), HasSubstr(" (3197,0)"));
+        EXPECT_TRUE(test::ReadFile(database_.HostFile()) == bytes_);
+    }
 }
 
 TEST_P(CompactionFaults, TheFileStaysItsOwnersWhenAnotherCompactsIt) {
@@ -326,8 +504,7 @@ TEST_P(CompactionFaults, AFolderThatMayNotBeChangedKeepsItsDatabase) {
         std::int32_t CountGames(const std::string& database) override {
             const std::int32_t games = CompactionDisk::CountGames(database);
             if (!database.ends_with("vltemp.mdb")) return games;
-            fs::permissions(folder_, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::others_read |
-                                         fs::perms::others_exec);
+            fs::permissions(folder_, fs::perms(0555));
             constexpr uid_t kNobody = 65534;
             if (geteuid() == 0 && seteuid(kNobody) != 0) _exit(9);
             return games;
@@ -339,8 +516,7 @@ TEST_P(CompactionFaults, AFolderThatMayNotBeChangedKeepsItsDatabase) {
     EXPECT_EQ(InAProcess([&] {
                   ClosingDisk disk(folder);
                   const bool compacted = Compact(disk);
-                  const std::string end =
-                      "\r\n\r\nPath/File access error (75," + std::to_string(EACCES) + ")";
+                  const std::string end = "\r\n\r\nPermission denied (70," + std::to_string(EACCES) + ")";
                   return compacted || ui_.messages.size() != 1 || !ui_.messages[0].text.ends_with(end);
               }),
               3);

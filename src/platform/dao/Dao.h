@@ -104,6 +104,9 @@ public:
     /// `source` is a SELECT or the name of a table; type Table takes a name only (3011). Raises 3219 for a
     /// statement that returns no records.
     Recordset OpenRecordset(std::string_view source, RecordsetType type = RecordsetType::Dynaset);
+    /// Raises 3045, 3356 or 3704 when a program that does not keep to the exclusive opening, as the frontend,
+    /// has come since. REQUIRES: opened exclusively.
+    void RaiseWhenInUse() const;
     /// Closes its recordsets too. Every later use raises 3420.
     void Close();
 
@@ -116,11 +119,15 @@ private:
     std::unique_ptr<State> state_;
 };
 
+/// Exclusive: other processes can neither open the database (3045) nor have it open (3045, 3356, 3704).
+enum class Sharing { Shared, Exclusive };
+
 /// The database engine object. Raises 3044 for a path that cannot be one. Paths are the program's Windows
 /// path texts, or host paths.
 class DBEngine {
 public:
-    Database OpenDatabase(std::string_view path);
+    /// What this process opens meanwhile shares an exclusive opening.
+    Database OpenDatabase(std::string_view path, Sharing sharing = Sharing::Shared);
     void CompactDatabase(std::string_view source, std::string_view destination);
     Database CreateDatabase(std::string_view path, jet::JetVersion version = jet::JetVersion::Jet4);
 

@@ -154,6 +154,10 @@ Recordset Database::OpenRecordset(std::string_view source, RecordsetType type) {
     });
 }
 
+void Database::RaiseWhenInUse() const {
+    Open().session->Engine().GetPager().RaiseWhenInUse();
+}
+
 void Database::Close() {
     Connection& connection = Open();
     while (!connection.recordsets.empty()) (*connection.recordsets.begin())->Close();
@@ -162,11 +166,14 @@ void Database::Close() {
     connection.session.reset();
 }
 
-Database DBEngine::OpenDatabase(std::string_view path) {
+Database DBEngine::OpenDatabase(std::string_view path, Sharing sharing) {
     auto state = std::make_unique<Database::State>();
     state->connection = std::make_shared<Connection>();
     const std::string host = NeedHostPath(path);
-    state->connection->session = OnSettledState([&] { return Session::Of(jet::Database::Open(host)); });
+    jet::OpenOptions options;
+    options.exclusive = sharing == Sharing::Exclusive;
+    state->connection->session =
+        OnSettledState([&] { return Session::Of(jet::Database::Open(host, options)); });
     return Database(std::move(state));
 }
 

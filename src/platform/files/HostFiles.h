@@ -104,10 +104,13 @@ void MakeHostFolder(const std::string& hostPath);
 /// Raises 58 when the new name exists, 74 across file systems.
 void RenameHostEntry(const std::string& from, const std::string& to);
 
+enum class WhenLocked { Keep, Remove };
+
 /// Removes a file, a link (never what it leads to) or a folder with everything in it. Nothing there is fine.
 /// Raises 70 for an entry that cannot be removed, 75 for a folder. Nothing at all is gone when the folder
-/// around it may not be changed, and when somebody has a lock on it or on a file in it (70).
-void RemoveHostTree(const std::string& hostPath);
+/// around it may not be changed, and when somebody has a lock on it or on a file in it (70); the latter
+/// does not count for one who has locked it himself and says so.
+void RemoveHostTree(const std::string& hostPath, WhenLocked whenLocked = WhenLocked::Keep);
 
 /// Calls `visit` with each name in a folder, "." and ".." left out, in the file system's order, until it
 /// returns false. False when the folder cannot be read.

@@ -122,7 +122,7 @@ void RemoveFolderIn(int parent, const char* name) {
 
 }  // namespace
 
-void RemoveHostTree(const std::string& hostPath) {
+void RemoveHostTree(const std::string& hostPath, WhenLocked whenLocked) {
     struct stat info {};
     if (lstat(hostPath.c_str(), &info) != 0) {
         if (errno == ENOENT || errno == ENOTDIR) return;
@@ -134,7 +134,7 @@ void RemoveHostTree(const std::string& hostPath) {
     if (faccessat(AT_FDCWD, parentPath.c_str(), W_OK | X_OK, AT_EACCESS) != 0) {
         RaiseNotRemoved(errno, S_ISDIR(info.st_mode));
     }
-    RaiseWhenInUse(AT_FDCWD, {hostPath, S_ISDIR(info.st_mode)});
+    if (whenLocked == WhenLocked::Keep) RaiseWhenInUse(AT_FDCWD, {hostPath, S_ISDIR(info.st_mode)});
     const Descriptor parent(OpenRetrying(parentPath.c_str(), O_RDONLY | O_DIRECTORY));
     const std::size_t slash = hostPath.find_last_of('/');
     if (parent.Get() < 0) {

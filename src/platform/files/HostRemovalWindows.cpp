@@ -107,7 +107,7 @@ void RemoveEntry(const std::wstring& path, bool folder, bool link) {
 
 }  // namespace
 
-void RemoveHostTree(const std::string& hostPath) {
+void RemoveHostTree(const std::string& hostPath, WhenLocked whenLocked) {
     const std::wstring path = WidePath(hostPath);
     const DWORD attributes = GetFileAttributesW(path.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
@@ -118,7 +118,7 @@ void RemoveHostTree(const std::string& hostPath) {
     const auto entry = LinkStatusOf(hostPath);
     const bool folder = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     const bool link = entry && entry->isLink;
-    RaiseWhenInUse(path, folder, link);
+    if (whenLocked == WhenLocked::Keep) RaiseWhenInUse(path, folder, link);
     RemoveEntry(path, folder, link);
 }
 

@@ -30,6 +30,7 @@
 #include "platform/jet/compact/CompactTable.h"
 #include "platform/jet/engine/Database.h"
 #include "platform/jet/format/JetErrors.h"
+#include "platform/jet/storage/FilePager.h"
 #include "platform/jet/storage/NewFileGuard.h"
 
 namespace marrowkit::jet {
@@ -196,6 +197,7 @@ void CopyOpenFile(const CheckFile& source, Storage& storage, const std::string& 
     if (source.PageCount() <= kCatalogPage) RaiseJet(JetError::Corrupt, {source.Path()});
     auto file = storage.Open(target, OpenMode::CreateNew);
     NewFileGuard guard(storage, target);
+    file->TryLock(FilePager::kPresenceLock, 1, true);  // nobody takes it for a leftover
     CompactTarget pages(std::move(file), source.Header());
     const std::vector<CopiedTable> copied = WriteCopy(source, storage, pages, target);
     VerifyCopy(storage, source, target, copied);

@@ -56,6 +56,7 @@ public:
     int UnitDepth() const override { return static_cast<int>(undo_.Depth()); }
     void Flush() override;
     void Refresh() override;
+    void RaiseWhenInUse() override;
     /// Ends all units and writes what can be written: the file is as if it had been closed.
     void Settle() noexcept;
     std::uint64_t Generation() const override { return generation_; }

@@ -76,7 +76,7 @@ private:
 
 struct PagerOptions {
     bool readOnly = false;
-    /// Nobody else may have the file open (compaction's target, creation).
+    /// Nobody else may have the file open (compaction, creation).
     bool exclusive = false;
     std::size_t cacheBytes = std::size_t{64} << 20;
 };
@@ -159,6 +159,9 @@ public:
     /// the journal's header while others may have the file open, nothing otherwise. Throws 3046 when
     /// another process is in the middle of writing for too long.
     virtual void Refresh() = 0;
+    /// Raises what Open does (3045/3356/3704) when somebody has come who does not keep to the exclusive mode:
+    /// the frontend knows nothing of our locks. REQUIRES: opened exclusively.
+    virtual void RaiseWhenInUse() = 0;
     /// Grows whenever pages may have changed under cached knowledge of them: a rollback, another process's
     /// write. Whoever keeps something derived from pages (catalog, definitions) compares and reads again.
     virtual std::uint64_t Generation() const = 0;

@@ -53,17 +53,19 @@ void OpenFile(OpenedDatabase& opened) {
 }
 
 /// Raises who has the file open, as far as that can be told.
-[[noreturn]] void RaiseInUse(const OpenedDatabase& opened, const LockFile::User& user) {
-    const bool jet4 = opened.header.version == JetVersion::Jet4;
+[[noreturn]] void RaiseInUse(const DatabaseHeader& header, const LockFile::User& user) {
+    const bool jet4 = header.version == JetVersion::Jet4;
     RaiseJet(jet4 ? JetError::OpenedBy : JetError::OpenedExclusivelyBy, {user.name, user.machine});
 }
 
 /// Makes sure that the modes in which processes have the file open agree.
 void TakePresence(OpenedDatabase& opened) {
     LockFile::User user;
-    const bool free = opened.file->TryLock(FilePager::kPresenceLock, 1, opened.exclusive);
+    bool free = opened.file->TryLock(FilePager::kPresenceLock, 1, opened.exclusive);
     if (opened.exclusive) {
-        if (LockFile::FindUser(*opened.storage, opened.path, user)) RaiseInUse(opened, user);
+        // A file that may only be read cannot be locked against other readers; they can be noticed.
+        free = free && !opened.file->IsLockedByOther(FilePager::kPresenceLock, 1, true);
+        if (LockFile::FindUser(*opened.storage, opened.path, user)) RaiseInUse(opened.header, user);
         if (!free) RaiseJet(JetError::FileInUse, {opened.path});
         // Nobody holds it, so it was left behind.
         if (!opened.readOnly) opened.storage->Remove(LockFile::PathFor(opened.path));
@@ -153,7 +155,7 @@ std::shared_ptr<Pager> Pager::Open(Storage& storage, const std::string& path, co
     if (const auto found = registry.pagers.find(key); found != registry.pagers.end()) {
         const auto pager = found->second.lock();
         if (pager && options.exclusive && !pager->IsExclusive()) RaiseJet(JetError::FileInUse, {path});
-        if (pager && (options.readOnly || !pager->IsReadOnly())) return pager;
+        if (pager && (options.readOnly || pager->IsExclusive() || !pager->IsReadOnly())) return pager;
     }
     OpenedDatabase opened;
     opened.storage = &storage;
@@ -165,6 +167,8 @@ std::shared_ptr<Pager> Pager::Open(Storage& storage, const std::string& path, co
     opened.header = ReadHeader(opened);
     if (!opened.header.password.empty()) RaiseJet(JetError::WrongPassword);
     TakePresence(opened);
+    // Whoever had it exclusively may have put another file in its place before he let go of it.
+    if (storage.Identity(path) != key.second) RaiseJet(JetError::FileInUse, {path});
     JoinUsers(opened);
     try {
         opened.journal = std::make_unique<Journal>(storage, path);
@@ -178,6 +182,13 @@ std::shared_ptr<Pager> Pager::Open(Storage& storage, const std::string& path, co
     const auto pager = std::make_shared<FilePager>(std::move(opened));
     registry.pagers[key] = pager;
     return pager;
+}
+
+void FilePager::RaiseWhenInUse() {
+    LockFile::User user;
+    if (LockFile::FindUser(*storage_, path_, user)) RaiseInUse(header_, user);
+    constexpr std::uint64_t kAllBytes = std::uint64_t{1} << 62;
+    if (file_->IsLockedByOther(0, kAllBytes, true)) RaiseJet(JetError::FileInUse, {path_});
 }
 
 void Pager::SettleAll() noexcept {

@@ -1,6 +1,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -10,9 +11,13 @@
 #include <unistd.h>
 
 #include <sys/wait.h>
+
+#include "support/OrdinaryUser.h"
 #endif
 
+#include "fault/MemoryStorage.h"
 #include "platform/jet/storage/Expect.h"
+#include "platform/jet/storage/FilePager.h"
 #include "platform/jet/storage/LockFile.h"
 #include "platform/jet/storage/StructureCheck.h"
 #include "platform/jet/storage/TestDatabase.h"
@@ -201,6 +206,58 @@ TEST_F(SharingTest, ModesThatExcludeEachOther) {
     }
     EXPECT_TRUE(Pager::Open(two, kPath, exclusive));
 }
+
+TEST_F(SharingTest, AnExclusiveUserNoticesAFrontendThatCameLater) {
+    const auto pager = Pager::Open(one, kPath, exclusive);
+    EXPECT_NO_THROW(pager->RaiseWhenInUse());
+    {
+        constexpr std::uint64_t kSecondUser = 0x10000002;
+        const auto frontend = two.Open("Test.ldb", OpenMode::CreateNew);
+        frontend->TryLock(kSecondUser, 1, true);
+        ExpectError(3704, [&] { pager->RaiseWhenInUse(); });
+    }
+    EXPECT_NO_THROW(pager->RaiseWhenInUse());
+    const auto database = two.Open(kPath, OpenMode::ReadWrite);
+    database->TryLock(0, 1, false);
+    ExpectError(3045, [&] { pager->RaiseWhenInUse(); });
+}
+
+TEST_F(SharingTest, AFileThatIsReplacedWhileItIsOpenedIsNotTheOne) {
+    /// A compaction puts its copy in the file's place between a look at the name and the locks.
+    class SlowStorage : public marrowkit::test::MemoryStorage {
+    public:
+        std::string Identity(const std::string& /*path*/) override { return std::to_string(++files_); }
+
+    private:
+        int files_ = 0;
+    };
+    SlowStorage slow;
+    slow.Put(kPath, disk->names.at(kPath)->now);
+    for (const PagerOptions& options : {PagerOptions{}, exclusive, readOnly}) {
+        ExpectError(3045, [&] { Pager::Open(slow, kPath, options); });
+    }
+    EXPECT_FALSE(slow.Exists("Test.ldb"));
+}
+
+#ifndef _WIN32
+TEST(ExclusiveUse, OfAFileThatMayOnlyBeReadIsOneProcessesAtATime) {
+    const marrowkit::test::TemporaryFolder folder;
+    const std::string path = (folder / "Test.mdb").string();
+    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    std::filesystem::permissions(path, std::filesystem::perms(0444));
+    const marrowkit::test::OrdinaryUser user(folder.Path());
+    const PagerOptions exclusive{false, true};
+    auto pager = Pager::Open(HostStorage(), path, exclusive);
+    EXPECT_TRUE(pager->IsReadOnly());
+    EXPECT_EQ(Pager::Open(HostStorage(), path), pager) << "what this process opens shares it";
+    // Another look at the same disk stands for another process.
+    const auto disk = HostStorage().Open(path, OpenMode::ReadOnly);
+    EXPECT_TRUE(disk->IsLockedByOther(FilePager::kPresenceLock, 1, true));
+    disk->TryLock(FilePager::kPresenceLock, 1, true);
+    pager.reset();
+    ExpectError(3045, [&] { Pager::Open(HostStorage(), path, exclusive); });
+}
+#endif
 
 TEST_F(SharingTest, AJet3DatabaseThatOthersUseSaysSoInItsOwnWords) {
     FaultStorage fresh;
