@@ -130,12 +130,12 @@ void FilePager::RequireUnchanged() {
     RaiseJet(JetError::ChangedByOther);
 }
 
-/// A stranger may have come after our units were let in, since it knows nothing of the write lock. What it
-/// has written meanwhile is not in our pages: they stay unwritten then, and whoever waits for them hears of
-/// it. REQUIRES: nothing was written since the last flush.
+/// A stranger may have come after our units were let in, since it knows nothing of the write lock, and may
+/// have left again. What it has written meanwhile is not in our pages: they stay unwritten then, and whoever
+/// waits for them hears of it. REQUIRES: nothing was written since the last flush.
 void FilePager::RequireNoForeignWrites() {
     if (exclusive_ || !lockFile_ || file_->ChangeMark() == seenMark_) return;
-    if (lockFile_->AreStrangersPresent()) RaiseJet(JetError::FileInUse, {path_});
+    RaiseJet(JetError::FileInUse, {path_});
 }
 
 /// REQUIRES: no page is dirty.

@@ -343,6 +343,25 @@ TEST_F(SharingTest, UnitsCommittedBeforeAStrangerCameAreWritten) {
     ExpectError(3045, [&] { Put(*pager, 6); });
 }
 
+TEST_F(SharingTest, WhatAStrangerWroteBeforeItLeftIsNotWrittenOver) {
+    const ::marrowkit::test::TemporaryFolder folder;
+    const std::string path = (folder / "Test.mdb").string();
+    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    const std::uint8_t value = 7;
+    {
+        const auto pager = Pager::Open(HostStorage(), path);
+        Put(*pager, 1);
+        {
+            const auto stranger = HostStorage().Open(path, OpenMode::ReadWrite);
+            const std::uint64_t before = stranger->ChangeMark();
+            while (stranger->ChangeMark() == before) stranger->Write(2 * 4096 + 600, std::span(&value, 1));
+        }
+        ExpectError(3045, [&] { pager->Flush(); });
+        ExpectError(3045, [&] { pager->Flush(); });
+    }
+    EXPECT_EQ(ValueIn(*Pager::Open(HostStorage(), path)), value);
+}
+
 #ifndef _WIN32  // there is no fork()
 
 TEST_F(SharingTest, WhatAStrangerHasWrittenIsNotWrittenOver) {
