@@ -289,6 +289,11 @@ private:
             });
         }
 
+        bool IsAt(const std::string& path) override {
+            const auto found = disk_->names.find(path);
+            return found != disk_->names.end() && found->second == file_;
+        }
+
     private:
         void Require() const {
             if (disk_->isOff || boot_ != disk_->boot) throw RuntimeError(3043, "The power is off.");

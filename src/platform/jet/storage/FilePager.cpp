@@ -48,12 +48,10 @@ FilePager::~FilePager() {
 
     try {
         if (readOnly_) return;
-        // Nobody may come in between looking whether we are the last and removing what only users need.
-        for (int attempt = 0; attempt < 100 && !file_->TryLock(kGateLock, 1, true); ++attempt) {
-        }
+        const bool nobodyComes = exclusive_ || Enter(Gate::Going, *file_);
         const bool alone = exclusive_ || !file_->IsLockedByOther(kPresenceLock, 1, true);
-        if (lockFile_) lockFile_->Leave();
-        if (alone) journal_->Remove();
+        if (lockFile_) lockFile_->Leave(nobodyComes);
+        if (nobodyComes && alone) journal_->Remove();
     } catch (const std::exception&) {
         return;  // left-over companions are harmless
     }

@@ -63,9 +63,15 @@ public:
     std::uint64_t LayoutEpoch() const override { return generation_ + releases_; }
 
     /// Locks beside the file's own pages, for opening databases: whether somebody has it open in shared or
-    /// exclusive mode, and the turn of those who are just coming or going. Far behind the largest database.
+    /// exclusive mode, and the gate. Far behind the largest database.
     static constexpr std::uint64_t kPresenceLock = std::uint64_t{1} << 32;
     static constexpr std::uint64_t kGateLock = kPresenceLock + 1;
+    /// Whoever comes holds the gate's lock together with others until it is known as a user. Whoever goes
+    /// holds it alone, from before it looks whether anyone else is there until it has removed what only users
+    /// need and has closed the file; so nobody joins with files that are being removed. False when others
+    /// keep the lock for too long.
+    enum class Gate { Coming, Going };
+    static bool Enter(Gate gate, StorageFile& database);
 
 private:
     using Clock = std::chrono::steady_clock;

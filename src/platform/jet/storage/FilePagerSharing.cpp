@@ -35,8 +35,20 @@ constexpr auto kLongestHoldAlone = seconds(2);
 /// How often a busy holder looks whether anyone waits.
 constexpr auto kAskForWaiters = milliseconds(1);
 constexpr auto kPause = microseconds(500);
+/// How long those who come may keep one who goes. What it leaves lying then is harmless.
+constexpr auto kLongestFarewell = milliseconds(500);
 
 }  // namespace
+
+bool FilePager::Enter(Gate gate, StorageFile& database) {
+    const bool alone = gate == Gate::Going;
+    const auto start = Clock::now();
+    while (!database.TryLock(kGateLock, 1, alone)) {
+        if (Clock::now() - start > (alone ? kLongestFarewell : kLongestWait)) return false;
+        std::this_thread::sleep_for(kPause);
+    }
+    return true;
+}
 
 void FilePager::AcquireWrite() {
     if (exclusive_ || readOnly_ || holdsWriteLock_) return;

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <string_view>
+#include <thread>
 
 #ifndef _WIN32
 #include <unistd.h>
@@ -17,6 +19,8 @@ namespace marrowkit::jet {
 namespace {
 
 constexpr unsigned kMostUsers = 255;
+/// Times that a file may be gone again, or be there after all, before that is taken for its nature.
+constexpr int kMostAttempts = 20;
 constexpr std::size_t kEntryBytes = 64;
 constexpr std::size_t kNameBytes = 32;
 
@@ -68,18 +72,33 @@ std::string LockFile::PathFor(const std::string& databasePath) {
     return (hasEnding ? databasePath.substr(0, dot) : databasePath) + ".ldb";
 }
 
+std::unique_ptr<StorageFile> LockFile::OpenOrCreate() {
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return storage_->Open(path_, OpenMode::ReadWrite);
+        } catch (const RuntimeError& error) {
+            if (error.number != static_cast<int>(JetError::FileNotFound)) throw;
+        }
+        try {
+            return storage_->Open(path_, OpenMode::CreateNew);
+        } catch (const RuntimeError& error) {
+            const bool anotherWasFirst = error.number == static_cast<int>(JetError::DatabaseExists);
+            if (!anotherWasFirst || attempt == kMostAttempts) throw;
+        }
+    }
+}
+
 void LockFile::Join() {
     std::unique_ptr<StorageFile> file;
-    try {
-        file = storage_->Open(path_, OpenMode::ReadWrite);
-    } catch (const RuntimeError& error) {
-        if (error.number != static_cast<int>(JetError::FileNotFound)) throw;
-        file = storage_->Open(path_, OpenMode::CreateNew);
+    for (int attempt = 1; attempt <= kMostAttempts; ++attempt) {
+        file = OpenOrCreate();
+        user_ = 1;
+        while (user_ <= kMostUsers && !file->TryLock(kUserLocks + user_, 1, true)) ++user_;
+        if (user_ > kMostUsers) RaiseJet(JetError::LockFailed);
+        file->TryLock(kOurUsers + user_, 1, true);
+        // Jet's last user deletes the file without waiting for those who are just coming.
+        if (file->IsAt(path_)) break;
     }
-    user_ = 1;
-    while (user_ <= kMostUsers && !file->TryLock(kUserLocks + user_, 1, true)) ++user_;
-    if (user_ > kMostUsers) RaiseJet(JetError::LockFailed);
-    file->TryLock(kOurUsers + user_, 1, true);
 
     std::array<std::uint8_t, kEntryBytes> entry;
     entry.fill(' ');
@@ -89,11 +108,11 @@ void LockFile::Join() {
     file_ = std::move(file);
 }
 
-void LockFile::Leave() noexcept {
+void LockFile::Leave(bool mayRemove) noexcept {
     if (!file_) return;
     try {
         file_->Unlock(kUserLocks + user_, 1);
-        const bool last = !file_->IsLockedByOther(kUserLocks + 1, kMostUsers, true);
+        const bool last = mayRemove && IsAlone();
         file_.reset();
         if (last) storage_->Remove(path_);
     } catch (const RuntimeError&) {
@@ -150,10 +169,21 @@ bool LockFile::AreStrangersPresent() const {
     if (file_->IsLockedByOther(kJetLocksStart, kJetLocksEnd - kJetLocksStart, true)) return true;
     if (IsAlone()) return false;
     for (unsigned number = 1; number <= kMostUsers; ++number) {
-        if (number == user_ || !file_->IsLockedByOther(kUserLocks + number, 1, true)) continue;
-        if (!file_->IsLockedByOther(kOurUsers + number, 1, true)) return true;
+        if (number != user_ && IsStranger(number)) return true;
     }
     return false;
+}
+
+/// One of ours takes its number first and its mark then, so who has no mark yet is looked at again.
+bool LockFile::IsStranger(unsigned number) const {
+    constexpr int kLooks = 10;
+    constexpr std::chrono::milliseconds kPause{1};
+    for (int look = 1;; ++look) {
+        if (!file_->IsLockedByOther(kUserLocks + number, 1, true)) return false;
+        if (file_->IsLockedByOther(kOurUsers + number, 1, true)) return false;
+        if (look == kLooks) return true;
+        std::this_thread::sleep_for(kPause);
+    }
 }
 
 }  // namespace marrowkit::jet

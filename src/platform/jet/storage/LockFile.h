@@ -18,10 +18,12 @@ public:
     static std::string PathFor(const std::string& databasePath);
 
     /// Takes the first free user number and writes its entry; creates the file when there is none. Throws
-    /// what creating a file throws, 3050 when all 255 numbers are taken.
+    /// what creating a file throws, 3050 when all 255 numbers are taken. REQUIRES: nobody is in
+    /// Leave(true) meanwhile.
     void Join();
-    /// Gives the number up; deletes the file when no other user is left.
-    void Leave() noexcept;
+    /// Gives the number up. `mayRemove`: nobody can be joining now, so the file is deleted when no other user
+    /// is left.
+    void Leave(bool mayRemove) noexcept;
     bool HasJoined() const { return file_ != nullptr; }
 
     /// A live user of the file as its entry names him.
@@ -47,6 +49,9 @@ public:
     bool AreStrangersPresent() const;
 
 private:
+    std::unique_ptr<StorageFile> OpenOrCreate();
+    bool IsStranger(unsigned number) const;
+
     Storage* storage_;
     std::string path_;
     std::unique_ptr<StorageFile> file_;

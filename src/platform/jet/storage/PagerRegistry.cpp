@@ -77,8 +77,8 @@ void TakePresence(OpenedDatabase& opened) {
 /// Comes in as one of several users. A folder that cannot be written to makes the database read-only.
 void JoinUsers(OpenedDatabase& opened) {
     if (opened.exclusive || opened.readOnly) return;
-    for (int attempt = 0; attempt < 2000 && !opened.file->TryLock(FilePager::kGateLock, 1, true); ++attempt) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (!FilePager::Enter(FilePager::Gate::Coming, *opened.file)) {
+        RaiseJet(JetError::FileInUse, {opened.path});
     }
     opened.lockFile = std::make_unique<LockFile>(*opened.storage, opened.path);
     try {
@@ -93,16 +93,33 @@ void JoinUsers(OpenedDatabase& opened) {
     opened.file->Unlock(FilePager::kGateLock, 1);
 }
 
-/// Goes again, when the file cannot be opened after all. Raises nothing: what made that so is what counts.
+/// Goes again; the file has to be closed next. Raises nothing: what made it go is what counts.
 void LeaveUsers(OpenedDatabase& opened) noexcept {
     if (!opened.lockFile) return;
     try {
-        const bool gate = opened.file->TryLock(FilePager::kGateLock, 1, true);
-        opened.lockFile->Leave();
-        if (gate) opened.file->Unlock(FilePager::kGateLock, 1);
+        opened.lockFile->Leave(FilePager::Enter(FilePager::Gate::Going, *opened.file));
     } catch (const RuntimeError&) {
         return;  // a lock file that stays behind is harmless
     }
+}
+
+/// Comes in as a user just for recovering the file: who opened it for reading cannot.
+void RecoverAsWriter(const OpenedDatabase& opened) {
+    OpenedDatabase writer;
+    writer.storage = opened.storage;
+    writer.path = opened.path;
+    writer.header = opened.header;
+    OpenFile(writer);
+    if (writer.readOnly) RaiseJet(JetError::CannotOpen, {opened.path});
+    JoinUsers(writer);
+    if (!writer.lockFile) RaiseJet(JetError::CannotOpen, {opened.path});
+    try {
+        if (writer.lockFile->TryLockWrite()) Journal(*opened.storage, opened.path).Recover(*writer.file);
+    } catch (const std::exception&) {
+        LeaveUsers(writer);
+        throw;
+    }
+    LeaveUsers(writer);
 }
 
 /// Undoes what a process that died left half-written.
@@ -111,16 +128,7 @@ void RecoverIfNeeded(OpenedDatabase& opened) {
     for (const auto start = Clock::now(); opened.journal->NeedsRecovery();) {
         if (opened.readOnly) {
             // Only a process that may write can bring the file into order.
-            OpenedDatabase writer;
-            writer.storage = opened.storage;
-            writer.path = opened.path;
-            writer.header = opened.header;
-            OpenFile(writer);
-            if (writer.readOnly) RaiseJet(JetError::CannotOpen, {opened.path});
-            JoinUsers(writer);
-            if (!writer.lockFile) RaiseJet(JetError::CannotOpen, {opened.path});
-            if (writer.lockFile->TryLockWrite()) Journal(*opened.storage, opened.path).Recover(*writer.file);
-            writer.lockFile->Leave();
+            RecoverAsWriter(opened);
         } else if (!opened.lockFile || opened.lockFile->TryLockWrite()) {
             opened.journal->Recover(*opened.file);
             if (opened.lockFile) opened.lockFile->UnlockWrite();

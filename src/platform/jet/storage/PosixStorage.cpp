@@ -163,6 +163,13 @@ public:
         return lock.l_type != F_UNLCK;
     }
 
+    bool IsAt(const std::string& path) override {
+        struct stat own {};
+        struct stat found {};
+        return ::fstat(descriptor_, &own) == 0 && ::stat(path.c_str(), &found) == 0 &&
+               own.st_dev == found.st_dev && own.st_ino == found.st_ino;
+    }
+
 private:
     // Locks of the open file description: they meet the classic ones that Wine takes for its programs, but
     // are not lost when some other descriptor of the same file is closed.

@@ -30,6 +30,8 @@ public:
     virtual void Unlock(std::uint64_t offset, std::uint64_t count) = 0;
     /// True when someone else's lock would make TryLock fail; takes nothing.
     virtual bool IsLockedByOther(std::uint64_t offset, std::uint64_t count, bool exclusive) = 0;
+    /// Whether the path leads to this very file: not when it was removed or replaced since.
+    virtual bool IsAt(const std::string& /*path*/) { return true; }
     /// Differs after a write by anyone, this process included, as finely as the host's clock tells times of
     /// files apart. Where that is not known it is always the same.
     virtual std::uint64_t ChangeMark() { return 0; }

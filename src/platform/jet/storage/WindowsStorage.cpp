@@ -81,6 +81,21 @@ struct LockedRange {
     bool exclusive;
 };
 
+/// The same text for all handles of one file; empty when the system tells nothing.
+std::string IdentityOf(HANDLE file) {
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (GetFileInformationByHandle(file, &info) == 0) return {};
+    return std::to_string(info.dwVolumeSerialNumber) + ':' + std::to_string(info.nFileIndexHigh) + ':' +
+           std::to_string(info.nFileIndexLow);
+}
+
+/// Empty when there is no such file.
+std::string IdentityAt(const std::string& path) {
+    const windows::Handle file(CreateFileW(WidePath(path).c_str(), FILE_READ_ATTRIBUTES, kShareAll, nullptr,
+                                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return file.IsOpen() ? IdentityOf(file.Get()) : std::string();
+}
+
 class WindowsFile final : public StorageFile {
 public:
     explicit WindowsFile(HANDLE file) : file_(file) {}
@@ -181,6 +196,8 @@ public:
         return offset < end && IsTaken({offset, end, exclusive});
     }
 
+    bool IsAt(const std::string& path) override { return IdentityOf(file_.Get()) == IdentityAt(path); }
+
 private:
     static DWORD InOneCall(std::size_t bytes) {
         constexpr std::size_t kMostBytes = std::size_t{1} << 30;  // a call counts in 32 bits
@@ -251,12 +268,8 @@ public:
     void SyncFolderOf(const std::string&) override {}
 
     std::string Identity(const std::string& path) override {
-        const windows::Handle file(CreateFileW(WidePath(path).c_str(), FILE_READ_ATTRIBUTES, kShareAll,
-                                               nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-        BY_HANDLE_FILE_INFORMATION info{};
-        if (!file.IsOpen() || GetFileInformationByHandle(file.Get(), &info) == 0) return path;
-        return std::to_string(info.dwVolumeSerialNumber) + ':' + std::to_string(info.nFileIndexHigh) + ':' +
-               std::to_string(info.nFileIndexLow);
+        const std::string identity = IdentityAt(path);
+        return identity.empty() ? path : identity;
     }
 };
 

@@ -287,6 +287,62 @@ TEST_F(SharingTest, AFileThatCannotBeOpenedKeepsNoLockFileBesideIt) {
     }
 }
 
+TEST_F(SharingTest, WhoeverLeavesKeepsTheLockFileForThoseWhoAreJoining) {
+    auto leaving = Pager::Open(one, kPath);
+    const auto joining = two.Open(kPath, OpenMode::ReadWrite);
+    ASSERT_TRUE(joining->TryLock(FilePager::kPresenceLock, 1, false));
+    ASSERT_TRUE(FilePager::Enter(FilePager::Gate::Coming, *joining));
+    const auto lockFile = two.Open("Test.ldb", OpenMode::ReadWrite);  // and about to take a number
+    leaving.reset();
+    EXPECT_TRUE(lockFile->IsAt("Test.ldb"));
+    joining->Unlock(FilePager::kGateLock, 1);
+    Pager::Open(three, kPath).reset();
+    EXPECT_FALSE(two.Exists("Test.ldb"));
+}
+
+TEST_F(SharingTest, ThoseWhoComeShareTheGateAndWhoGoesHasItAlone) {
+    const auto first = one.Open(kPath, OpenMode::ReadWrite);
+    const auto second = two.Open(kPath, OpenMode::ReadWrite);
+    EXPECT_TRUE(FilePager::Enter(FilePager::Gate::Coming, *first));
+    EXPECT_TRUE(FilePager::Enter(FilePager::Gate::Coming, *second));
+    second->Unlock(FilePager::kGateLock, 1);
+    EXPECT_FALSE(FilePager::Enter(FilePager::Gate::Going, *second));
+    first->Unlock(FilePager::kGateLock, 1);
+    EXPECT_TRUE(FilePager::Enter(FilePager::Gate::Going, *second));
+    EXPECT_FALSE(first->TryLock(FilePager::kGateLock, 1, false));
+}
+
+/// The disk of someone whose lock file is removed, a few times, right after he has opened it.
+class UnluckyStorage final : public Storage {
+public:
+    UnluckyStorage(FaultStorage& storage, int removals) : storage_(storage), removals_(removals) {}
+    std::unique_ptr<StorageFile> Open(const std::string& path, OpenMode mode) override {
+        auto file = storage_.Open(path, mode);
+        if (removals_-- > 0) storage_.Remove(path);
+        return file;
+    }
+    bool Exists(const std::string& path) override { return storage_.Exists(path); }
+    void Remove(const std::string& path) override { storage_.Remove(path); }
+    void Rename(const std::string& from, const std::string& to) override { storage_.Rename(from, to); }
+    void SyncFolderOf(const std::string& path) override { storage_.SyncFolderOf(path); }
+    std::string Identity(const std::string& path) override { return storage_.Identity(path); }
+
+private:
+    FaultStorage& storage_;
+    int removals_;
+};
+
+TEST_F(SharingTest, AUserIsThereForOthersToSeeEvenIfTheLockFileVanishedAsHeJoined) {
+    UnluckyStorage unlucky(two, 3);
+    LockFile joined(unlucky, kPath);
+    joined.Join();
+    EXPECT_TRUE(two.Exists("Test.ldb"));
+    LockFile::User user;
+    EXPECT_TRUE(LockFile::FindUser(one, kPath, user));
+    joined.Leave(true);
+    EXPECT_FALSE(two.Exists("Test.ldb"));
+}
+
 /// A program that knows Jet's locks but not ours.
 class Stranger {
 public:
