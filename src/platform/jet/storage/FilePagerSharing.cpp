@@ -56,9 +56,9 @@ void FilePager::AcquireWrite() {
     holdsWriteLock_ = true;
     lockedSince_ = askedForWaiters_ = Clock::now();
     try {
+        strangersPresent_ = lockFile_->AreStrangersPresent();
         RecoverIfNeeded();
         NoticeChanges(journal_->Peek(false));
-        strangersPresent_ = lockFile_->AreStrangersPresent();
     } catch (...) {
         ReleaseWrite();
         throw;
@@ -113,9 +113,11 @@ bool FilePager::IsFlushDue() {
     return lockFile_->DoOthersWait() || (held > kLongestHold && !lockFile_->IsAlone());
 }
 
-/// REQUIRES: the write lock. Another process died while it wrote: what it was doing is undone.
+/// REQUIRES: the write lock, and strangersPresent_ is up to date. Another process died while it wrote: what
+/// it was doing is undone. Under a stranger's feet it cannot be, and half of it must not be read either.
 void FilePager::RecoverIfNeeded() {
     if (!journal_->NeedsRecovery()) return;
+    if (strangersPresent_) RaiseJet(JetError::FileInUse, {path_});
     journal_->Recover(*file_);
     DropCleanPages();
 }
@@ -169,7 +171,13 @@ void FilePager::Refresh() {
         if (lockFile_ && lockFile_->TryLockWrite()) {
             // Nobody is writing any more: the writer is done, or it died.
             holdsWriteLock_ = true;
-            RecoverIfNeeded();
+            try {
+                strangersPresent_ = lockFile_->AreStrangersPresent();
+                RecoverIfNeeded();
+            } catch (...) {
+                ReleaseWrite();
+                throw;
+            }
             ReleaseWrite();
         } else if (Clock::now() - start > kLongestWait) {
             RaiseJet(JetError::SaveLocked);

@@ -104,9 +104,9 @@ struct PagerOptions {
 /// **Sharing.** Opening the same file twice in one process gives the same pager (see Open). Other processes
 /// are noticed through the .ldb file; a unit takes the file's write lock, looks whether the file changed
 /// since, and drops stale pages. An open file that a stranger to this scheme uses as well is read, not
-/// written (3045); units committed before the stranger came are flushed unless it has written since. Reading
-/// outside of a unit raises 3197 when another process's flush got in between pages that must go together; the
-/// operation can be repeated at once.
+/// written (3045), and not even read when an interrupted flush has to be undone first; units committed before
+/// the stranger came are flushed unless it has written since. Reading outside of a unit raises 3197 when
+/// another process's flush got in between pages that must go together; the operation can be repeated at once.
 ///
 /// Not for use by several threads at once.
 ///

@@ -103,6 +103,16 @@ void LeaveUsers(OpenedDatabase& opened) noexcept {
     }
 }
 
+/// REQUIRES: nobody of ours can be writing. A file that a stranger uses as well must not be changed, and what
+/// an interrupted flush made of it must not be read.
+void Recover(const OpenedDatabase& opened, Journal& journal) {
+    if (!journal.NeedsRecovery()) return;  // the writer was only slow
+    if (opened.lockFile && opened.lockFile->AreStrangersPresent()) {
+        RaiseJet(JetError::FileInUse, {opened.path});
+    }
+    journal.Recover(*opened.file);
+}
+
 /// Comes in as a user just for recovering the file: who opened it for reading cannot.
 void RecoverAsWriter(const OpenedDatabase& opened) {
     OpenedDatabase writer;
@@ -114,7 +124,7 @@ void RecoverAsWriter(const OpenedDatabase& opened) {
     JoinUsers(writer);
     if (!writer.lockFile) RaiseJet(JetError::CannotOpen, {opened.path});
     try {
-        if (writer.lockFile->TryLockWrite()) Journal(*opened.storage, opened.path).Recover(*writer.file);
+        if (writer.lockFile->TryLockWrite()) Recover(writer, *opened.journal);
     } catch (const std::exception&) {
         LeaveUsers(writer);
         throw;
@@ -130,7 +140,7 @@ void RecoverIfNeeded(OpenedDatabase& opened) {
             // Only a process that may write can bring the file into order.
             RecoverAsWriter(opened);
         } else if (!opened.lockFile || opened.lockFile->TryLockWrite()) {
-            opened.journal->Recover(*opened.file);
+            Recover(opened, *opened.journal);
             if (opened.lockFile) opened.lockFile->UnlockWrite();
         }
         if (!opened.journal->NeedsRecovery()) return;

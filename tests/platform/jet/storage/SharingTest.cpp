@@ -418,6 +418,39 @@ TEST_F(SharingTest, WhatAStrangerWroteBeforeItLeftIsNotWrittenOver) {
     EXPECT_EQ(ValueIn(*Pager::Open(HostStorage(), path)), value);
 }
 
+/// Leaves the file as a process does that dies within a flush, its pages half written.
+void InterruptAFlush(FaultDisk& disk, FaultStorage& storage) {
+    {
+        const auto pager = Pager::Open(storage, kPath);
+        Unit unit(*pager);
+        for (const PageNumber page : {PageNumber{2}, PageNumber{4}}) {
+            pager->Edit(page).Mutable().PutU8(600, 9);
+        }
+        unit.Commit();
+        // Creating the journal, its header, the records, two syncs, and the first of two pages.
+        disk.powerOffAt = disk.operations + 7;
+    }
+    disk.Reboot(Survival::Everything, 1);
+}
+
+TEST_F(SharingTest, AnInterruptedFlushIsNotUndoneUnderAStrangersFeet) {
+    InterruptAFlush(*disk, one);
+    const auto torn = disk->names.at(kPath)->now;
+    ASSERT_EQ(torn[2 * 4096 + 600], 9);
+    ASSERT_EQ(torn[4 * 4096 + 600], 0);
+    auto stranger = std::make_unique<Stranger>(two);
+    stranger->Hold(0x10000005);
+    for (const bool asReader : {false, true}) {
+        ExpectError(3045, [&] { Pager::Open(three, kPath, asReader ? readOnly : PagerOptions{}); });
+    }
+    EXPECT_EQ(disk->names.at(kPath)->now, torn);
+    EXPECT_TRUE(Journal(three, kPath).NeedsRecovery());
+    stranger.reset();
+    EXPECT_EQ(ValueIn(*Pager::Open(three, kPath, readOnly)), 0);
+    EXPECT_FALSE(Journal(three, kPath).NeedsRecovery());
+    EXPECT_FALSE(one.Exists("Test.ldb"));
+}
+
 #ifndef _WIN32  // there is no fork()
 
 TEST_F(SharingTest, WhatAStrangerHasWrittenIsNotWrittenOver) {
