@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <new>
+#include <thread>
 
 #include "platform/jet/check/CheckCatalog.h"
 #include "platform/jet/check/CheckOpenFile.h"
 #include "platform/jet/format/JetErrors.h"
+#include "platform/jet/storage/Journal.h"
 
 namespace marrowkit::jet {
 
@@ -104,6 +107,19 @@ void Guard(CheckReport& report, const char* where, const Step& step) {
     }
 }
 
+/// Whether half of a change is in the file because whoever made it was interrupted. Somebody who is just
+/// making one gets a moment to finish.
+bool IsChangeInterrupted(Storage& storage, const std::string& path) {
+    constexpr int kLooks = 50;
+    constexpr std::chrono::milliseconds kPause{10};
+    Journal journal(storage, path);
+    for (int look = 0; look < kLooks; ++look) {
+        if (!journal.NeedsRecovery()) return false;
+        std::this_thread::sleep_for(kPause);
+    }
+    return true;
+}
+
 }  // namespace
 
 void CheckOpenFile(const CheckFile& file, CheckReport& report, RowObserver* observer) {
@@ -141,6 +157,13 @@ std::vector<Problem> Check(const std::string& path, std::size_t maxProblems, Sto
     }
     if (!file->Header().password.empty()) {
         report.Add(0, {}, JetErrorText(JetError::WrongPassword));
+        return report.Problems();
+    }
+    if (check::IsChangeInterrupted(host, path)) {
+        report.Add(
+            0, {},
+            "a change was interrupted and has to be taken back before the file can be checked; opening "
+            "the database once, for instance with \"marrowkit-cli tables\", does that");
         return report.Problems();
     }
     check::CheckOpenFile(*file, report);

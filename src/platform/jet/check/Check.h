@@ -19,7 +19,8 @@ struct Problem {
 
 /// Walks a whole file and reports everything that is wrong with it, from the header over the use of every
 /// page to rows without index entries, index entries without rows and broken relationships. Opens the file
-/// read-only and never throws on damage. `maxProblems` bounds the answer.
+/// read-only and never throws on damage. `maxProblems` bounds the answer. A file that the next opening will
+/// put back to what it was before an interrupted change is not walked: that is the one problem then.
 std::vector<Problem> Check(const std::string& path, std::size_t maxProblems = 1000,
                            Storage* storage = nullptr);
 

@@ -13,6 +13,8 @@
 #include "platform/jet/check/CheckOpenFile.h"
 #include "platform/jet/check/CheckTestDatabase.h"
 #include "platform/jet/engine/Database.h"
+#include "platform/jet/storage/Pager.h"
+#include "support/FaultStorage.h"
 #include "support/TableDesigns.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestData.h"
@@ -605,6 +607,33 @@ TEST(CheckTest, WhatIsNoDatabaseIsAFindingWithItsErrorsText) {
     ASSERT_EQ(problems.size(), 1U);
     EXPECT_THAT(problems[0].ToText(), HasSubstr("Unrecognized database format"));
     EXPECT_THAT(problems[0].ToText(), HasSubstr("C:\\notes.txt"));
+}
+
+TEST(CheckTest, AnInterruptedChangeIsNoDamage) {
+    const std::string path = "Interrupted.mdb";
+    const auto disk = std::make_shared<jet::test::FaultDisk>();
+    jet::test::FaultStorage storage(disk);
+    storage.Open(path, jet::OpenMode::CreateNew)->Write(0, Pristine(JetVersion::Jet4));
+    {
+        const auto pager = jet::Pager::Open(storage, path);
+        jet::Unit unit(*pager);
+        for (const PageNumber page : {PageNumber{2}, PageNumber{4}})
+            pager->Edit(page).Mutable().Fill(0, 16, 0xFF);
+        unit.Commit();
+        // Creating the journal, its header, the records, two syncs, and the first of two pages.
+        disk->powerOffAt = disk->operations + 7;
+    }
+    disk->Reboot(jet::test::Survival::Everything, 1);
+    const auto torn = disk->names.at(path)->now;
+    ASSERT_NE(torn, Pristine(JetVersion::Jet4));
+
+    const auto problems = jet::Check(path, 100, &storage);
+    ASSERT_EQ(problems.size(), 1U);
+    EXPECT_THAT(problems[0].ToText(), HasSubstr("a change was interrupted"));
+    EXPECT_EQ(disk->names.at(path)->now, torn);
+
+    jet::Pager::Open(storage, path, {.readOnly = true});
+    EXPECT_THAT(jet::Check(path, 100, &storage), IsEmpty());
 }
 
 TEST(CheckTest, AMissingFileIsTheCallersError) {
