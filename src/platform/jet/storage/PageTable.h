@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -23,6 +24,12 @@ public:
         if (2 * entries_.size() >= slots_.size()) Grow();
         entries_.push_back({page, number});
         slots_[SlotOf(page)] = static_cast<std::uint32_t>(entries_.size());
+    }
+    /// So many more can be added without an error.
+    void Reserve(std::size_t more) {
+        const std::size_t wanted = entries_.size() + more;
+        if (wanted > entries_.capacity()) entries_.reserve(std::max(wanted, 2 * entries_.capacity()));
+        while (2 * wanted > slots_.size()) Grow();
     }
     void Clear() {
         entries_.clear();

@@ -1,5 +1,6 @@
 #include "platform/jet/storage/UndoLog.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -42,16 +43,15 @@ void UndoLog::Merge() {
     if (depth_ == 1) return Drop();
     const Level& inner = Innermost();
     Level& outer = levels_[depth_ - 2];
-    std::vector<std::uint8_t> image;
+    outer.images.Reserve(inner.images.Entries().size());
+    const std::size_t firstInMemory = writtenBlocks_ * kBlockImages;
     std::size_t end = inner.firstImage;
-    // In the order they were saved, so images only ever move to places already read.
+    // In the order they were saved, so images only ever move to places already passed. Those in the file stay
+    // where they are: moving them might fail halfway, and then the inner unit could not be undone any more.
     for (const auto& [page, index] : inner.images.Entries()) {
         if (page >= outer.pageCount || outer.images.Contains(page)) continue;
-        if (index != end) {
-            image.resize(pageBytes_);
-            Load(index, image);
-            Store(end, image);
-        }
+        end = std::max(end, std::min(index, firstInMemory));
+        if (index != end) std::memcpy(InMemory(end), InMemory(index), pageBytes_);
         outer.images.Add(page, end);
         ++end;
     }

@@ -31,7 +31,8 @@ public:
     }
     /// REQUIRES: NeedsImage(page). Throws 3026 / 3043 when the temporary file cannot take it.
     void Save(PageNumber page, std::span<const std::uint8_t> image);
-    /// Ends the innermost unit; what it saved passes to the one around it as far as that one needs it.
+    /// Ends the innermost unit; what it saved passes to the one around it as far as that one needs it. When
+    /// it throws, for lack of memory, nothing has changed.
     void Merge();
     /// Ends the innermost unit and forgets what it saved.
     void Drop();

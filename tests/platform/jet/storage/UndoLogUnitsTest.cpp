@@ -1,8 +1,14 @@
 #include <algorithm>
+#include <csignal>
 #include <map>
 
 #include <gtest/gtest.h>
 
+#ifndef _WIN32
+#include <sys/resource.h>
+#endif
+
+#include "platform/errors/RuntimeError.h"
 #include "platform/jet/storage/UndoLog.h"
 
 namespace marrowkit::jet::test {
@@ -69,6 +75,48 @@ TEST(UndoLogUnits, PassesToTheOuterUnitWhatItLacks) {
     EXPECT_EQ(units.size(), kManyPages);
     for (const auto& [page, unit] : units) EXPECT_EQ(unit, page >= 10 && page < 20 ? 1 : 2) << page;
 }
+
+#ifndef _WIN32
+
+/// While it lives no file can be written to behind so many bytes.
+class FilesEndAt {
+public:
+    explicit FilesEndAt(rlim_t bytes) : oldHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &old_), 0);
+        const rlimit limit{bytes, old_.rlim_max};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+    FilesEndAt(const FilesEndAt&) = delete;
+    FilesEndAt& operator=(const FilesEndAt&) = delete;
+    ~FilesEndAt() {
+        setrlimit(RLIMIT_FSIZE, &old_);
+        std::signal(SIGXFSZ, oldHandler_);
+    }
+
+private:
+    void (*oldHandler_)(int);
+    rlimit old_{};
+};
+
+TEST(UndoLogUnits, ATemporaryFileThatFailsAsUnitsMergeMixesUpNoImages) {
+    UndoLog log(kPageBytes);
+    log.Begin(kManyPages);
+    for (PageNumber page = 0; page < kManyPages; page += 100) log.Save(page, Image(page, 1));
+    log.Begin(kManyPages);
+    SaveRange(log, 0, kManyPages, 2);
+    bool merged = true;
+    try {
+        const FilesEndAt full(rlim_t{1000} * kPageBytes);
+        log.Merge();
+    } catch (const RuntimeError&) {
+        merged = false;
+    }
+    const auto units = UnitsOfImages(log);
+    EXPECT_EQ(units.size(), kManyPages);
+    for (const auto& [page, unit] : units) EXPECT_EQ(unit, merged && page % 100 == 0 ? 1 : 2) << page;
+}
+
+#endif
 
 TEST(UndoLogUnits, GoesOnBehindALargeInnerUnitThatWasDropped) {
     UndoLog log(kPageBytes);
