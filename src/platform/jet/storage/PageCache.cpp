@@ -11,15 +11,13 @@ namespace {
 /// An operation pins a handful of pages at a time, and a tree may be several pages deep.
 constexpr std::size_t kFewestFrames = 64;
 
-/// A frame that stands for no page.
-constexpr PageNumber kNoPage = 0xFFFFFFFF;
-
 }  // namespace
 
 PageCache::PageCache(std::uint32_t pageBytes, std::size_t budgetBytes)
     : pageBytes_(pageBytes), budgetFrames_(std::max(budgetBytes / pageBytes, kFewestFrames)) {}
 
 PageFrame* PageCache::Take(PageNumber page) {
+    if (page >= numbers_) ReachTo(page);  // before any frame changes: it may throw
     if (free_.empty() && frames_.size() < budgetFrames_) return Assign(NewFrame(), page);
     if (!free_.empty()) {
         PageFrame* frame = free_.back();
@@ -40,12 +38,8 @@ PageFrame* PageCache::TakeAlways(PageNumber page) {
 void PageCache::Drop(PageFrame* frame) {
     byNumber_[frame->number] = nullptr;
     frame->dirty = false;
-    if (frame->pins == 0) {
-        frame->number = kNoPage;
-        free_.push_back(frame);
-    } else {
-        frame->detached = true;  // the clock's hand picks it up when the pins are gone
-    }
+    frame->detached = true;  // while it is pinned, the clock's hand picks it up when the pins are gone
+    if (frame->pins == 0) free_.push_back(frame);
 }
 
 PageFrame* PageCache::NewFrame() {
@@ -55,7 +49,7 @@ PageFrame* PageCache::NewFrame() {
     PageFrame& frame = frames_.emplace_back();
     frame.bytes = slabs_.back().get() + inSlab * pageBytes_;
     frame.pageBytes = pageBytes_;
-    frame.number = kNoPage;
+    frame.detached = true;
     return &frame;
 }
 
@@ -88,7 +82,6 @@ void PageCache::ReachTo(PageNumber page) {
 }
 
 PageFrame* PageCache::Assign(PageFrame* frame, PageNumber page) {
-    if (page >= numbers_) ReachTo(page);
     frame->number = page;
     frame->referenced = true;
     frame->dirty = false;

@@ -25,7 +25,7 @@ struct PageFrame {
     bool referenced = false;  ///< used since the cache last looked for a page to give up
     bool dirty = false;       ///< not on disk as it is here
     bool checked = false;     ///< see PageRef::IsChecked
-    bool detached = false;    ///< replaced by a newer copy; memory is free again when the last pin goes
+    bool detached = false;    ///< stands for no page any more; memory is free again when the last pin goes
     std::uint64_t version = 0;
     std::uint64_t unit = 0;  ///< serial of the unit that has saved what this page held before it
 };
