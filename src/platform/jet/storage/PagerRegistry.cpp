@@ -22,6 +22,11 @@ namespace {
 struct Registry {
     std::mutex mutex;
     std::map<std::pair<Storage*, std::string>, std::weak_ptr<FilePager>> pagers;
+
+    void Add(Storage& storage, const std::string& path, const std::shared_ptr<FilePager>& pager) {
+        std::erase_if(pagers, [](const auto& known) { return known.second.expired(); });
+        pagers[std::make_pair(&storage, storage.Identity(path))] = pager;
+    }
 };
 
 Registry& OpenPagers() {
@@ -198,7 +203,7 @@ std::shared_ptr<Pager> Pager::Open(Storage& storage, const std::string& path, co
         throw;
     }
     const auto pager = std::make_shared<FilePager>(std::move(opened));
-    registry.pagers[key] = pager;
+    registry.Add(storage, path, pager);
     return pager;
 }
 
@@ -238,7 +243,7 @@ std::shared_ptr<Pager> Pager::Create(Storage& storage, const std::string& path, 
     const auto pager = std::make_shared<FilePager>(std::move(opened));
     pager->FormatNew();
     storage.SyncFolderOf(path);
-    registry.pagers[std::make_pair(&storage, storage.Identity(path))] = pager;
+    registry.Add(storage, path, pager);
     guard.Finished();
     return pager;
 }

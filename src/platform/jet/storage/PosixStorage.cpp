@@ -133,11 +133,14 @@ public:
     }
 
     void Sync() override {
+        int result = 0;
+        do {
 #ifdef __APPLE__
-        const int result = ::fcntl(descriptor_, F_FULLFSYNC);
+            result = ::fcntl(descriptor_, F_FULLFSYNC);
 #else
-        const int result = ::fdatasync(descriptor_);
+            result = ::fdatasync(descriptor_);
 #endif
+        } while (result != 0 && errno == EINTR);
         // EINVAL: the file lies on something that has nothing to sync.
         if (result != 0 && errno != EINVAL && errno != ENOTSUP) RaiseWriteError(errno);
     }
