@@ -33,8 +33,11 @@ std::string TwinOf(const std::string& target) {
     constexpr std::size_t kLongestNameBytes = 255;
     const std::string ending = ".mkXXXXXX";
     const std::size_t folder = target.find_last_of('/') + 1;  // 0 without one
-    const std::size_t room = folder + kLongestNameBytes - ending.size();
-    return target.substr(0, room) + ending;
+    std::size_t end = folder + kLongestNameBytes - ending.size();
+    if (end >= target.size()) return target + ending;
+    // Some file systems take whole characters only, not a part of one of several bytes.
+    while (end > folder && (static_cast<unsigned char>(target[end]) & 0xC0U) == 0x80U) --end;
+    return target.substr(0, end) + ending;
 }
 
 /// A file beside the one it is to replace; removed again unless it was put into place.
