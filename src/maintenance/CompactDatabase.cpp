@@ -1,5 +1,7 @@
 #include "maintenance/CompactDatabase.h"
 
+#include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "platform/dao/Dao.h"
@@ -9,6 +11,7 @@
 #include "platform/files/HostFiles.h"
 #include "platform/files/HostPath.h"
 #include "platform/jet/format/JetErrors.h"
+#include "platform/jet/storage/Storage.h"
 #include "platform/process/StopRequest.h"
 #include "platform/text/Numbers.h"
 
@@ -47,6 +50,25 @@ private:
     std::string hostPath_;
     std::optional<HostStatus> status_;
 };
+
+/// Locks a leftover that is going to be deleted: two who found the same one would delete it one after the
+/// other, and the second what the first had made in its place by then. Null when there is none, or when it
+/// cannot be locked. Raises 3045 when somebody has a lock on it, or has just deleted it.
+std::unique_ptr<jet::StorageFile> LockLeftover(const std::string& hostPath) {
+    jet::Storage& storage = jet::HostStorage();
+    const std::string found = storage.Identity(hostPath);
+    std::unique_ptr<jet::StorageFile> file;
+    try {
+        file = storage.Open(hostPath, jet::OpenMode::ReadWrite);
+    } catch (const RuntimeError&) {
+        return nullptr;
+    }
+    constexpr std::uint64_t kAllBytes = std::uint64_t{1} << 62;
+    if (!file->TryLock(0, kAllBytes, true) || storage.Identity(hostPath) != found) {
+        jet::RaiseJet(jet::JetError::FileInUse, {hostPath});
+    }
+    return file;
+}
 
 bool Compact(UserInterface& ui, const std::string& databasePath, const std::string& temporaryPath,
              CompactionDisk& disk) {
@@ -116,6 +138,8 @@ std::int64_t CompactionDisk::Length(const std::string& file) {
 }
 
 void CompactionDisk::Delete(const std::string& file) {
+    if (const auto locked = LockLeftover(HostPath(file)))
+        return RemoveHostTree(HostPath(file), WhenLocked::Remove);
     FileTools().DeletePath(file);
 }
 

@@ -17,7 +17,7 @@ public:
     /// Number of records that "SELECT * FROM Games" gives, in a connection of its own.
     virtual std::int32_t CountGames(const std::string& database);
     virtual std::int64_t Length(const std::string& file);
-    /// Nothing there is no error. Raises 70 while somebody has a lock on the file.
+    /// Nothing there is no error. Raises 3045 while somebody has a lock on the file.
     virtual void Delete(const std::string& file);
     /// The same for a file that we have locked ourselves.
     virtual void DeleteHeld(const std::string& file);

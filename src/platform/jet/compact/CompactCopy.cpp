@@ -197,7 +197,8 @@ void CopyOpenFile(const CheckFile& source, Storage& storage, const std::string& 
     if (source.PageCount() <= kCatalogPage) RaiseJet(JetError::Corrupt, {source.Path()});
     auto file = storage.Open(target, OpenMode::CreateNew);
     NewFileGuard guard(storage, target);
-    file->TryLock(FilePager::kPresenceLock, 1, true);  // nobody takes it for a leftover
+    // Nobody takes it for a leftover from now on.
+    if (!file->TryLock(FilePager::kPresenceLock, 1, true)) RaiseJet(JetError::FileInUse, {target});
     CompactTarget pages(std::move(file), source.Header());
     const std::vector<CopiedTable> copied = WriteCopy(source, storage, pages, target);
     VerifyCopy(storage, source, target, copied);
