@@ -18,6 +18,8 @@ extern "C" void RememberInterrupt(int) {
 InterruptWatch::InterruptWatch() {
     pressed = 0;
     before = std::signal(SIGINT, RememberInterrupt);
+    // A program that was started to ignore it goes on doing so.
+    if (before == SIG_IGN) std::signal(SIGINT, SIG_IGN);
 }
 
 InterruptWatch::~InterruptWatch() {

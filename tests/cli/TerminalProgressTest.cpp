@@ -100,6 +100,18 @@ TEST(TerminalProgress, RemembersItsStages) {
     EXPECT_LT(stages[1].seconds, stages[0].seconds + 1);
 }
 
+TEST(TerminalProgress, IsNotCancelledWhereInterruptsAreIgnored) {
+    const auto before = std::signal(SIGINT, SIG_IGN);
+    {
+        std::ostringstream err;
+        TerminalProgress progress(err, Style::Lines);
+        std::raise(SIGINT);
+        progress.LetEventsRun();
+        EXPECT_FALSE(progress.Cancelled());
+    }
+    EXPECT_EQ(std::signal(SIGINT, before), SIG_IGN);
+}
+
 TEST(TerminalProgress, CancelsAtAnInterruptUnlessThatIsNoLongerPossible) {
     std::ostringstream err;
     TerminalProgress progress(err, Style::Lines);

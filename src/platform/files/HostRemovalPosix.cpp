@@ -38,7 +38,7 @@ int UnlinkIn(int folder, const char* name, int flags) {
 int OpenFolderIn(int parent, const char* name) {
     constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
     int handle = openat(parent, name, kFlags);
-    if (handle < 0 && errno == EACCES && fchmodat(parent, name, S_IRWXU, 0) == 0) {
+    if (handle < 0 && errno == EACCES && fchmodat(parent, name, S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0) {
         handle = openat(parent, name, kFlags);
     }
     return handle;
