@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <functional>
 #include <ostream>
+#include <set>
+#include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -55,8 +57,25 @@ TEST(FaultTest, DamagedDatabasesAreAnsweredOrRefused) {
     RecordProperty("slowest_seconds", std::to_string(slowest));
 }
 
-/// A compaction that succeeds has lost nothing of what could be read: the copy of a damaged file is sound, or
-/// there is none.
+/// What is wrong with a file, wherever it lies in it: places go away in a copy.
+std::set<std::string> KindsOfProblems(const std::string& path, MemoryStorage& storage) {
+    std::set<std::string> kinds;
+    for (const jet::Problem& problem : jet::Check(path, 1000, &storage)) {
+        std::string kind = problem.table + ": " + problem.what;
+        std::erase_if(kind, [](char c) { return c >= '0' && c <= '9'; });
+        kinds.insert(kind);
+    }
+    return kinds;
+}
+
+/// A value that was hit can refer to no row, or be the key of another: told of first in a copy, whose indexes
+/// agree with its rows again.
+bool IsAboutValues(const std::string& kind) {
+    return kind.find(": relationship ") != std::string::npos || kind.ends_with("has the key of another row");
+}
+
+/// A compaction that succeeds has lost nothing of what could be read: nothing is wrong with the copy of a
+/// damaged file but what its values say, or there is no copy.
 TEST(FaultTest, CopiesOfDamagedDatabasesAreSound) {
     MARROWKIT_NEED_TEST_DATA();
     std::size_t copies = 0;
@@ -76,6 +95,10 @@ TEST(FaultTest, CopiesOfDamagedDatabasesAreSound) {
                 continue;
             }
             ++copies;
+            const std::set<std::string> known = KindsOfProblems("damaged.mdb", storage);
+            for (const std::string& kind : KindsOfProblems("copy.mdb", storage)) {
+                EXPECT_TRUE(known.contains(kind) || IsAboutValues(kind)) << kind;
+            }
             storage.Put("again.mdb", storage.Get("copy.mdb"));
             jet::Compact("again.mdb", "copy2.mdb", options);
             EXPECT_EQ(storage.Get("copy.mdb").size(), storage.Get("copy2.mdb").size());
