@@ -171,7 +171,7 @@ void WalkChain(const CheckFile& file, const LongValueHeader& header,
         const DataPage page(file.PageGeometry(), file.Read(row.page, PageType::Data));
         const ByteView stored = page.Bytes(row.slot);
         // Every piece holds at least one byte of the value, so even a loop comes to an end.
-        if (page.Owner() != DataPage::kLongValueOwner || page.Flags(row.slot) != 0 || stored.Size() <= 4 ||
+        if (page.Owner() != kLongValueOwner || page.Flags(row.slot) != 0 || stored.Size() <= 4 ||
             stored.Size() - 4 > left) {
             throw Damage(row.page, "the piece of a long value in " + RowText(row) + " cannot be one");
         }
@@ -203,8 +203,7 @@ void WalkLongValue(const CheckFile& file, ByteView inRow,
     const RowId row = header.first;
     const DataPage page(file.PageGeometry(), file.Read(row.page, PageType::Data));
     const ByteView stored = page.Bytes(row.slot);
-    if (page.Owner() != DataPage::kLongValueOwner || page.Flags(row.slot) != 0 ||
-        stored.Size() != header.Length()) {
+    if (page.Owner() != kLongValueOwner || page.Flags(row.slot) != 0 || stored.Size() != header.Length()) {
         throw Damage(row.page, "the long value in " + RowText(row) + " is not what its row refers to");
     }
     visit({row, &page, stored});

@@ -13,8 +13,6 @@ namespace marrowkit::jet::check {
 /// A data page taken apart: rows, long values or usage maps in slots.
 class DataPage {
 public:
-    /// Owner field of long-value pages: the letters "LVAL".
-    static constexpr std::uint32_t kLongValueOwner = 0x4C41564C;
     static constexpr std::uint16_t kMovedFlag = 0x4000;   ///< holds a pointer to the row's data
     static constexpr std::uint16_t kTargetFlag = 0x8000;  ///< data of a moved row
     static constexpr std::uint16_t kDeletedFlags = 0xC000;

@@ -311,7 +311,7 @@ private:
         try {
             const DataPage page(context_->file.PageGeometry(), context_->file.Read(number));
             if (auto what = WrongFreeWord(page)) Say(number, std::move(*what));
-            if (page.Owner() != DataPage::kLongValueOwner) {
+            if (page.Owner() != kLongValueOwner) {
                 Say(number, "page " + std::to_string(number) + " should hold long values of column " + name);
                 return;
             }

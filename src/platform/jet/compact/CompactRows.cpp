@@ -19,11 +19,6 @@ std::uint32_t UsefulRoomBytes(const Geometry& geometry) {
     return geometry.version == JetVersion::Jet3 ? 128 : 256;
 }
 
-/// The largest value in one row, and the row length of a full piece of a chain.
-std::size_t LongestLongValueRow(const Geometry& geometry) {
-    return geometry.version == JetVersion::Jet3 ? 2036 : 4076;
-}
-
 }  // namespace
 
 void ContentHash::Add(std::span<const std::uint8_t> bytes) {
@@ -80,7 +75,7 @@ LongValueWriter::Copied LongValueWriter::Copy(const check::CheckFile& source, By
     ContentHash hash;
     RowId where;
     std::uint32_t word = header.Length();
-    if (header.Length() <= LongestLongValueRow(target_->PageGeometry())) {
+    if (header.Length() <= target_->PageGeometry().MaxLongValueRowBytes()) {
         const std::vector<std::uint8_t> value = check::LoadLongValue(source, inRow);
         hash.Add(value);
         where = AppendRow(value);
@@ -107,12 +102,12 @@ RowId LongValueWriter::AppendRow(std::span<const std::uint8_t> value) {
         Close(*fullest);
         open_.erase(fullest);
     }
-    open_.push_back({Allocate(), DataPageBuilder(target_->PageGeometry(), DataPage::kLongValueOwner)});
+    open_.push_back({Allocate(), DataPageBuilder(target_->PageGeometry(), kLongValueOwner)});
     return {open_.back().number, open_.back().page.Append(value)};
 }
 
 RowId LongValueWriter::CopyChain(const check::CheckFile& source, ByteView inRow, ContentHash& hash) {
-    const std::size_t pieceBytes = LongestLongValueRow(target_->PageGeometry()) - 4;
+    const std::size_t pieceBytes = target_->PageGeometry().MaxLongValueRowBytes() - 4;
     const PageNumber first = Allocate();
     PageNumber current = first;
     std::vector<std::uint8_t> piece;
@@ -138,7 +133,7 @@ void LongValueWriter::PutChainPage(PageNumber number, PageNumber next, std::span
     std::vector<std::uint8_t> row(4 + bytes.size());
     MutableByteView(row).PutU32(0, next == 0 ? 0 : RowId{next, 0}.Stored());
     std::copy(bytes.begin(), bytes.end(), row.begin() + 4);
-    DataPageBuilder page(target_->PageGeometry(), DataPage::kLongValueOwner);
+    DataPageBuilder page(target_->PageGeometry(), kLongValueOwner);
     page.Append(row);
     target_->Put(number, page.Bytes());
 }

@@ -27,6 +27,11 @@ using PageNumber = std::uint32_t;
 constexpr PageNumber kGlobalMapPage = 1;
 constexpr PageNumber kCatalogPage = 2;
 
+/// Owner fields of data pages that belong to no table.
+constexpr std::uint32_t kMapPageOwner = 0;
+constexpr std::uint32_t kGlobalMapOwner = 1;
+constexpr std::uint32_t kLongValueOwner = 0x4C41564C;  // the characters "LVAL"
+
 /// Where a row (or a usage map, or a long value) lies: page and slot. A row keeps its RowId for life, also
 /// after its bytes have moved to another page. Stored as one little-endian u32, `page << 8 | slot`.
 struct RowId {
@@ -52,6 +57,9 @@ struct Geometry {
 
     /// The largest row that fits on an empty page: 2036 / 4080.
     std::uint32_t MaxRowBytes() const { return pageBytes - dataHeaderBytes - 2; }
+    /// The longest row on a long-value page, and the length of every piece of a chain but the last: 2036 /
+    /// 4076. Jet 4 leaves four bytes of the page unused.
+    std::uint32_t MaxLongValueRowBytes() const { return version == JetVersion::Jet3 ? 2036 : 4076; }
     /// Pages that one bitmap page of a reference map stands for: 16352 / 32736.
     std::uint32_t PagesPerBitmap() const { return (pageBytes - 4) * 8; }
 };

@@ -9,11 +9,6 @@
 
 namespace marrowkit::jet {
 
-/// Owner fields of data pages that belong to no table.
-inline constexpr std::uint32_t kMapPageOwner = 0;
-inline constexpr std::uint32_t kGlobalMapOwner = 1;
-inline constexpr std::uint32_t kLongValueOwner = 0x4C41564C;  // the characters "LVAL"
-
 /// A page of rows in slots, seen for reading: table rows, long values and usage maps all lie on such pages.
 /// Rows stand from the end of the page towards the front, in slot order and without gaps.
 class DataPage {

@@ -20,12 +20,6 @@ constexpr std::size_t MostInlineBytes(JetVersion version) {
     return version == JetVersion::Jet3 ? 32 : 64;
 }
 
-/// The longest row on a long-value page; every piece of a chain but the last has this length. (Jet 4 leaves
-/// four bytes of the page unused.)
-constexpr std::size_t MostRowBytes(JetVersion version) {
-    return version == JetVersion::Jet3 ? 2036 : 4076;
-}
-
 /// In front of a chain piece's data: where the next piece is.
 constexpr std::size_t kNextBytes = 4;
 
@@ -53,15 +47,16 @@ bool LongValueStore::IsInline(ByteView inRow) {
 // ---- Writing
 
 std::vector<std::uint8_t> LongValueStore::Store(std::span<const std::uint8_t> value) {
-    const JetVersion version = pager_->PageGeometry().version;
+    const Geometry& geometry = pager_->PageGeometry();
     if (value.size() > kLengthMask) RaiseJet(JetError::FieldTooSmall);
     const auto length = static_cast<std::uint32_t>(value.size());
-    if (value.size() <= MostInlineBytes(version)) {
+    if (value.size() <= MostInlineBytes(geometry.version)) {
         std::vector<std::uint8_t> inRow = Header(length | kInlineFlag, {});
         inRow.insert(inRow.end(), value.begin(), value.end());
         return inRow;
     }
-    if (value.size() <= MostRowBytes(version)) return Header(length | kSingleFlag, StoreSingle(value));
+    if (value.size() <= geometry.MaxLongValueRowBytes())
+        return Header(length | kSingleFlag, StoreSingle(value));
     return Header(length, StoreChain(value));
 }
 
@@ -109,7 +104,7 @@ RowId LongValueStore::StoreSingle(std::span<const std::uint8_t> value) {
 
 /// Each piece has a page of its own and names the next one, so they are written from the last to the first.
 RowId LongValueStore::StoreChain(std::span<const std::uint8_t> value) {
-    const std::size_t pieceBytes = MostRowBytes(pager_->PageGeometry().version) - kNextBytes;
+    const std::size_t pieceBytes = pager_->PageGeometry().MaxLongValueRowBytes() - kNextBytes;
     const std::size_t pieces = (value.size() + pieceBytes - 1) / pieceBytes;
     std::vector<PageNumber> pages(pieces);
     for (PageNumber& number : pages) {
