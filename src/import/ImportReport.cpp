@@ -207,7 +207,7 @@ std::vector<ReportRow> ExplainDatafile(const ImportSettings& settings) {
 std::vector<ReportRow> ExplainMatches(const ImportSettings& settings, const ImportTables& tables) {
     std::vector<ReportRow> rows;
     const FilesByCrc files(settings, tables);
-    std::unordered_map<const ScannedFile*, bool> used;
+    std::unordered_set<const ScannedFile*> used;
     for (const DatafileEntry& entry : tables.Entries) {
         ReportRow row;
         row.kind = entry.Matched ? "found" : "missing";
@@ -216,7 +216,7 @@ std::vector<ReportRow> ExplainMatches(const ImportSettings& settings, const Impo
         row.size = entry.Size;
         if (entry.Matched) {
             row.file = entry.MatchedFile;
-            used[files.First(entry.Crc, entry.Size)] = true;
+            used.insert(files.First(entry.Crc, entry.Size));
         } else {
             row.detail = NearMiss(files, entry);
             if (!row.detail.empty()) row.kind = "near miss";

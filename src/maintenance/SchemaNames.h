@@ -7,7 +7,6 @@
 namespace marrowkit::schema {
 
 // Tables.
-inline constexpr std::string_view kGames = "Games";
 inline constexpr std::string_view kPublishers = "Publishers";
 inline constexpr std::string_view kMusicians = "Musicians";
 inline constexpr std::string_view kProgrammers = "Programmers";
@@ -15,17 +14,12 @@ inline constexpr std::string_view kLanguages = "Languages";
 inline constexpr std::string_view kCrackers = "Crackers";
 inline constexpr std::string_view kDifficulty = "Difficulty";
 inline constexpr std::string_view kGenres = "Genres";
-inline constexpr std::string_view kParentGenres = "PGenres";
-inline constexpr std::string_view kMusic = "Music";
 inline constexpr std::string_view kExtras = "Extras";
 inline constexpr std::string_view kConfig = "Config";
-inline constexpr std::string_view kViewData = "ViewData";
-inline constexpr std::string_view kViewFilters = "ViewFilters";
 
 // Fields of Config; its first record holds the version of the schema.
 inline constexpr std::string_view kMajorVersion = "MajorVersion";
 inline constexpr std::string_view kMinorVersion = "MinorVersion";
-inline constexpr std::string_view kFirstLoadMessage = "FirstLoadMessage";
 
 // Fields of Games.
 namespace games {
@@ -74,7 +68,6 @@ inline constexpr std::string_view kPrequel = "Prequel";
 inline constexpr std::string_view kSequel = "Sequel";
 inline constexpr std::string_view kRelated = "Related";
 inline constexpr std::string_view kControl = "Control";
-inline constexpr std::string_view kKorvo = "Korvo";  ///< since schema 2.3
 }  // namespace games
 
 }  // namespace marrowkit::schema

@@ -25,13 +25,13 @@ enum class HostKind { File, Folder, Other };
 
 struct HostStatus {
     HostKind kind = HostKind::Other;
-    bool isLink = false;    // only LinkStatusOf: the entry itself is a symbolic link
-    bool writable = false;  // somebody has write permission
-    bool hidden = false;    // marked so on Windows; elsewhere only a name can say it
+    bool isLink = false;    ///< only LinkStatusOf: the entry itself is a symbolic link
+    bool writable = false;  ///< somebody has write permission
+    bool hidden = false;    ///< marked so on Windows; elsewhere only a name can say it
     std::uint64_t size = 0;
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
-    std::int64_t modifiedNanoseconds = 0;  // since 1970
+    std::int64_t modifiedNanoseconds = 0;  ///< since 1970
 
     bool SameFileAs(const HostStatus& other) const { return device == other.device && inode == other.inode; }
 };
