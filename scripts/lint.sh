@@ -53,7 +53,7 @@ tidy() {
         while IFS= read -r -d '' file; do
             grep -q "/$file\"" "$build/compile_commands.json" && printf '%s\0' "$file"
         done |
-        nice -n 19 xargs -0 -n 1 -P "$(nproc)" clang-tidy -p "$build" --quiet 2>/dev/null
+        nice -n 19 xargs -0 -r -n 1 -P "$(nproc)" clang-tidy -p "$build" --quiet 2>/dev/null
 }
 
 check() {

@@ -3,6 +3,7 @@
 # where that is installed. The same commit gives the same packages.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/steps.sh
 
 scripts/setup.sh build
 if [[ -e .git ]]; then
@@ -10,8 +11,7 @@ if [[ -e .git ]]; then
     export SOURCE_DATE_EPOCH
 fi
 echo "Building ..."
-cmake --preset release >/dev/null
-cmake --build build/release | tail -n 1
+build release
 echo "Packing ..."
 rm -rf build/release/packages
 (umask 022 && cpack --config build/release/CPackConfig.cmake -B build/release/packages >build/release/cpack.log) || {

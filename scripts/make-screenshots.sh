@@ -7,10 +7,10 @@
 #                                           MARROWKIT_DARK=1 for those of a dark desktop)
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/steps.sh
 
 scripts/setup.sh build tests
-cmake --preset dev >/dev/null
-cmake --build build/dev --target screenshots | tail -n 1
+build dev screenshots
 
 all=$(mktemp -d)
 trap 'rm -rf "$all"' EXIT
