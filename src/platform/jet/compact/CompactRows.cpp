@@ -6,7 +6,6 @@
 namespace marrowkit::jet::compact {
 
 using check::Damage;
-using check::DataPage;
 using check::LongValueHeader;
 using check::LongValuePiece;
 
