@@ -198,8 +198,9 @@ double ToContinuousDays(jet::DateTime moment) {
 }
 
 jet::DateTime FromContinuousDays(double days) {
+    // Beyond any calendar, too: no whole number holds every day that a sum can come to.
     const double day = std::floor(days);
-    return PutTogether(static_cast<std::int64_t>(day), days - day);
+    return {day < 0 ? day - (days - day) : days};
 }
 
 CalendarTime TakeApart(jet::DateTime moment) {

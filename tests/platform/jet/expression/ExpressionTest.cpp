@@ -189,6 +189,10 @@ constexpr ValueCase kOperators[] = {
     {"#1/2/1999# + 1", "#1/3/1999#"},
     {"#1/3/1999# - #1/1/1999#", "2"},
     {"#1/1/1999# < #1/2/1999#", "True"},
+    // Sums beyond the calendar, and beyond every whole number, are still moments that can be compared.
+    {"#1/1/1999# + 1E30 > #1/1/1999#", "True"},
+    {"#1/1/1999# - 1E30 < #1/1/1999#", "True"},
+    {"#1/1/1999# + 1E30 - 1E30 < #1/1/2000#", "True"},
     {"#12/30/1899# = 0", "True"},
     {"#12/29/1899# > #12/29/1899 6:00#", "True"},  // by their numbers, -1 and -1.25, as in an index
     {"#12/29/1899 6:00# = -1.25", "True"},
