@@ -19,6 +19,9 @@ PROGRAM = os.environ.get("MARROWKIT_PROGRAM", "")
 SECONDS_LIMIT = 60
 NOBODY = 65534
 
+# A shell that runs the tests in its background has Ctrl-C ignored, which the programs would inherit and keep so.
+signal.signal(signal.SIGINT, signal.default_int_handler)
+
 
 class Run:
     """How a run of the command line ended. A signal's number is negative in `code`."""
