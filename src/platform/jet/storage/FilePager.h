@@ -97,6 +97,7 @@ private:
 
     // Sharing
     void AcquireWrite();
+    void TakeOver();
     void WaitForTurn();
     void ReleaseWrite();
     bool IsFlushDue();

@@ -53,8 +53,14 @@ bool FilePager::Enter(Gate gate, StorageFile& database) {
 void FilePager::AcquireWrite() {
     if (exclusive_ || readOnly_ || holdsWriteLock_) return;
     WaitForTurn();
-    holdsWriteLock_ = true;
     lockedSince_ = askedForWaiters_ = Clock::now();
+    TakeOver();
+}
+
+/// REQUIRES: the write lock was just taken; it is given back on an error. What a process that died was
+/// writing is undone, and what others have written is noticed.
+void FilePager::TakeOver() {
+    holdsWriteLock_ = true;
     try {
         strangersPresent_ = lockFile_->AreStrangersPresent();
         RecoverIfNeeded();
@@ -170,14 +176,7 @@ void FilePager::Refresh() {
     while (state.writing) {
         if (lockFile_ && lockFile_->TryLockWrite()) {
             // Nobody is writing any more: the writer is done, or it died.
-            holdsWriteLock_ = true;
-            try {
-                strangersPresent_ = lockFile_->AreStrangersPresent();
-                RecoverIfNeeded();
-            } catch (...) {
-                ReleaseWrite();
-                throw;
-            }
+            TakeOver();
             ReleaseWrite();
         } else if (Clock::now() - start > kLongestWait) {
             RaiseJet(JetError::SaveLocked);
