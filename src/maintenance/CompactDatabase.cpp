@@ -55,16 +55,13 @@ private:
 /// other, and the second what the first had made in its place by then. Null when there is none, or when it
 /// cannot be locked. Raises 3045 when somebody has a lock on it, or has just deleted it.
 std::unique_ptr<jet::StorageFile> LockLeftover(const std::string& hostPath) {
-    jet::Storage& storage = jet::HostStorage();
-    const std::string found = storage.Identity(hostPath);
     std::unique_ptr<jet::StorageFile> file;
     try {
-        file = storage.Open(hostPath, jet::OpenMode::ReadWrite);
+        file = jet::HostStorage().Open(hostPath, jet::OpenMode::ReadWrite);
     } catch (const RuntimeError&) {
         return nullptr;
     }
-    constexpr std::uint64_t kAllBytes = std::uint64_t{1} << 62;
-    if (!file->TryLock(0, kAllBytes, true) || storage.Identity(hostPath) != found) {
+    if (!file->TryLock(0, jet::kAllBytes, true) || !file->IsAt(hostPath)) {
         jet::RaiseJet(jet::JetError::FileInUse, {hostPath});
     }
     return file;
@@ -138,8 +135,7 @@ std::int64_t CompactionDisk::Length(const std::string& file) {
 }
 
 void CompactionDisk::Delete(const std::string& file) {
-    if (const auto locked = LockLeftover(HostPath(file)))
-        return RemoveHostTree(HostPath(file), WhenLocked::Remove);
+    if (const auto locked = LockLeftover(HostPath(file))) return CompactionDisk::DeleteHeld(file);
     FileTools().DeletePath(file);
 }
 

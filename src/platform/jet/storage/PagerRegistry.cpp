@@ -210,7 +210,6 @@ std::shared_ptr<Pager> Pager::Open(Storage& storage, const std::string& path, co
 void FilePager::RaiseWhenInUse() {
     LockFile::User user;
     if (LockFile::FindUser(*storage_, path_, user)) RaiseInUse(header_, user);
-    constexpr std::uint64_t kAllBytes = std::uint64_t{1} << 62;
     if (file_->IsLockedByOther(0, kAllBytes, true)) RaiseJet(JetError::FileInUse, {path_});
 }
 

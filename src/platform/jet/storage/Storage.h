@@ -9,6 +9,9 @@ namespace marrowkit::jet {
 
 enum class OpenMode { ReadOnly, ReadWrite, CreateNew };
 
+/// For locks from byte 0 on: the file as long as it can get, and every lock that lies behind it.
+constexpr std::uint64_t kAllBytes = std::uint64_t{1} << 62;
+
 /// An open file of the host. All numbers are bytes. Every call throws RuntimeError with the runtime's or
 /// DAO's number (3026 disk full, 3040/3043 read and write errors); a short write is an error, never a
 /// success.
