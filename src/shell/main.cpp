@@ -8,7 +8,7 @@
 #include "forms/FatalError.h"
 #include "forms/QtText.h"
 #include "global/modGlobal.h"
-#include "platform/files/HostFiles.h"
+#include "platform/files/FileSystem.h"
 #include "platform/installation/BuildVersion.h"
 #include "platform/installation/LibraryChoice.h"
 #include "platform/process/StandardStreams.h"
@@ -65,18 +65,13 @@ bool AnsweredInText(int argc, char** argv) {
     return true;
 }
 
-bool IsThere(const std::string& folder) {
-    const auto status = StatusOf(folder);
-    return status && status->kind == HostKind::Folder;
-}
-
 /// Asks an installed program's user where the library is: at the first start, when the folder is gone, or
 /// when told to. False when the answer was none.
 bool ChooseLibrary(bool again) {
     const char* named = std::getenv("MARROWKIT_LIBRARY");
     if (!IsInstalled() || (named != nullptr && *named != '\0')) return true;
     const std::string last = RememberedLibrary();
-    if (!again && IsThere(last)) return true;
+    if (!again && IsFolder(last)) return true;
     const QString chosen = QFileDialog::getExistingDirectory(
         nullptr, QStringLiteral("Choose the folder of the Vellora frontend"), ToQt(last));
     if (chosen.isEmpty()) return false;
