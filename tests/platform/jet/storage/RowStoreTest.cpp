@@ -39,6 +39,17 @@ protected:
         return bytes;
     }
 
+    RowId Append(RowStore& rows, Model& model, std::size_t size) {
+        const Bytes bytes = SomeBytes(size, size);
+        const RowId row = rows.Append(bytes);
+        model[row] = bytes;
+        return row;
+    }
+    void Replace(RowStore& rows, Model& model, RowId row, std::size_t size) {
+        model[row] = SomeBytes(size, size);
+        rows.Replace(row, model[row]);
+    }
+
     void ExpectEqual(const RowStore& rows, const Model& model) {
         EXPECT_THAT(CheckDatabase(database), IsEmpty());
         RowStore::Cursor cursor(rows);
@@ -144,20 +155,11 @@ TEST_P(RowStoreTest, ARowThatMovesAgainComesHomeWhenItFits) {
     RowStore rows = database.Rows();
     Model model;
     Unit unit(*database.pager);
-    const auto append = [&](std::size_t size) {
-        const Bytes bytes = SomeBytes(size, size);
-        const RowId row = rows.Append(bytes);
-        model[row] = bytes;
-        return row;
-    };
-    const auto replace = [&](RowId row, std::size_t size) {
-        model[row] = SomeBytes(size, size);
-        rows.Replace(row, model[row]);
-    };
+    const auto append = [&](std::size_t size) { return Append(rows, model, size); };
     const RowId row = append(100);
     std::vector<RowId> neighbours;
     while (FreeBytesOf(row.page) >= 102) neighbours.push_back(append(100));
-    replace(row, 500);
+    Replace(rows, model, row, 500);
     ASSERT_EQ(FlagsOf(row), DataPage::kMovedFlag);
     const PageNumber target = rows.Read(row)->page.Number();
     while (FreeBytesOf(target) >= 102) append(100);
@@ -165,7 +167,7 @@ TEST_P(RowStoreTest, ARowThatMovesAgainComesHomeWhenItFits) {
         rows.Erase(neighbours[i]);
         model.erase(neighbours[i]);
     }
-    replace(row, 700);
+    Replace(rows, model, row, 700);
     EXPECT_EQ(FlagsOf(row), 0);
     unit.Commit();
     ExpectEqual(rows, model);
@@ -224,20 +226,14 @@ TEST_P(RowStoreTest, ARowShorterThanAPointerGrowsOnAFullPage) {
     RowStore rows = database.Rows();
     Model model;
     Unit unit(*database.pager);
-    const auto append = [&](std::size_t size) {
-        const Bytes bytes = SomeBytes(size, size);
-        const RowId row = rows.Append(bytes);
-        model[row] = bytes;
-        return row;
-    };
+    const auto append = [&](std::size_t size) { return Append(rows, model, size); };
     const RowId tiny = append(2);
     while (FreeBytesOf(tiny.page) > 400) append(100);
     append(FreeBytesOf(tiny.page) - 2);  // the slot takes two
     ASSERT_LT(FreeBytesOf(tiny.page), 2U);
     // The tiny row cannot even become a pointer to its new place: another row has to leave first, and leaves
     // room enough.
-    model[tiny] = SomeBytes(50, 50);
-    rows.Replace(tiny, model[tiny]);
+    Replace(rows, model, tiny, 50);
     EXPECT_EQ(FlagsOf(tiny), 0);
     unit.Commit();
     ExpectEqual(rows, model);

@@ -34,6 +34,13 @@ using ::testing::IsEmpty;
 
 constexpr const char* kPath = "Test.mdb";
 
+/// A database on the host's disk, where the host's clock tells of changes. Returns its path.
+std::string CreateIn(const ::marrowkit::test::TemporaryFolder& folder) {
+    std::string path = (folder / "Test.mdb").string();
+    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    return path;
+}
+
 class SharingTest : public ::testing::Test {
 protected:
     SharingTest() {
@@ -242,8 +249,7 @@ TEST_F(SharingTest, AFileThatIsReplacedWhileItIsOpenedIsNotTheOne) {
 #ifndef _WIN32
 TEST(ExclusiveUse, OfAFileThatMayOnlyBeReadIsOneProcessesAtATime) {
     const marrowkit::test::TemporaryFolder folder;
-    const std::string path = (folder / "Test.mdb").string();
-    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    const std::string path = CreateIn(folder);
     std::filesystem::permissions(path, std::filesystem::perms(0444));
     const marrowkit::test::OrdinaryUser user(folder.Path());
     const PagerOptions exclusive{false, true};
@@ -369,8 +375,7 @@ TEST_F(SharingTest, WhatAStrangerUsesIsReadButNotWritten) {
 
 TEST_F(SharingTest, SeesWhatAStrangerWroteBeforeItLeft) {
     const ::marrowkit::test::TemporaryFolder folder;
-    const std::string path = (folder / "Test.mdb").string();
-    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    const std::string path = CreateIn(folder);
     const auto pager = Pager::Open(HostStorage(), path);
     const auto stranger = HostStorage().Open(path, OpenMode::ReadWrite);
     for (const std::uint8_t value : {std::uint8_t{7}, std::uint8_t{8}}) {
@@ -401,8 +406,7 @@ TEST_F(SharingTest, UnitsCommittedBeforeAStrangerCameAreWritten) {
 
 TEST_F(SharingTest, WhatAStrangerWroteBeforeItLeftIsNotWrittenOver) {
     const ::marrowkit::test::TemporaryFolder folder;
-    const std::string path = (folder / "Test.mdb").string();
-    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    const std::string path = CreateIn(folder);
     const std::uint8_t value = 7;
     {
         const auto pager = Pager::Open(HostStorage(), path);
@@ -455,8 +459,7 @@ TEST_F(SharingTest, AnInterruptedFlushIsNotUndoneUnderAStrangersFeet) {
 
 TEST_F(SharingTest, WhatAStrangerHasWrittenIsNotWrittenOver) {
     const ::marrowkit::test::TemporaryFolder folder;
-    const std::string path = (folder / "Test.mdb").string();
-    TestDatabase::Create(HostStorage(), path, JetVersion::Jet4);
+    const std::string path = CreateIn(folder);
     const std::uint8_t value = 7;
     {
         const auto pager = Pager::Open(HostStorage(), path);
