@@ -182,7 +182,7 @@ TEST_P(Maintenance, TheFirstArrowKeyChoosesTheFirstTable) {
             QTest::keyClick(&tables, key);
             ASSERT_EQ(tables.selectedItems().size(), 1);
             EXPECT_EQ(tables.selectedItems()[0]->text(), QStringLiteral("Publishers"));
-            EXPECT_TRUE(tables.hasFocus());
+            EXPECT_EQ(dialog.focusWidget(), &tables);
             QTest::keyClick(&tables, Qt::Key_Down);
             EXPECT_EQ(tables.selectedItems()[0]->text(), QStringLiteral("Musicians"));
             dialog.reject();
