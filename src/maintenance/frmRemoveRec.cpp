@@ -88,7 +88,7 @@ bool frmRemoveRec::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void frmRemoveRec::ShowTable() {
-    const bool hadFocus = lstTable->hasFocus();
+    const bool hadFocus = focusWidget() == lstTable;
     for (QWidget* control : std::initializer_list<QWidget*>{lstTable, cmdDelete, cmdClose, lstRecords}) {
         control->setEnabled(false);
     }
