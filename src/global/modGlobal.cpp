@@ -1,6 +1,5 @@
 #include "global/modGlobal.h"
 
-#include "platform/errors/RuntimeError.h"
 #include "platform/files/DriveMap.h"
 #include "platform/files/HostFiles.h"
 #include "platform/files/HostPath.h"
@@ -14,14 +13,6 @@ bool Expert = false;
 
 std::string VersionText() {
     return std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor);
-}
-
-std::string StartFolder() {
-    try {
-        return IsInstalled() ? LibraryRoot : ProgramFolder();
-    } catch (const RuntimeError&) {
-        return LibraryRoot;
-    }
 }
 
 void Start(const std::string& library) {

@@ -11,15 +11,12 @@ inline constexpr int kVersionMinor = 1;
 /// "1.1": major and minor number without padding.
 std::string VersionText();
 
-/// The folder of all databases and of Empty.mdb, as a Windows path text; ends in "\". Set once at start.
+/// The folder of all databases and of Empty.mdb, as a Windows path text; ends in "\". Set once at start. Here
+/// choosing files and folders begins, too, when nothing else says where.
 extern std::string LibraryRoot;
 
 /// Started with -EXPERT: fewer warnings.
 extern bool Expert;
-
-/// Where choosing files and folders begins when nothing else says so: the program's own folder, or the
-/// library for an installed program and when no drive leads to the program.
-std::string StartFolder();
 
 /// Sets LibraryRoot: to `library` (a path of the host or of Windows) unless that is empty, else to what
 /// MARROWKIT_LIBRARY in the environment names, else (an installed program, platform/installation) to the

@@ -84,7 +84,7 @@ frmBrowseFolder::frmBrowseFolder(QWidget* owner) : QDialog(owner) {
     SetInnerSize(*this, 4695, 3855);
 
     std::string& browsePath = GlobalImportSettings().BrowseFolderPath;
-    const std::string start = browsePath.empty() ? modGlobal::StartFolder() : browsePath;
+    const std::string start = browsePath.empty() ? modGlobal::LibraryRoot : browsePath;
     browsePath.clear();  // closing without OK returns nothing
     FillDrives();
     DriveBox->setCurrentIndex(DriveBox->findData(ToQt(UCase(Left(start, 2)) + "\\")));

@@ -40,7 +40,7 @@ bool IsReadOnly(const std::string& path) {
 std::string ShowOpenFileDialog(QWidget* owner, const std::string& initialFolder, const std::string& filter,
                                const std::string& title) {
     const std::string folder =
-        FileTools().FolderExists(initialFolder) ? initialFolder : modGlobal::StartFolder();
+        FileTools().FolderExists(initialFolder) ? initialFolder : modGlobal::LibraryRoot;
     QFileDialog dialog(owner, ToQt(title), QFile::decodeName(HostPath(folder).c_str()));
     dialog.setObjectName(QStringLiteral("cDialog"));
     dialog.setNameFilters(QtFilters(ToQt(filter)));

@@ -147,11 +147,11 @@ TEST_F(FolderPicker, AClickOnlyShowsAnEntryAndADoubleClickOpensIt) {
     EXPECT_EQ(path, R"(C:\Roms)");
 }
 
-TEST_F(FolderPicker, StartsInTheProgramsFolderWithoutAPath) {
+TEST_F(FolderPicker, StartsInTheLibraryWithoutAPath) {
     Open();
     GlobalImportSettings().BrowseFolderPath.clear();
     frmBrowseFolder picker(window_.get());
-    EXPECT_EQ(Path(picker), QStringLiteral("C:\\Vellora"));  // no drive leads to the program itself here
+    EXPECT_EQ(Path(picker), QStringLiteral("C:\\Vellora"));
     QTest::keyClick(&picker, Qt::Key_Escape);
     EXPECT_EQ(GlobalImportSettings().BrowseFolderPath, "");
 }

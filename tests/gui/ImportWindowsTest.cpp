@@ -480,7 +480,7 @@ TEST_F(ImportWindows, TheDatafilesFolderIsRememberedAndACancelledChoiceIsNot) {
         });
         Trigger("mnuFileNewRomCenter2");
     };
-    expectStart(Library());  // nothing remembered: where the program is, here told by the library
+    expectStart(Library());  // nothing remembered
     ChooseFile("Old.dat");
     driver_.AnswerBox(QMessageBox::Ok);
     Trigger("mnuFileNewRomCenter2");

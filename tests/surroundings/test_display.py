@@ -14,6 +14,15 @@ EXPERT = "-expert"  # no message box at the start
 STARTED_SECONDS = 20
 
 
+def import_from_where_choosing_begins(screen, datafile):
+    """Expects the file of that name there, which opens the import's options."""
+    screen.press("ctrl+r")
+    screen.focus("Select the RC-2.0 Datafile")
+    screen.write(datafile)
+    screen.press("Return")
+    screen.focus("RomCenter 2.00 Datafile Import")
+
+
 class Display(LibraryTest):
     games = 30000
 
@@ -59,6 +68,11 @@ class Display(LibraryTest):
             self.assertEqual(done.returncode, 1, done)
             self.assertIn(b"Marrowkit needs a display and cannot use one here.", done.stderr)
             self.assertIn(b"marrowkit-cli does the same work without windows.", done.stderr)
+
+    def test_looks_for_datafiles_in_the_library_first(self):
+        write_datafile(self.library / "here.dat", 1)
+        self.start_on_x()
+        import_from_where_choosing_begins(self.screen, "here.dat")
 
     def test_signals_close_an_idle_window(self):
         for number in STOPPING:
@@ -148,11 +162,7 @@ class Installed(LibraryTest):
         write_datafile(self.library / "here.dat", 1)
         self.remember(self.library)
         self.assertIn(self.MAIN, self.first_window())
-        self.screen.press("ctrl+r")
-        self.screen.focus("Select the RC-2.0 Datafile")
-        self.screen.write("here.dat")
-        self.screen.press("Return")
-        self.screen.focus("RomCenter 2.00 Datafile Import")
+        import_from_where_choosing_begins(self.screen, "here.dat")
 
 
 if __name__ == "__main__":
