@@ -7,7 +7,7 @@ import time
 
 from surroundings import environment
 
-SECONDS_LIMIT = 20
+SECONDS_LIMIT = 60
 BETWEEN_KEYS_MS = 80
 
 
@@ -44,7 +44,8 @@ class Screen:
                 return self._xdotool("getwindowname", window).strip()
             except subprocess.CalledProcessError as error:
                 if time.monotonic() > end:
-                    raise AssertionError(f"no window {title!r} in {SECONDS_LIMIT} s: {error.stderr}") from error
+                    raise AssertionError(f"no window {title!r} in {SECONDS_LIMIT} s, but {self._titles()}: "
+                                         f"{error.stderr}") from error
                 time.sleep(0.05)
 
     def press(self, *keys):
@@ -56,6 +57,13 @@ class Screen:
 
     def write(self, text):
         self._xdotool("type", text)
+
+    def _titles(self):
+        try:
+            windows = self._xdotool("search", "--onlyvisible", "--name", ".").split()
+            return [self._xdotool("getwindowname", window).strip() for window in windows]
+        except subprocess.CalledProcessError as error:
+            return error.stderr
 
     def _xdotool(self, *arguments):
         return subprocess.run(["xdotool", *arguments], env=environment(DISPLAY=self.display), check=True,

@@ -4,6 +4,7 @@ import fcntl
 import os
 import shutil
 import stat
+import subprocess
 import unittest
 
 from surroundings import LibraryTest, as_nobody, in_own_mounts, mount, run, write_datafile
@@ -168,6 +169,7 @@ class ReadOnly(LibraryTest):
     @in_own_mounts
     def test_file_system_that_is_mounted_read_only(self):
         mount("--bind", self.library, self.library)
+        self.addCleanup(subprocess.run, ["umount", self.library], check=True)
         mount("-o", "remount,bind,ro", self.library)
         self.everything_can_be_read()
         self.every_change_is_refused()
