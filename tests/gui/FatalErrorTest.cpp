@@ -58,6 +58,7 @@ TEST_F(FatalError, EndsScanAndFixOfADatabaseThatMayNotBeWritten) {
             },
             ::testing::ExitedWithCode(1), "\\[Marrowkit\\] Run-time error '[0-9]+':\n\n.+");
         EXPECT_EQ(Bytes(), before);
+        folder_.MakeWritable();
     }
 }
 

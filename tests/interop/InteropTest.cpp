@@ -154,11 +154,9 @@ std::vector<fs::path> AsAccessWroteThem(const TemporaryFolder&) {
 
 std::vector<fs::path> Compacted(const TemporaryFolder& folder) {
     std::vector<fs::path> files;
-    const fs::path source = folder / "source.mdb";
     for (const fs::path& file : GenuineFiles()) {
-        // A copy: a compaction has its database exclusively, and other tests read the samples meanwhile.
-        WriteFile(source, ReadFile(file));
-        files.push_back(folder / file.filename().string());
+        const fs::path source = CopySample(file, folder);
+        files.push_back(folder / ("compacted-" + file.filename().string()));
         jet::Compact(source.string(), files.back().string());
         ExpectSound(files.back());
     }
@@ -168,8 +166,7 @@ std::vector<fs::path> Compacted(const TemporaryFolder& folder) {
 std::vector<fs::path> Changed(const TemporaryFolder& folder) {
     std::vector<fs::path> files;
     for (const fs::path& file : GenuineFiles()) {
-        files.push_back(folder / file.filename().string());
-        WriteFile(files.back(), ReadFile(file));
+        files.push_back(CopySample(file, folder));
         Change(files.back());
         ExpectSound(files.back());
     }

@@ -102,9 +102,7 @@ FrontendDatabase::FrontendDatabase(int major, int minor, jet::JetVersion format)
 
 FrontendDatabase::FrontendDatabase(const std::string& sample)
     : libraryRoot_(WindowsPath(library_.Path().string()) + "\\"), path_(libraryRoot_ + "Arcade\\Arcade.mdb") {
-    fs::create_directory(library_ / "Arcade");
-    fs::copy_file(*TestDataFolder() / sample, HostFile());
-    fs::permissions(HostFile(), fs::perms::owner_write, fs::perm_options::add);
+    WriteFile(HostFile(), ReadFile(*TestDataFolder() / sample));
 }
 
 SelectedNode FrontendDatabase::Node() const {

@@ -18,15 +18,21 @@ TemporaryFolder::TemporaryFolder() {
 }
 
 TemporaryFolder::~TemporaryFolder() {
+    MakeWritable();
     std::error_code ignored;
-    // A test may have taken the write permission of a folder away.
+    fs::remove_all(path_, ignored);
+}
+
+void TemporaryFolder::MakeWritable() const {
+    std::error_code ignored;
+    const auto makeWritable = [&ignored](const fs::path& folder) {
+        fs::permissions(folder, fs::perms::owner_all, fs::perm_options::add, ignored);
+    };
+    makeWritable(path_);
     for (fs::recursive_directory_iterator it(path_, ignored), end; !ignored && it != end;
          it.increment(ignored)) {
-        if (it->is_directory(ignored) && !it->is_symlink(ignored)) {
-            fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-        }
+        if (it->is_directory(ignored) && !it->is_symlink(ignored)) makeWritable(it->path());
     }
-    fs::remove_all(path_, ignored);
 }
 
 std::string ReadFile(const fs::path& file) {

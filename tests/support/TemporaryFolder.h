@@ -17,6 +17,9 @@ public:
     const std::filesystem::path& Path() const { return path_; }
     std::filesystem::path operator/(std::string_view name) const { return path_ / name; }
 
+    /// Every folder in it can be changed again, as far as the user may say so; the end does the same.
+    void MakeWritable() const;
+
 private:
     std::filesystem::path path_;
 };

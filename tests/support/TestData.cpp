@@ -24,4 +24,10 @@ std::vector<fs::path> SampleFiles(const std::string& folder, const std::string& 
     return files;
 }
 
+fs::path CopySample(const fs::path& sample, const TemporaryFolder& folder) {
+    fs::path copy = folder / sample.filename().string();
+    WriteFile(copy, ReadFile(sample));
+    return copy;
+}
+
 }  // namespace marrowkit::test

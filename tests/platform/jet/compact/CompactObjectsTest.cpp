@@ -179,10 +179,8 @@ TEST(CompactObjects, AreTheSameInEveryGenuineFile) {
             SCOPED_TRACE(name);
             // A database with a password is not opened, so not compacted either.
             if (name.starts_with("password")) continue;
-            // A copy: a compaction has its database exclusively, and other tests read the samples meanwhile.
             const TemporaryFolder folder;
-            const fs::path source = folder / name;
-            WriteFile(source, ReadFile(sample));
+            const fs::path source = CopySample(sample, folder);
             ExpectSameObjects(source, Compacted(folder, source));
             ++files;
         }

@@ -26,12 +26,7 @@ std::vector<fs::path> Samples() {
 
 class GenuineFilesTest : public ::testing::Test {
 protected:
-    std::string CopyOf(const fs::path& file) {
-        const fs::path copy = folder_ / file.filename().string();
-        fs::copy_file(file, copy, fs::copy_options::overwrite_existing);
-        fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add);
-        return copy.string();
-    }
+    std::string CopyOf(const fs::path& file) { return marrowkit::test::CopySample(file, folder_).string(); }
     marrowkit::test::TemporaryFolder folder_;
 };
 

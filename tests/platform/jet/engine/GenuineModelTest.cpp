@@ -301,9 +301,7 @@ TEST_P(GenuineModelTest, RandomChangesOfCopies) {
     int refusals = 0;
     for (const fs::path& file : files) {
         SCOPED_TRACE(file.filename());
-        const fs::path copy = folder / file.filename().string();
-        fs::copy_file(file, copy);
-        fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add);
+        const fs::path copy = marrowkit::test::CopySample(file, folder);
         ChangedCopy changed(copy.string(), 20260702);
         changed.Run(operations);
         changes += changed.Changes();

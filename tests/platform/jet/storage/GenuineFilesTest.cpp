@@ -137,8 +137,7 @@ TEST(GenuineFiles, IndexesSurviveHavingEveryEntryReplaced) {
     for (const auto& path : ::marrowkit::test::SampleFiles("mdb", ".mdb")) {
         SCOPED_TRACE(path.filename().string());
         if (std::filesystem::file_size(path) > 3000000) continue;
-        const auto copy = folder / path.filename().string();
-        std::filesystem::copy_file(path, copy, std::filesystem::copy_options::overwrite_existing);
+        const auto copy = ::marrowkit::test::CopySample(path, folder);
         std::shared_ptr<Pager> pager;
         try {
             pager = Pager::Open(HostStorage(), copy.string());
