@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "cli/TerminalProgress.h"
+#include "support/HeardSignals.h"
 
 namespace marrowkit::cli {
 namespace {
@@ -76,6 +77,7 @@ TEST(TerminalProgress, NeverDrawsALineThatTheTerminalWouldBreak) {
 }
 
 TEST(TerminalProgress, TellsOnceThatItIsTooLateToCancel) {
+    const test::HeardSignals heard;
     std::ostringstream err;
     TerminalProgress progress(err, Style::Lines);
     progress.SetPrompt("Writing...");
@@ -113,6 +115,7 @@ TEST(TerminalProgress, IsNotCancelledWhereInterruptsAreIgnored) {
 }
 
 TEST(TerminalProgress, CancelsAtAnInterruptUnlessThatIsNoLongerPossible) {
+    const test::HeardSignals heard;
     std::ostringstream err;
     TerminalProgress progress(err, Style::Lines);
     progress.LetEventsRun();

@@ -18,9 +18,12 @@ CLI = os.environ["MARROWKIT_CLI"]
 PROGRAM = os.environ.get("MARROWKIT_PROGRAM", "")
 SECONDS_LIMIT = 60
 NOBODY = 65534
+STOPPING = (signal.SIGTERM, signal.SIGINT, signal.SIGHUP)
 
-# A shell that runs the tests in its background has Ctrl-C ignored, which the programs would inherit and keep so.
-signal.signal(signal.SIGINT, signal.default_int_handler)
+# A shell has Ctrl-C ignored for what runs in its background, and nohup SIGHUP; the programs would inherit that.
+for stopping in STOPPING:
+    if signal.getsignal(stopping) == signal.SIG_IGN:
+        signal.signal(stopping, signal.SIG_DFL)
 
 
 class Run:
@@ -166,6 +169,3 @@ class Signalled:
 
     def __repr__(self):
         return f"exit code {self.code}\n--- out\n{self.out}\n--- err\n{self.err}"
-
-
-STOPPING = (signal.SIGTERM, signal.SIGINT, signal.SIGHUP)

@@ -8,6 +8,7 @@
 #include "platform/process/StandardStreams.h"
 #include "platform/process/StopRequest.h"
 #include "platform/process/StopSignals.h"
+#include "support/HeardSignals.h"
 
 namespace marrowkit {
 namespace {
@@ -18,6 +19,8 @@ protected:
         StopSignals::WakeBy(-1);
         WithdrawStopRequest();
     }
+
+    const test::HeardSignals heard_;
 };
 
 TEST_F(StopSignalsTest, NothingIsRaisedUnlessAsked) {
