@@ -5,9 +5,8 @@ import shutil
 import subprocess
 import time
 
-from surroundings import environment
+from surroundings import SECONDS_LIMIT, environment
 
-SECONDS_LIMIT = 60
 BETWEEN_KEYS_MS = 80
 
 
